@@ -1,0 +1,375 @@
+/*
+ * nevrad: sparse BLAS for compressed matrices (CSR, CSC) and vectors in plain arrays.
+ *
+ * Names: orv_sparse_ or orv_csparse_, a type letter, the storage and the operation.
+ *   s  float    d  double    c  complex of two floats    z  complex of two doubles
+ *
+ * Status. Every operation answers with an orv_sparse_status_t; nothing is printed or thrown.
+ * Arguments are tested before anything is touched, pointers first, then values, so that a failed
+ * test leaves the caller's arrays as they were. The contents of arrays are never tested.
+ *
+ * Fortran. Each name also exists with a trailing underscore: the same arguments in the same order,
+ * with every scalar passed by reference. The underscore says how scalars travel and nothing about
+ * the index base. A null reference to a scalar is not detected.
+ *
+ * Threads. Operations run on OpenMP threads (LLVM's libomp); the thread budget, 1 at load, says on
+ * how many. See orv_set_thread_num.
+ *
+ * Aliasing. Unless said otherwise, an array that is written must not overlap any other argument.
+ */
+#ifndef NEVRAD_H
+#define NEVRAD_H
+
+#include <stdint.h>
+
+/*
+ * Complex elements: the platform's complex number, real part first, passed by value where the
+ * argument is a scalar. A program with a complex type of its own, of the same layout and calling
+ * convention, defines both macros before it includes this header.
+ */
+#if defined(NEVRAD_COMPLEX_FLOAT) && defined(NEVRAD_COMPLEX_DOUBLE)
+typedef NEVRAD_COMPLEX_FLOAT nevrad_complex_float;
+typedef NEVRAD_COMPLEX_DOUBLE nevrad_complex_double;
+#elif defined(__cplusplus)
+#include <complex>
+typedef std::complex<float> nevrad_complex_float;
+typedef std::complex<double> nevrad_complex_double;
+#else
+typedef float _Complex nevrad_complex_float;
+typedef double _Complex nevrad_complex_double;
+#endif
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* The result of an operation. The value 4 is not assigned. */
+typedef int32_t orv_sparse_status_t;
+
+enum {
+  ORV_SPARSE_STATUS_SUCCESS = 0,       /* the operation ran to its end */
+  ORV_SPARSE_STATUS_NULL_POINTER = 1,  /* a required pointer is null */
+  ORV_SPARSE_STATUS_ALLOC_FAILED = 2,  /* memory for the call could not be had */
+  ORV_SPARSE_STATUS_INVALID_VALUE = 3, /* a number or code is out of its range */
+  ORV_SPARSE_STATUS_OVERFLOW = 5,      /* a size does not fit; internal, never returned */
+  ORV_SPARSE_STATUS_NOT_SUPPORTED = 6  /* no kernel for this descriptor and operation */
+};
+
+/* ---------------------------------------------------------------------------------------------
+ * Thread budget
+ * ------------------------------------------------------------------------------------------- */
+
+/*
+ * Sets the number of threads that an operation may use, for the whole process and all families.
+ * n: 1 to 640; anything else gives status 3 and changes nothing.
+ *
+ * The budget is 1 when the library is loaded. orv_sparse_?csrmv may lower it (see there) and does
+ * not restore it: set it again before a call that is to run on more threads.
+ */
+orv_sparse_status_t orv_set_thread_num(int n);
+orv_sparse_status_t orv_set_thread_num_(const int* n);
+
+/* The number of threads in force: the budget, cut to the runtime's thread limit, at least 1. */
+int orv_get_thread_num_(void);
+
+/* ---------------------------------------------------------------------------------------------
+ * Version
+ * ------------------------------------------------------------------------------------------- */
+
+/* Eight texts, each with its terminator; bytes behind a terminator keep what they held. */
+typedef struct {
+  char product_name[100];
+  char product_version[100];
+  char component_name[100];
+  char component_version[100];
+  char component_revision[100];
+  char compiler_name[100];
+  char package_name[100];
+  char package_version[100];
+} version_record;
+
+/* Fills the record. Returns 1 when it was filled and 0 when the pointer is null: not a status. */
+int32_t NEVRADGetVersion(version_record* record);
+
+/* ---------------------------------------------------------------------------------------------
+ * Sparse vector operations
+ * ------------------------------------------------------------------------------------------- */
+
+/*
+ * A packed sparse vector is a pair of arrays: x with nnz values and indx with nnz positions. The
+ * positions are zero-based offsets into the dense vector y, in the underscore forms too. Neither
+ * they nor the length of y are tested.
+ *
+ * Status: 1 when an array is null, 3 when nnz is below 1 (nnz = 0 is an error), else 0.
+ * Threads: one region on the thread budget, each thread a contiguous block of positions in
+ * ascending order. With a position twice in indx the result is defined on one thread only.
+ */
+
+/*
+ * y[indx[i]] += alpha * x[i]
+ *
+ * Real: one fused multiply-add. Complex: the product with one fused and one rounded product a
+ * part, then one addition a part. alpha = 0 makes the pass too, so NaN in x reaches y.
+ */
+orv_sparse_status_t orv_sparse_saxpyi(int nnz, float alpha, const float* x, const int* indx,
+                                      float* y);
+orv_sparse_status_t orv_sparse_saxpyi_(const int* nnz, const float* alpha, const float* x,
+                                       const int* indx, float* y);
+orv_sparse_status_t orv_sparse_daxpyi(int nnz, double alpha, const double* x, const int* indx,
+                                      double* y);
+orv_sparse_status_t orv_sparse_daxpyi_(const int* nnz, const double* alpha, const double* x,
+                                       const int* indx, double* y);
+orv_sparse_status_t orv_sparse_caxpyi(int nnz, nevrad_complex_float alpha,
+                                      const nevrad_complex_float* x, const int* indx,
+                                      nevrad_complex_float* y);
+orv_sparse_status_t orv_sparse_caxpyi_(const int* nnz, const nevrad_complex_float* alpha,
+                                       const nevrad_complex_float* x, const int* indx,
+                                       nevrad_complex_float* y);
+orv_sparse_status_t orv_sparse_zaxpyi(int nnz, nevrad_complex_double alpha,
+                                      const nevrad_complex_double* x, const int* indx,
+                                      nevrad_complex_double* y);
+orv_sparse_status_t orv_sparse_zaxpyi_(const int* nnz, const nevrad_complex_double* alpha,
+                                       const nevrad_complex_double* x, const int* indx,
+                                       nevrad_complex_double* y);
+
+/* x[i] = y[indx[i]] */
+orv_sparse_status_t orv_sparse_sgthr(int nnz, const float* y, float* x, const int* indx);
+orv_sparse_status_t orv_sparse_sgthr_(const int* nnz, const float* y, float* x, const int* indx);
+orv_sparse_status_t orv_sparse_dgthr(int nnz, const double* y, double* x, const int* indx);
+orv_sparse_status_t orv_sparse_dgthr_(const int* nnz, const double* y, double* x,
+                                      const int* indx);
+orv_sparse_status_t orv_sparse_cgthr(int nnz, const nevrad_complex_float* y,
+                                     nevrad_complex_float* x, const int* indx);
+orv_sparse_status_t orv_sparse_cgthr_(const int* nnz, const nevrad_complex_float* y,
+                                      nevrad_complex_float* x, const int* indx);
+orv_sparse_status_t orv_sparse_zgthr(int nnz, const nevrad_complex_double* y,
+                                     nevrad_complex_double* x, const int* indx);
+orv_sparse_status_t orv_sparse_zgthr_(const int* nnz, const nevrad_complex_double* y,
+                                      nevrad_complex_double* x, const int* indx);
+
+/* x[i] = y[indx[i]], then y[indx[i]] = 0 */
+orv_sparse_status_t orv_sparse_sgthrz(int nnz, float* y, float* x, const int* indx);
+orv_sparse_status_t orv_sparse_sgthrz_(const int* nnz, float* y, float* x, const int* indx);
+orv_sparse_status_t orv_sparse_dgthrz(int nnz, double* y, double* x, const int* indx);
+orv_sparse_status_t orv_sparse_dgthrz_(const int* nnz, double* y, double* x, const int* indx);
+orv_sparse_status_t orv_sparse_cgthrz(int nnz, nevrad_complex_float* y, nevrad_complex_float* x,
+                                      const int* indx);
+orv_sparse_status_t orv_sparse_cgthrz_(const int* nnz, nevrad_complex_float* y,
+                                       nevrad_complex_float* x, const int* indx);
+orv_sparse_status_t orv_sparse_zgthrz(int nnz, nevrad_complex_double* y, nevrad_complex_double* x,
+                                      const int* indx);
+orv_sparse_status_t orv_sparse_zgthrz_(const int* nnz, nevrad_complex_double* y,
+                                       nevrad_complex_double* x, const int* indx);
+
+/* y[indx[i]] = x[i] */
+orv_sparse_status_t orv_sparse_ssctr(int nnz, const float* x, const int* indx, float* y);
+orv_sparse_status_t orv_sparse_ssctr_(const int* nnz, const float* x, const int* indx, float* y);
+orv_sparse_status_t orv_sparse_dsctr(int nnz, const double* x, const int* indx, double* y);
+orv_sparse_status_t orv_sparse_dsctr_(const int* nnz, const double* x, const int* indx,
+                                      double* y);
+orv_sparse_status_t orv_sparse_csctr(int nnz, const nevrad_complex_float* x, const int* indx,
+                                     nevrad_complex_float* y);
+orv_sparse_status_t orv_sparse_csctr_(const int* nnz, const nevrad_complex_float* x,
+                                      const int* indx, nevrad_complex_float* y);
+orv_sparse_status_t orv_sparse_zsctr(int nnz, const nevrad_complex_double* x, const int* indx,
+                                     nevrad_complex_double* y);
+orv_sparse_status_t orv_sparse_zsctr_(const int* nnz, const nevrad_complex_double* x,
+                                      const int* indx, nevrad_complex_double* y);
+
+/*
+ * Plane rotation, real types only: x[i] takes c * x[i] + s * y[indx[i]], and y[indx[i]] takes
+ * c * y[indx[i]] - s * x[i] with the old x[i]. The product with c is fused, that with s rounded.
+ */
+orv_sparse_status_t orv_sparse_sroti(int nnz, float* x, const int* indx, float* y, float c,
+                                     float s);
+orv_sparse_status_t orv_sparse_sroti_(const int* nnz, float* x, const int* indx, float* y,
+                                      const float* c, const float* s);
+orv_sparse_status_t orv_sparse_droti(int nnz, double* x, const int* indx, double* y, double c,
+                                     double s);
+orv_sparse_status_t orv_sparse_droti_(const int* nnz, double* x, const int* indx, double* y,
+                                      const double* c, const double* s);
+
+/*
+ * Dot products: *result takes the sum of x[i] * y[indx[i]] (doti, dotui_sub) or of
+ * conj(x[i]) * y[indx[i]] (dotci_sub). result must not be null (status 1) and is written on
+ * success only.
+ *
+ * On a budget of 1 the terms are added in the order of positions: real types as one chain of fused
+ * multiply-adds. With more threads the partial sums are combined in the order of the runtime's
+ * reduction, so the last bits may differ from run to run. z rounds its products differently on one
+ * thread (fused) and on several (plain).
+ */
+orv_sparse_status_t orv_sparse_sdoti(int nnz, const float* x, const int* indx, const float* y,
+                                     float* result);
+orv_sparse_status_t orv_sparse_sdoti_(const int* nnz, const float* x, const int* indx,
+                                      const float* y, float* result);
+orv_sparse_status_t orv_sparse_ddoti(int nnz, const double* x, const int* indx, const double* y,
+                                     double* result);
+orv_sparse_status_t orv_sparse_ddoti_(const int* nnz, const double* x, const int* indx,
+                                      const double* y, double* result);
+orv_sparse_status_t orv_sparse_cdotui_sub(int nnz, const nevrad_complex_float* x, const int* indx,
+                                          const nevrad_complex_float* y,
+                                          nevrad_complex_float* result);
+orv_sparse_status_t orv_sparse_cdotui_sub_(const int* nnz, const nevrad_complex_float* x,
+                                           const int* indx, const nevrad_complex_float* y,
+                                           nevrad_complex_float* result);
+orv_sparse_status_t orv_sparse_zdotui_sub(int nnz, const nevrad_complex_double* x,
+                                          const int* indx, const nevrad_complex_double* y,
+                                          nevrad_complex_double* result);
+orv_sparse_status_t orv_sparse_zdotui_sub_(const int* nnz, const nevrad_complex_double* x,
+                                           const int* indx, const nevrad_complex_double* y,
+                                           nevrad_complex_double* result);
+orv_sparse_status_t orv_sparse_cdotci_sub(int nnz, const nevrad_complex_float* x, const int* indx,
+                                          const nevrad_complex_float* y,
+                                          nevrad_complex_float* result);
+orv_sparse_status_t orv_sparse_cdotci_sub_(const int* nnz, const nevrad_complex_float* x,
+                                           const int* indx, const nevrad_complex_float* y,
+                                           nevrad_complex_float* result);
+orv_sparse_status_t orv_sparse_zdotci_sub(int nnz, const nevrad_complex_double* x,
+                                          const int* indx, const nevrad_complex_double* y,
+                                          nevrad_complex_double* result);
+orv_sparse_status_t orv_sparse_zdotci_sub_(const int* nnz, const nevrad_complex_double* x,
+                                           const int* indx, const nevrad_complex_double* y,
+                                           nevrad_complex_double* result);
+
+/* ---------------------------------------------------------------------------------------------
+ * Matrix-vector products
+ * ------------------------------------------------------------------------------------------- */
+
+/*
+ * y = alpha * op(A) * x + beta * y, A stored by rows
+ *
+ * transa     0: op(A) = A, 1: transpose, 2: conjugate transpose
+ * m, k       rows and columns of A, each 1 to 2147483645; equal unless A is general
+ * matdescra  four characters: structure (G general, S symmetric, H Hermitian, T triangular,
+ *            D diagonal), stored triangle (L, U), diagonal (N stored, U taken as ones), index base
+ *            (F one-based, C zero-based). Of G only the last is read, of D the second is not.
+ * val, indx  elements and their column numbers
+ * pntrb, pntre  m each: where a row's entries begin, and one past their end, in the index base
+ * x          k elements (m when transposed)
+ * y          m elements (k when transposed)
+ *
+ * beta is applied by reading y: NaN in y survives beta = 0, except where alpha is 1 and beta 0 in
+ * the real general product, which overwrites y. In that product with a mean row length below 10,
+ * "1" and "0" are meant within 1e-6 (s) or 1e-14 (d).
+ *
+ * Rows may be empty and unsorted. Rows shorter than 10 on average must be packed: each begins where
+ * the row before it ended; pntrb[0] is the index base.
+ *
+ * Status: 1 null pointer; 3 transa, dimension, descriptor or a matrix that is not square; 2 memory;
+ * 6 no kernel. The general product, untransposed, allocates nothing.
+ *
+ * Threads: the call may lower the thread budget, and leaves it lowered: to 1 when A is diagonal,
+ * has fewer than 800000 entries or a density below 0.0001, and otherwise to 8 when it is above.
+ * orv_sparse_?csrgemv and its relatives do not touch the budget. Results of the general product,
+ * untransposed, are the same bits for every budget.
+ */
+orv_sparse_status_t orv_sparse_scsrmv(int transa, int m, int k, float alpha,
+                                      const char* matdescra, const float* val, const int* indx,
+                                      const int* pntrb, const int* pntre, const float* x,
+                                      float beta, float* y);
+orv_sparse_status_t orv_sparse_scsrmv_(const int* transa, const int* m, const int* k,
+                                       const float* alpha, const char* matdescra,
+                                       const float* val, const int* indx, const int* pntrb,
+                                       const int* pntre, const float* x, const float* beta,
+                                       float* y);
+orv_sparse_status_t orv_sparse_dcsrmv(int transa, int m, int k, double alpha,
+                                      const char* matdescra, const double* val, const int* indx,
+                                      const int* pntrb, const int* pntre, const double* x,
+                                      double beta, double* y);
+orv_sparse_status_t orv_sparse_dcsrmv_(const int* transa, const int* m, const int* k,
+                                       const double* alpha, const char* matdescra,
+                                       const double* val, const int* indx, const int* pntrb,
+                                       const int* pntre, const double* x, const double* beta,
+                                       double* y);
+orv_sparse_status_t orv_sparse_ccsrmv(int transa, int m, int k, nevrad_complex_float alpha,
+                                      const char* matdescra, const nevrad_complex_float* val,
+                                      const int* indx, const int* pntrb, const int* pntre,
+                                      const nevrad_complex_float* x, nevrad_complex_float beta,
+                                      nevrad_complex_float* y);
+orv_sparse_status_t orv_sparse_ccsrmv_(const int* transa, const int* m, const int* k,
+                                       const nevrad_complex_float* alpha, const char* matdescra,
+                                       const nevrad_complex_float* val, const int* indx,
+                                       const int* pntrb, const int* pntre,
+                                       const nevrad_complex_float* x,
+                                       const nevrad_complex_float* beta, nevrad_complex_float* y);
+orv_sparse_status_t orv_sparse_zcsrmv(int transa, int m, int k, nevrad_complex_double alpha,
+                                      const char* matdescra, const nevrad_complex_double* val,
+                                      const int* indx, const int* pntrb, const int* pntre,
+                                      const nevrad_complex_double* x, nevrad_complex_double beta,
+                                      nevrad_complex_double* y);
+orv_sparse_status_t orv_sparse_zcsrmv_(const int* transa, const int* m, const int* k,
+                                       const nevrad_complex_double* alpha, const char* matdescra,
+                                       const nevrad_complex_double* val, const int* indx,
+                                       const int* pntrb, const int* pntre,
+                                       const nevrad_complex_double* x,
+                                       const nevrad_complex_double* beta,
+                                       nevrad_complex_double* y);
+
+/*
+ * y = op(A) * x for a general square matrix of order m in three-array form
+ *
+ * a, ja  elements and column numbers
+ * ia     m + 1 row pointers: row i is entries ia[i] to ia[i + 1] - 1
+ * x, y   m elements each
+ *
+ * The orv_sparse_ form is one-based, the orv_csparse_ form zero-based; neither takes a descriptor
+ * nor changes the thread budget. The kernels are those of orv_sparse_?csrmv with alpha = 1 and
+ * beta = 0: in the complex types, and in the real transposed products, y is read and multiplied by
+ * 0, so y must hold finite numbers on entry.
+ *
+ * Status: 1 null pointer; 3 transa or m; 2 memory; 6 no kernel.
+ */
+orv_sparse_status_t orv_sparse_scsrgemv(int transa, int m, const float* a, const int* ia,
+                                        const int* ja, const float* x, float* y);
+orv_sparse_status_t orv_sparse_scsrgemv_(const int* transa, const int* m, const float* a,
+                                         const int* ia, const int* ja, const float* x, float* y);
+orv_sparse_status_t orv_sparse_dcsrgemv(int transa, int m, const double* a, const int* ia,
+                                        const int* ja, const double* x, double* y);
+orv_sparse_status_t orv_sparse_dcsrgemv_(const int* transa, const int* m, const double* a,
+                                         const int* ia, const int* ja, const double* x,
+                                         double* y);
+orv_sparse_status_t orv_sparse_ccsrgemv(int transa, int m, const nevrad_complex_float* a,
+                                        const int* ia, const int* ja,
+                                        const nevrad_complex_float* x, nevrad_complex_float* y);
+orv_sparse_status_t orv_sparse_ccsrgemv_(const int* transa, const int* m,
+                                         const nevrad_complex_float* a, const int* ia,
+                                         const int* ja, const nevrad_complex_float* x,
+                                         nevrad_complex_float* y);
+orv_sparse_status_t orv_sparse_zcsrgemv(int transa, int m, const nevrad_complex_double* a,
+                                        const int* ia, const int* ja,
+                                        const nevrad_complex_double* x, nevrad_complex_double* y);
+orv_sparse_status_t orv_sparse_zcsrgemv_(const int* transa, const int* m,
+                                         const nevrad_complex_double* a, const int* ia,
+                                         const int* ja, const nevrad_complex_double* x,
+                                         nevrad_complex_double* y);
+orv_sparse_status_t orv_csparse_scsrgemv(int transa, int m, const float* a, const int* ia,
+                                         const int* ja, const float* x, float* y);
+orv_sparse_status_t orv_csparse_scsrgemv_(const int* transa, const int* m, const float* a,
+                                          const int* ia, const int* ja, const float* x, float* y);
+orv_sparse_status_t orv_csparse_dcsrgemv(int transa, int m, const double* a, const int* ia,
+                                         const int* ja, const double* x, double* y);
+orv_sparse_status_t orv_csparse_dcsrgemv_(const int* transa, const int* m, const double* a,
+                                          const int* ia, const int* ja, const double* x,
+                                          double* y);
+orv_sparse_status_t orv_csparse_ccsrgemv(int transa, int m, const nevrad_complex_float* a,
+                                         const int* ia, const int* ja,
+                                         const nevrad_complex_float* x, nevrad_complex_float* y);
+orv_sparse_status_t orv_csparse_ccsrgemv_(const int* transa, const int* m,
+                                          const nevrad_complex_float* a, const int* ia,
+                                          const int* ja, const nevrad_complex_float* x,
+                                          nevrad_complex_float* y);
+orv_sparse_status_t orv_csparse_zcsrgemv(int transa, int m, const nevrad_complex_double* a,
+                                         const int* ia, const int* ja,
+                                         const nevrad_complex_double* x,
+                                         nevrad_complex_double* y);
+orv_sparse_status_t orv_csparse_zcsrgemv_(const int* transa, const int* m,
+                                          const nevrad_complex_double* a, const int* ia,
+                                          const int* ja, const nevrad_complex_double* x,
+                                          nevrad_complex_double* y);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif /* NEVRAD_H */

@@ -1,0 +1,142 @@
+// Lanes: W elements side by side in registers, 64 bytes at most.
+//
+// One text for both targets: compiler vectors give fmla and fmla by lane on AArch64 and 256-bit
+// fused operations on x86-64. Complex rotations are the exception; rotate() comes from one of two
+// files. Functions take lanes by value and are always inlined, so no lane goes through memory.
+#pragma once
+
+#include "arith/products.h"
+
+#include <type_traits>
+#include <utility>
+
+namespace nevrad {
+
+namespace detail {
+
+template <class R, int N>
+struct vector_of {
+  typedef R type __attribute__((vector_size(sizeof(R) * N)));
+};
+template <class R>
+struct vector_of<R, 1> {
+  using type = R;
+};
+
+}  // namespace detail
+
+template <class T, int W>
+struct lanes {
+  using real = real_of<T>;
+  static constexpr int parts = element<T>::parts * W;
+  using storage = typename detail::vector_of<real, parts>::type;
+  static_assert(sizeof(T) * W <= 64, "lanes hold one cache line at most");
+
+  storage v;
+};
+
+// One element in a register, in the form in which the multiply-accumulates take it.
+template <class T>
+using lane = lanes<T, 1>;
+
+// Steps of a complex multiply-accumulate, by the angle of the second operand. With a the first
+// operand:    degrees   real part      imaginary part
+//                   0   + a.re b.re    + a.re b.im
+//                  90   - a.im b.im    + a.im b.re
+//                 180   - a.re b.re    - a.re b.im
+//                 270   + a.im b.im    - a.im b.re
+// Each step fuses one product a part into the accumulator.
+enum class rotation : int { by_0, by_90, by_180, by_270 };
+
+template <class T, int W>
+NEVRAD_INLINE lanes<T, W> zero_lanes() {
+  return {typename lanes<T, W>::storage{}};
+}
+
+template <int W, class T>
+NEVRAD_INLINE lanes<T, W> load(const T* from) {
+  lanes<T, W> r;
+  __builtin_memcpy(&r.v, from, sizeof r.v);
+  return r;
+}
+
+template <class T, int W>
+NEVRAD_INLINE void store(T* to, lanes<T, W> a) {
+  __builtin_memcpy(to, &a.v, sizeof a.v);
+}
+
+template <class T>
+NEVRAD_INLINE lane<T> to_lane(T a) {
+  return load<1>(&a);
+}
+
+template <class T>
+NEVRAD_INLINE T to_element(lane<T> a) {
+  T r;
+  store(&r, a);
+  return r;
+}
+
+// The same element in every lane.
+template <int W, class T>
+NEVRAD_INLINE lanes<T, W> broadcast(lane<T> a) {
+  if constexpr (W == 1) {
+    return a;
+  } else {
+    lanes<T, W> r;
+    for (int i = 0; i < W; ++i) {
+      if constexpr (is_complex<T>) {
+        r.v[2 * i] = a.v[0];
+        r.v[2 * i + 1] = a.v[1];
+      } else {
+        r.v[i] = a.v;
+      }
+    }
+    return r;
+  }
+}
+
+template <class T, int W>
+NEVRAD_INLINE lanes<T, W> add(lanes<T, W> a, lanes<T, W> b) {
+  return {a.v + b.v};
+}
+
+template <class T, int W>
+NEVRAD_INLINE lanes<T, W> subtract(lanes<T, W> a, lanes<T, W> b) {
+  return {a.v - b.v};
+}
+
+}  // namespace nevrad
+
+#if defined(__aarch64__)
+#include "arith/rotate_aarch64.h"
+#else
+#include "arith/rotate_portable.h"
+#endif
+
+namespace nevrad {
+
+// acc + a b, or acc + conj(a) b. Real: one fused operation. Complex: rotations 0 and 90, or 0 and
+// 270, with a as the first operand.
+template <conjugation C = conjugation::no, class T, int W>
+NEVRAD_INLINE lanes<T, W> multiply_add(lanes<T, W> acc, lanes<T, W> a, lanes<T, W> b) {
+  if constexpr (is_complex<T>) {
+    acc = rotate<rotation::by_0>(acc, a, b);
+    return rotate<C == conjugation::no ? rotation::by_90 : rotation::by_270>(acc, a, b);
+  } else {
+    return {__builtin_elementwise_fma(a.v, b.v, acc.v)};
+  }
+}
+
+// acc - a b, or acc - conj(a) b: rotations 180 and 270, or 180 and 90.
+template <conjugation C = conjugation::no, class T, int W>
+NEVRAD_INLINE lanes<T, W> multiply_subtract(lanes<T, W> acc, lanes<T, W> a, lanes<T, W> b) {
+  if constexpr (is_complex<T>) {
+    acc = rotate<rotation::by_180>(acc, a, b);
+    return rotate<C == conjugation::no ? rotation::by_270 : rotation::by_90>(acc, a, b);
+  } else {
+    return {__builtin_elementwise_fma(-a.v, b.v, acc.v)};
+  }
+}
+
+}  // namespace nevrad

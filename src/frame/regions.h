@@ -1,0 +1,54 @@
+// Parallel regions, as drivers open them. The name of the helper tells which team is meant.
+//
+// A body receives the part that it is to do and never asks the runtime who it is: where a smaller
+// team is granted than requested (inside a caller's own region, under OMP_DYNAMIC, under a device
+// limit) the threads present take the remaining parts in turn, and the result has the same bits.
+#pragma once
+
+#include "frame/budget.h"
+#include "frame/partition.h"
+
+#include <omp.h>
+
+namespace nevrad {
+
+// Runs body(part) for every part, on a team of `parts` threads: thread t runs part t. One part runs
+// on the calling thread without the runtime, whose serialised region costs more than a small
+// matrix.
+template <class Body>
+void for_each_part_on_team(int parts, const Body& body) {
+  if (parts < 2) {
+    body(0);
+    return;
+  }
+#pragma omp parallel num_threads(parts)
+  {
+    const int team = omp_get_num_threads();
+    for (int part = omp_get_thread_num(); part < parts; part += team) body(part);
+  }
+}
+
+// Runs body(chunk) for every chunk on the runtime's default team, whatever the budget: the budget
+// limits the number of chunks and not the team.
+template <class Body>
+void for_each_chunk_on_default_team(int chunks, const Body& body) {
+#pragma omp parallel for schedule(static)
+  for (int chunk = 0; chunk < chunks; ++chunk) body(chunk);
+}
+
+// Runs body(first, last) on a team of `threads` threads, each on its block of a static loop over
+// `count` items.
+template <class Body>
+void for_static_blocks_on_team(int threads, std::int32_t count, const Body& body) {
+  if (threads < 2) {
+    body(0, count);
+    return;
+  }
+#pragma omp parallel num_threads(threads)
+  {
+    const static_block block = block_of(count, omp_get_num_threads(), omp_get_thread_num());
+    body(block.first, block.last);
+  }
+}
+
+}  // namespace nevrad

@@ -1,0 +1,88 @@
+// Exported matrix-vector products.
+#include "frame/exports.h"
+#include "mv/policy.h"
+#include "mv/tables.h"
+
+namespace nevrad {
+
+namespace {
+
+template <class T>
+status csrmv(int transa,
+             int m,
+             int k,
+             T alpha,
+             const char* matdescra,
+             const T* val,
+             const int* indx,
+             const int* pntrb,
+             const int* pntre,
+             const T* x,
+             T beta,
+             T* y) {
+  if (check_three_pointers(matdescra, x, y) != success) return null_pointer;
+  if (check_four_pointers(pntrb, pntre, indx, val) != success) return null_pointer;
+  if (check_op(static_cast<unsigned>(transa)) != success) return invalid_value;
+  if (check_dim2(m, k) != success) return invalid_value;
+  std::int32_t base = 0;
+  matrix_structure structure{};
+  const mv_kernel<T>* kernels = nullptr;
+  if (find_csrmv_row(matdescra, &base, &structure, &kernels) != success) return invalid_value;
+  if (check_square(structure, m, k) != success) return invalid_value;
+
+  const std::int32_t nnz = pntre[m - 1] - pntrb[0];
+  const status policy = apply_mv_thread_policy(structure, nnz, matrix_density(nnz, m, k));
+  if (policy != success) return policy;
+
+  const mv_kernel<T> kernel = kernels[transa];
+  if (kernel == nullptr) return not_supported;
+  compressed_view<T> view;
+  view_csr_init(view, val, pntrb, pntre, indx, m, k, base);
+  return kernel(view, x, y, alpha, beta);
+}
+
+// A square matrix in three-array form on a row of csrmv_table, with alpha 1 and beta 0.
+template <class T>
+status run_fixed_row(const mv_row<T>& row,
+                     int slot,
+                     int m,
+                     const T* a,
+                     const int* ia,
+                     const int* ja,
+                     const T* x,
+                     T* y) {
+  const mv_kernel<T> kernel = row.kernels.at[slot];
+  if (kernel == nullptr) return not_supported;
+  compressed_view<T> view;
+  view_csr_init(view, a, ia, ia + 1, ja, m, m, row.one_based);
+  return kernel(view, x, y, one<T>(), zero<T>());
+}
+
+template <class T, int Row>
+status csrgemv(int transa, int m, const T* a, const int* ia, const int* ja, const T* x, T* y) {
+  if (check_three_pointers(a, ja, ia) != success) return null_pointer;
+  if (check_two_pointers(x, y) != success) return null_pointer;
+  if (check_op(static_cast<unsigned>(transa)) != success) return invalid_value;
+  if (check_dim1(m) != success) return invalid_value;
+  return run_fixed_row(csrmv_table<T>[Row], transa, m, a, ia, ja, x, y);
+}
+
+}  // namespace
+
+#define NEVRAD_MV_ENTRIES(letter, T)                                                            \
+  NEVRAD_ENTRY(orv_sparse_##letter##csrmv, csrmv<T>, (value, int, transa), (value, int, m),     \
+               (value, int, k), (value, T, alpha), (array, const char, matdescra),              \
+               (array, const T, val), (array, const int, indx), (array, const int, pntrb),      \
+               (array, const int, pntre), (array, const T, x), (value, T, beta), (array, T, y)) \
+  NEVRAD_ENTRY(orv_sparse_##letter##csrgemv, (csrgemv<T, general_row_one_based>),               \
+               (value, int, transa), (value, int, m), (array, const T, a),                      \
+               (array, const int, ia), (array, const int, ja), (array, const T, x),             \
+               (array, T, y))                                                                   \
+  NEVRAD_ENTRY(orv_csparse_##letter##csrgemv, (csrgemv<T, general_row_zero_based>),             \
+               (value, int, transa), (value, int, m), (array, const T, a),                      \
+               (array, const int, ia), (array, const int, ja), (array, const T, x),             \
+               (array, T, y))
+NEVRAD_FOR_EACH_TYPE(NEVRAD_MV_ENTRIES)
+#undef NEVRAD_MV_ENTRIES
+
+}  // namespace nevrad

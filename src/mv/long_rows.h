@@ -1,0 +1,105 @@
+// Rows of many entries: one row at a time, four accumulators as four lanes.
+//
+// Entry r of each group of four goes into accumulator r, the remainder of a row into accumulator 0.
+// Every accumulation is fused; complex ones are two rotations with the matrix element first.
+#pragma once
+
+#include "arith/lanes.h"
+#include "arith/prefetch.h"
+#include "matrix/record.h"
+
+namespace nevrad {
+
+// Entries a trip, and how far ahead of the read position each trip fetches, in bytes.
+template <conjugation C, class T>
+struct long_rows_table {
+  static constexpr bool wide = C == conjugation::no && !(is_complex<T> && !is_single<T>);
+  static constexpr int entries_a_trip = wide ? 8 : 4;
+  static constexpr int near_ahead = wide ? 512 : 256;  // level 1, keep
+  static constexpr int far_ahead = 4096;               // level 2, keep
+};
+
+// Four elements of x at the places that four indices name.
+template <class T>
+NEVRAD_INLINE lanes<T, 4> gather(const T* x, const std::int32_t* at) {
+  if constexpr (is_complex<T>) {
+    const T elements[4] = {x[at[0]], x[at[1]], x[at[2]], x[at[3]]};
+    return load<4>(elements);
+  } else {
+    return {typename lanes<T, 4>::storage{x[at[0]], x[at[1]], x[at[2]], x[at[3]]}};
+  }
+}
+
+// Accumulator r of the four.
+template <class T>
+NEVRAD_INLINE lane<T> accumulator(lanes<T, 4> sums, int r) {
+  if constexpr (is_complex<T>) {
+    return {typename lane<T>::storage{sums.v[2 * r], sums.v[2 * r + 1]}};
+  } else {
+    return {sums.v[r]};
+  }
+}
+
+// y_i out of the row's four sums.
+template <class T>
+NEVRAD_INLINE void write_back(T* y, lane<T> s0, lane<T> s1, lane<T> s2, lane<T> s3, T alpha, T beta) {
+  if constexpr (is_complex<T>) {
+    const lane<T> scale = to_lane(alpha);
+    lane<T> t = multiply_add(zero_lanes<T, 1>(), to_lane(beta), load<1>(y));
+    t = multiply_add(t, s0, scale);
+    t = multiply_add(t, s1, scale);
+    t = multiply_add(t, s2, scale);
+    t = multiply_add(t, s3, scale);
+    store(y, t);
+  } else if (alpha == T{1} && beta == T{0}) {
+    *y = (s0.v + s1.v) + (s2.v + s3.v);
+  } else {
+    *y = fma(s3.v, alpha, fma(s2.v, alpha, fma(s1.v, alpha, fma(s0.v, alpha, beta * *y))));
+  }
+}
+
+template <conjugation C, class T>
+void long_rows(const T& alpha_at,
+               const compressed_view<T>& a,
+               const T* x,
+               const T& beta_at,
+               T* y,
+               std::int32_t row_begin,
+               std::int32_t row_end) {
+  using table = long_rows_table<C, T>;
+  const std::int32_t offset = a.begin[0];
+  const T alpha = alpha_at;
+  const T beta = beta_at;
+  const T* const from = x - offset;
+
+  for (std::int32_t i = row_begin; i < row_end; ++i) {
+    const T* values = a.values + (a.begin[i] - offset);
+    const std::int32_t* indices = a.indices + (a.begin[i] - offset);
+    const std::int32_t length = a.end[i] - a.begin[i];
+
+    lanes<T, 4> sums = zero_lanes<T, 4>();
+    for (std::int32_t trips = length / table::entries_a_trip; trips > 0; --trips) {
+      sums = multiply_add<C>(sums, load<4>(values), gather(from, indices));
+      prefetch<cache::level1>(indices, table::near_ahead);
+      prefetch<cache::level1>(values, table::near_ahead);
+      if constexpr (table::wide) {
+        sums = multiply_add<C>(sums, load<4>(values + 4), gather(from, indices + 4));
+      }
+      prefetch<cache::level2>(indices, table::far_ahead);
+      prefetch<cache::level2>(values, table::far_ahead);
+      values += table::entries_a_trip;
+      indices += table::entries_a_trip;
+    }
+
+    lane<T> first = accumulator(sums, 0);
+    if (length > 0) {
+      for (std::int32_t rest = length % table::entries_a_trip; rest > 0; --rest) {
+        first = multiply_add<C>(first, load<1>(values++), load<1>(from + *indices++));
+      }
+    }
+    write_back(y + i, first, accumulator(sums, 1), accumulator(sums, 2), accumulator(sums, 3),
+               alpha, beta);
+  }
+}
+
+}  // namespace nevrad

@@ -1,0 +1,32 @@
+// How the descriptor-driven products choose the thread budget from the matrix at hand.
+#pragma once
+
+#include "frame/budget.h"
+#include "frame/checks.h"
+
+namespace nevrad {
+
+// Entries per possible entry, as two divisions in this order.
+inline double matrix_density(std::int32_t nnz, int m, int k) {
+  return static_cast<double>(nnz) / static_cast<double>(m) / static_cast<double>(k);
+}
+
+// Lowers the budget of the whole process to `wanted` when it is above; never raises it, and nobody
+// restores it.
+inline status lower_thread_budget(int wanted) {
+  return current_thread_budget() > wanted ? set_thread_budget(wanted) : success;
+}
+
+// Eight threads for a matrix with enough entries, densely enough, one for all others and for every
+// diagonal matrix.
+inline status apply_mv_thread_policy(matrix_structure structure,
+                                     std::int32_t nnz,
+                                     double density) {
+  constexpr double least_density = 0.0001;
+  constexpr std::int32_t most_entries_on_one = 799999;
+  const bool many = structure != matrix_structure::diagonal && density >= least_density &&
+                    nnz > most_entries_on_one;
+  return lower_thread_budget(many ? 8 : 1);
+}
+
+}  // namespace nevrad
