@@ -1,0 +1,56 @@
+# How tests become programs and runs.
+#
+#   nevrad_test(NAME sources... [OBJECTS | SHARED] [LINK_OPTIONS flag...])
+#     builds nevrad_NAME_tests with GoogleTest's main and tests/support, on the library's objects
+#     (hidden names can be reached; the default) or on the shared library, and registers a run.
+#   nevrad_test_run(NAME TARGET program [SHARDS n] [FILTER pattern] [ENVIRONMENT VAR=value...])
+#     registers one more run of a program: what an environment variable changes needs a process of
+#     its own. A run is cut into shards so that ctest can spread it over the cores.
+
+# Threads that wait without spinning: teams here are often larger than the machine. The default team
+# is odd and not one, so that work which does not divide evenly is the usual case.
+set(NEVRAD_TEST_ENVIRONMENT
+  OMP_WAIT_POLICY=passive OMP_NUM_THREADS=3 ${NEVRAD_SANITIZER_ENVIRONMENT})
+
+function(nevrad_test_run name)
+  cmake_parse_arguments(PARSE_ARGV 1 run "" "TARGET;SHARDS;FILTER" "ENVIRONMENT")
+  if(NOT run_SHARDS)
+    set(run_SHARDS 1)
+  endif()
+  set(arguments --gtest_brief=1 --gtest_color=no)
+  if(run_FILTER)
+    list(APPEND arguments "--gtest_filter=${run_FILTER}")
+  endif()
+  math(EXPR last "${run_SHARDS} - 1")
+  foreach(shard RANGE ${last})
+    set(run_name ${name})
+    if(run_SHARDS GREATER 1)
+      string(APPEND run_name ".${shard}")
+    endif()
+    add_test(NAME ${run_name} COMMAND ${run_TARGET} ${arguments})
+    # Later settings of a variable win, so a run can change what all of them have.
+    set_tests_properties(${run_name} PROPERTIES ENVIRONMENT
+      "GTEST_TOTAL_SHARDS=${run_SHARDS};GTEST_SHARD_INDEX=${shard};${NEVRAD_TEST_ENVIRONMENT};${run_ENVIRONMENT}")
+  endforeach()
+endfunction()
+
+function(nevrad_test name)
+  cmake_parse_arguments(PARSE_ARGV 1 test "OBJECTS;SHARED" "SHARDS" "LINK_OPTIONS")
+  set(target nevrad_${name}_tests)
+  add_executable(${target} ${test_UNPARSED_ARGUMENTS})
+  if(test_SHARED)
+    target_link_libraries(${target} PRIVATE nevrad nevrad_openmp)
+  else()
+    target_link_libraries(${target} PRIVATE nevrad_objects)
+  endif()
+  target_link_libraries(${target} PRIVATE
+    nevrad_test_support nevrad_warnings GTest::gtest_main GTest::gmock)
+  target_link_options(${target} PRIVATE ${test_LINK_OPTIONS})
+  target_compile_definitions(${target} PRIVATE
+    NEVRAD_LIBRARY="$<TARGET_SONAME_FILE:nevrad>"
+    NEVRAD_SOURCE_DIR="${PROJECT_SOURCE_DIR}")
+  add_dependencies(${target} nevrad)
+  set_target_properties(${target} PROPERTIES
+    RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/tests)
+  nevrad_test_run(${name} TARGET ${target} SHARDS ${test_SHARDS})
+endfunction()
