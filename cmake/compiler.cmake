@@ -55,7 +55,7 @@ add_library(nevrad_warnings INTERFACE)
 target_compile_options(nevrad_warnings INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wvla -Wundef
   -Wimplicit-fallthrough -Wcast-align -Wcast-qual
-  -Wno-gcc-compat -Wno-pass-failed
+  -Wno-psabi -Wno-gcc-compat -Wno-pass-failed
   -Werror
   $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor -Wextra-semi -Wold-style-cast
     -Wno-c99-extensions>)

@@ -136,8 +136,7 @@ orv_sparse_status_t orv_sparse_zaxpyi_(const int* nnz, const nevrad_complex_doub
 orv_sparse_status_t orv_sparse_sgthr(int nnz, const float* y, float* x, const int* indx);
 orv_sparse_status_t orv_sparse_sgthr_(const int* nnz, const float* y, float* x, const int* indx);
 orv_sparse_status_t orv_sparse_dgthr(int nnz, const double* y, double* x, const int* indx);
-orv_sparse_status_t orv_sparse_dgthr_(const int* nnz, const double* y, double* x,
-                                      const int* indx);
+orv_sparse_status_t orv_sparse_dgthr_(const int* nnz, const double* y, double* x, const int* indx);
 orv_sparse_status_t orv_sparse_cgthr(int nnz, const nevrad_complex_float* y,
                                      nevrad_complex_float* x, const int* indx);
 orv_sparse_status_t orv_sparse_cgthr_(const int* nnz, const nevrad_complex_float* y,
@@ -165,8 +164,7 @@ orv_sparse_status_t orv_sparse_zgthrz_(const int* nnz, nevrad_complex_double* y,
 orv_sparse_status_t orv_sparse_ssctr(int nnz, const float* x, const int* indx, float* y);
 orv_sparse_status_t orv_sparse_ssctr_(const int* nnz, const float* x, const int* indx, float* y);
 orv_sparse_status_t orv_sparse_dsctr(int nnz, const double* x, const int* indx, double* y);
-orv_sparse_status_t orv_sparse_dsctr_(const int* nnz, const double* x, const int* indx,
-                                      double* y);
+orv_sparse_status_t orv_sparse_dsctr_(const int* nnz, const double* x, const int* indx, double* y);
 orv_sparse_status_t orv_sparse_csctr(int nnz, const nevrad_complex_float* x, const int* indx,
                                      nevrad_complex_float* y);
 orv_sparse_status_t orv_sparse_csctr_(const int* nnz, const nevrad_complex_float* x,
@@ -213,8 +211,8 @@ orv_sparse_status_t orv_sparse_cdotui_sub(int nnz, const nevrad_complex_float* x
 orv_sparse_status_t orv_sparse_cdotui_sub_(const int* nnz, const nevrad_complex_float* x,
                                            const int* indx, const nevrad_complex_float* y,
                                            nevrad_complex_float* result);
-orv_sparse_status_t orv_sparse_zdotui_sub(int nnz, const nevrad_complex_double* x,
-                                          const int* indx, const nevrad_complex_double* y,
+orv_sparse_status_t orv_sparse_zdotui_sub(int nnz, const nevrad_complex_double* x, const int* indx,
+                                          const nevrad_complex_double* y,
                                           nevrad_complex_double* result);
 orv_sparse_status_t orv_sparse_zdotui_sub_(const int* nnz, const nevrad_complex_double* x,
                                            const int* indx, const nevrad_complex_double* y,
@@ -225,8 +223,8 @@ orv_sparse_status_t orv_sparse_cdotci_sub(int nnz, const nevrad_complex_float* x
 orv_sparse_status_t orv_sparse_cdotci_sub_(const int* nnz, const nevrad_complex_float* x,
                                            const int* indx, const nevrad_complex_float* y,
                                            nevrad_complex_float* result);
-orv_sparse_status_t orv_sparse_zdotci_sub(int nnz, const nevrad_complex_double* x,
-                                          const int* indx, const nevrad_complex_double* y,
+orv_sparse_status_t orv_sparse_zdotci_sub(int nnz, const nevrad_complex_double* x, const int* indx,
+                                          const nevrad_complex_double* y,
                                           nevrad_complex_double* result);
 orv_sparse_status_t orv_sparse_zdotci_sub_(const int* nnz, const nevrad_complex_double* x,
                                            const int* indx, const nevrad_complex_double* y,
@@ -264,19 +262,16 @@ orv_sparse_status_t orv_sparse_zdotci_sub_(const int* nnz, const nevrad_complex_
  * orv_sparse_?csrgemv and its relatives do not touch the budget. Results of the general product,
  * untransposed, are the same bits for every budget.
  */
-orv_sparse_status_t orv_sparse_scsrmv(int transa, int m, int k, float alpha,
-                                      const char* matdescra, const float* val, const int* indx,
-                                      const int* pntrb, const int* pntre, const float* x,
-                                      float beta, float* y);
+orv_sparse_status_t orv_sparse_scsrmv(int transa, int m, int k, float alpha, const char* matdescra,
+                                      const float* val, const int* indx, const int* pntrb,
+                                      const int* pntre, const float* x, float beta, float* y);
 orv_sparse_status_t orv_sparse_scsrmv_(const int* transa, const int* m, const int* k,
-                                       const float* alpha, const char* matdescra,
-                                       const float* val, const int* indx, const int* pntrb,
-                                       const int* pntre, const float* x, const float* beta,
-                                       float* y);
-orv_sparse_status_t orv_sparse_dcsrmv(int transa, int m, int k, double alpha,
-                                      const char* matdescra, const double* val, const int* indx,
-                                      const int* pntrb, const int* pntre, const double* x,
-                                      double beta, double* y);
+                                       const float* alpha, const char* matdescra, const float* val,
+                                       const int* indx, const int* pntrb, const int* pntre,
+                                       const float* x, const float* beta, float* y);
+orv_sparse_status_t orv_sparse_dcsrmv(int transa, int m, int k, double alpha, const char* matdescra,
+                                      const double* val, const int* indx, const int* pntrb,
+                                      const int* pntre, const double* x, double beta, double* y);
 orv_sparse_status_t orv_sparse_dcsrmv_(const int* transa, const int* m, const int* k,
                                        const double* alpha, const char* matdescra,
                                        const double* val, const int* indx, const int* pntrb,
@@ -303,8 +298,7 @@ orv_sparse_status_t orv_sparse_zcsrmv_(const int* transa, const int* m, const in
                                        const nevrad_complex_double* val, const int* indx,
                                        const int* pntrb, const int* pntre,
                                        const nevrad_complex_double* x,
-                                       const nevrad_complex_double* beta,
-                                       nevrad_complex_double* y);
+                                       const nevrad_complex_double* beta, nevrad_complex_double* y);
 
 /*
  * y = op(A) * x for a general square matrix of order m in three-array form
@@ -327,11 +321,10 @@ orv_sparse_status_t orv_sparse_scsrgemv_(const int* transa, const int* m, const 
 orv_sparse_status_t orv_sparse_dcsrgemv(int transa, int m, const double* a, const int* ia,
                                         const int* ja, const double* x, double* y);
 orv_sparse_status_t orv_sparse_dcsrgemv_(const int* transa, const int* m, const double* a,
-                                         const int* ia, const int* ja, const double* x,
-                                         double* y);
+                                         const int* ia, const int* ja, const double* x, double* y);
 orv_sparse_status_t orv_sparse_ccsrgemv(int transa, int m, const nevrad_complex_float* a,
-                                        const int* ia, const int* ja,
-                                        const nevrad_complex_float* x, nevrad_complex_float* y);
+                                        const int* ia, const int* ja, const nevrad_complex_float* x,
+                                        nevrad_complex_float* y);
 orv_sparse_status_t orv_sparse_ccsrgemv_(const int* transa, const int* m,
                                          const nevrad_complex_float* a, const int* ia,
                                          const int* ja, const nevrad_complex_float* x,
@@ -350,8 +343,7 @@ orv_sparse_status_t orv_csparse_scsrgemv_(const int* transa, const int* m, const
 orv_sparse_status_t orv_csparse_dcsrgemv(int transa, int m, const double* a, const int* ia,
                                          const int* ja, const double* x, double* y);
 orv_sparse_status_t orv_csparse_dcsrgemv_(const int* transa, const int* m, const double* a,
-                                          const int* ia, const int* ja, const double* x,
-                                          double* y);
+                                          const int* ia, const int* ja, const double* x, double* y);
 orv_sparse_status_t orv_csparse_ccsrgemv(int transa, int m, const nevrad_complex_float* a,
                                          const int* ia, const int* ja,
                                          const nevrad_complex_float* x, nevrad_complex_float* y);
@@ -361,8 +353,7 @@ orv_sparse_status_t orv_csparse_ccsrgemv_(const int* transa, const int* m,
                                           nevrad_complex_float* y);
 orv_sparse_status_t orv_csparse_zcsrgemv(int transa, int m, const nevrad_complex_double* a,
                                          const int* ia, const int* ja,
-                                         const nevrad_complex_double* x,
-                                         nevrad_complex_double* y);
+                                         const nevrad_complex_double* x, nevrad_complex_double* y);
 orv_sparse_status_t orv_csparse_zcsrgemv_(const int* transa, const int* m,
                                           const nevrad_complex_double* a, const int* ia,
                                           const int* ja, const nevrad_complex_double* x,

@@ -122,7 +122,7 @@ template <conjugation C = conjugation::no, class T, int W>
 NEVRAD_INLINE lanes<T, W> multiply_add(lanes<T, W> acc, lanes<T, W> a, lanes<T, W> b) {
   if constexpr (is_complex<T>) {
     acc = rotate<rotation::by_0>(acc, a, b);
-    return rotate<C == conjugation::no ? rotation::by_90 : rotation::by_270>(acc, a, b);
+    return rotate<(C == conjugation::no ? rotation::by_90 : rotation::by_270)>(acc, a, b);
   } else {
     return {__builtin_elementwise_fma(a.v, b.v, acc.v)};
   }
@@ -133,7 +133,7 @@ template <conjugation C = conjugation::no, class T, int W>
 NEVRAD_INLINE lanes<T, W> multiply_subtract(lanes<T, W> acc, lanes<T, W> a, lanes<T, W> b) {
   if constexpr (is_complex<T>) {
     acc = rotate<rotation::by_180>(acc, a, b);
-    return rotate<C == conjugation::no ? rotation::by_270 : rotation::by_90>(acc, a, b);
+    return rotate<(C == conjugation::no ? rotation::by_270 : rotation::by_90)>(acc, a, b);
   } else {
     return {__builtin_elementwise_fma(-a.v, b.v, acc.v)};
   }

@@ -21,11 +21,10 @@ status check_dense_dims(int m, int n, int k, int ldb, int ldc, unsigned transa, 
   const int rows_c = transa != 0 ? k : m;
   const int rows_b = transa != 0 ? m : k;
   const bool column_major = one_based != 0;
-  const bool holds =
-      leading_dimension_holds(ldc, column_major ? rows_c : n) &&
-      leading_dimension_holds(ldb, column_major ? rows_b : n) &&
-      product_holds(ldc, column_major ? n : rows_c) &&
-      product_holds(ldb, column_major ? n : rows_b);
+  const bool holds = leading_dimension_holds(ldc, column_major ? rows_c : n) &&
+                     leading_dimension_holds(ldb, column_major ? rows_b : n) &&
+                     product_holds(ldc, column_major ? n : rows_c) &&
+                     product_holds(ldb, column_major ? n : rows_b);
   return holds ? success : invalid_value;
 }
 
@@ -41,11 +40,10 @@ status check_dense_block_dims(int m,
   const std::int64_t rows_c = static_cast<std::int64_t>(lb) * (transa != 0 ? k : m);
   const std::int64_t rows_b = static_cast<std::int64_t>(lb) * (transa != 0 ? m : k);
   const bool column_major = one_based != 0;
-  const bool holds =
-      leading_dimension_holds(ldc, column_major ? rows_c : n) &&
-      leading_dimension_holds(ldb, column_major ? rows_b : n) &&
-      signed_product_holds(ldc, column_major ? n : rows_c) &&
-      signed_product_holds(ldb, column_major ? n : rows_b);
+  const bool holds = leading_dimension_holds(ldc, column_major ? rows_c : n) &&
+                     leading_dimension_holds(ldb, column_major ? rows_b : n) &&
+                     signed_product_holds(ldc, column_major ? n : rows_c) &&
+                     signed_product_holds(ldb, column_major ? n : rows_b);
   return holds ? success : invalid_value;
 }
 

@@ -11,14 +11,12 @@
 
 #define NEVRAD_PUBLIC __attribute__((visibility("default")))
 
-#define NEVRAD_ENTRY(name, body, ...)                                                 \
-  extern "C" NEVRAD_PUBLIC ::nevrad::status name(                                     \
-      NEVRAD_MAP(NEVRAD_PARAMETER, __VA_ARGS__)) {                                    \
-    return body(NEVRAD_MAP(NEVRAD_ARGUMENT, __VA_ARGS__));                            \
-  }                                                                                   \
-  extern "C" NEVRAD_PUBLIC ::nevrad::status name##_(                                  \
-      NEVRAD_MAP(NEVRAD_REFERENCE, __VA_ARGS__)) {                                    \
-    return name(NEVRAD_MAP(NEVRAD_DEREFERENCED, __VA_ARGS__));                        \
+#define NEVRAD_ENTRY(name, body, ...)                                                            \
+  extern "C" NEVRAD_PUBLIC ::nevrad::status name(NEVRAD_MAP(NEVRAD_PARAMETER, __VA_ARGS__)) {    \
+    return body(NEVRAD_MAP(NEVRAD_ARGUMENT, __VA_ARGS__));                                       \
+  }                                                                                              \
+  extern "C" NEVRAD_PUBLIC ::nevrad::status name##_(NEVRAD_MAP(NEVRAD_REFERENCE, __VA_ARGS__)) { \
+    return name(NEVRAD_MAP(NEVRAD_DEREFERENCED, __VA_ARGS__));                                   \
   }
 
 #define NEVRAD_PARAMETER(kind, type, name) NEVRAD_PARAMETER_##kind(type, name)
@@ -37,7 +35,7 @@
 
 // Applies f to each parenthesised argument, with commas between the results.
 #define NEVRAD_MAP(f, ...) __VA_OPT__(NEVRAD_EXPAND(NEVRAD_MAP_STEP(f, __VA_ARGS__)))
-#define NEVRAD_MAP_STEP(f, x, ...) f x __VA_OPT__(, NEVRAD_MAP_AGAIN NEVRAD_NOTHING (f, __VA_ARGS__))
+#define NEVRAD_MAP_STEP(f, x, ...) f x __VA_OPT__(, NEVRAD_MAP_AGAIN NEVRAD_NOTHING(f, __VA_ARGS__))
 #define NEVRAD_MAP_AGAIN() NEVRAD_MAP_STEP
 #define NEVRAD_NOTHING ()
 #define NEVRAD_EXPAND(...) NEVRAD_EXPAND_4(NEVRAD_EXPAND_4(__VA_ARGS__))

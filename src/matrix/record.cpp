@@ -26,7 +26,8 @@ void init_view(compressed_view<T>& view,
 
 template <class T>
 scratch<T> aligned_array(std::int64_t count) {
-  return scratch<T>(rounded_aligned_alloc(cache_line, sizeof(T) * static_cast<std::uint64_t>(count)));
+  return scratch<T>(
+      rounded_aligned_alloc(cache_line, sizeof(T) * static_cast<std::uint64_t>(count)));
 }
 
 template <class T>
@@ -193,21 +194,21 @@ void owned_csc_free(owned_matrix<T>* matrix) {
 }
 
 #define NEVRAD_INSTANTIATE(letter, T)                                                            \
-  template void view_csr_init(compressed_view<T>&, const T*, const std::int32_t*,               \
-                              const std::int32_t*, const std::int32_t*, std::int32_t,           \
-                              std::int32_t, std::int32_t);                                      \
-  template void view_csc_init(compressed_view<T>&, const T*, const std::int32_t*,               \
-                              const std::int32_t*, const std::int32_t*, std::int32_t,           \
-                              std::int32_t, std::int32_t);                                      \
-  template status owned_csr_alloc(std::int32_t, std::int32_t, std::int32_t, owned_matrix<T>**); \
-  template status owned_csc_alloc(std::int32_t, std::int32_t, std::int32_t, owned_matrix<T>**); \
-  template status owned_csr_from_arrays(matrix_handle<T>*, unsigned, std::int32_t,              \
-                                        std::int32_t, const std::int32_t*, const std::int32_t*, \
-                                        const std::int32_t*, const T*);                         \
-  template status owned_csc_from_arrays(matrix_handle<T>*, unsigned, std::int32_t,              \
-                                        std::int32_t, const std::int32_t*, const std::int32_t*, \
-                                        const std::int32_t*, const T*);                         \
-  template void owned_csr_free(owned_matrix<T>*);                                               \
+  template void view_csr_init(compressed_view<T>&, const T*, const std::int32_t*,                \
+                              const std::int32_t*, const std::int32_t*, std::int32_t,            \
+                              std::int32_t, std::int32_t);                                       \
+  template void view_csc_init(compressed_view<T>&, const T*, const std::int32_t*,                \
+                              const std::int32_t*, const std::int32_t*, std::int32_t,            \
+                              std::int32_t, std::int32_t);                                       \
+  template status owned_csr_alloc(std::int32_t, std::int32_t, std::int32_t, owned_matrix<T>**);  \
+  template status owned_csc_alloc(std::int32_t, std::int32_t, std::int32_t, owned_matrix<T>**);  \
+  template status owned_csr_from_arrays(matrix_handle<T>*, unsigned, std::int32_t, std::int32_t, \
+                                        const std::int32_t*, const std::int32_t*,                \
+                                        const std::int32_t*, const T*);                          \
+  template status owned_csc_from_arrays(matrix_handle<T>*, unsigned, std::int32_t, std::int32_t, \
+                                        const std::int32_t*, const std::int32_t*,                \
+                                        const std::int32_t*, const T*);                          \
+  template void owned_csr_free(owned_matrix<T>*);                                                \
   template void owned_csc_free(owned_matrix<T>*);
 NEVRAD_FOR_EACH_TYPE(NEVRAD_INSTANTIATE)
 #undef NEVRAD_INSTANTIATE

@@ -1,8 +1,9 @@
 // Transposition by counting: the one way in which lines are exchanged, converted and sorted.
 //
-// Every copy made here has base 0 and ascending lines (sorted 1), whatever the order and the base of
-// the source; duplicates stay, in their order. The source may be a view or an owned matrix and is
-// not changed. The caller owns the result. All is linear in entries and lines: no comparison sort.
+// Every copy made here has base 0 and ascending lines (sorted 1), whatever the order and the base
+// of the source; duplicates stay, in their order. The source may be a view or an owned matrix and
+// is not changed. The caller owns the result. All is linear in entries and lines: no comparison
+// sort.
 //
 // Called from serial code: the parallel forms open a region of their own, on a team of the budget.
 // They give the same arrays as the serial ones.
@@ -36,8 +37,8 @@ status csc_conj_transpose(const compressed_matrix<T>& source, owned_matrix<T>** 
 template <class T>
 status csc_conj_transpose_parallel(const compressed_matrix<T>& source, owned_matrix<T>** out);
 
-// The same CSR matrix with ascending rows, by transposing twice: a stable bucket sort of two passes,
-// by column and then by row. Statuses of csr_transpose.
+// The same CSR matrix with ascending rows, by transposing twice: a stable bucket sort of two
+// passes, by column and then by row. Statuses of csr_transpose.
 template <class T>
 status csr_sort_by_double_transpose(const compressed_matrix<T>& source, owned_matrix<T>** out);
 

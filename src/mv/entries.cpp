@@ -69,19 +69,17 @@ status csrgemv(int transa, int m, const T* a, const int* ia, const int* ja, cons
 
 }  // namespace
 
-#define NEVRAD_MV_ENTRIES(letter, T)                                                            \
-  NEVRAD_ENTRY(orv_sparse_##letter##csrmv, csrmv<T>, (value, int, transa), (value, int, m),     \
-               (value, int, k), (value, T, alpha), (array, const char, matdescra),              \
-               (array, const T, val), (array, const int, indx), (array, const int, pntrb),      \
-               (array, const int, pntre), (array, const T, x), (value, T, beta), (array, T, y)) \
-  NEVRAD_ENTRY(orv_sparse_##letter##csrgemv, (csrgemv<T, general_row_one_based>),               \
-               (value, int, transa), (value, int, m), (array, const T, a),                      \
-               (array, const int, ia), (array, const int, ja), (array, const T, x),             \
-               (array, T, y))                                                                   \
-  NEVRAD_ENTRY(orv_csparse_##letter##csrgemv, (csrgemv<T, general_row_zero_based>),             \
-               (value, int, transa), (value, int, m), (array, const T, a),                      \
-               (array, const int, ia), (array, const int, ja), (array, const T, x),             \
-               (array, T, y))
+#define NEVRAD_MV_ENTRIES(letter, T)                                                               \
+  NEVRAD_ENTRY(orv_sparse_##letter##csrmv, csrmv<T>, (value, int, transa), (value, int, m),        \
+               (value, int, k), (value, T, alpha), (array, const char, matdescra),                 \
+               (array, const T, val), (array, const int, indx), (array, const int, pntrb),         \
+               (array, const int, pntre), (array, const T, x), (value, T, beta), (array, T, y))    \
+  NEVRAD_ENTRY(orv_sparse_##letter##csrgemv, (csrgemv<T, general_row_one_based>),                  \
+               (value, int, transa), (value, int, m), (array, const T, a), (array, const int, ia), \
+               (array, const int, ja), (array, const T, x), (array, T, y))                         \
+  NEVRAD_ENTRY(orv_csparse_##letter##csrgemv, (csrgemv<T, general_row_zero_based>),                \
+               (value, int, transa), (value, int, m), (array, const T, a), (array, const int, ia), \
+               (array, const int, ja), (array, const T, x), (array, T, y))
 NEVRAD_FOR_EACH_TYPE(NEVRAD_MV_ENTRIES)
 #undef NEVRAD_MV_ENTRIES
 

@@ -42,7 +42,8 @@ NEVRAD_INLINE lane<T> accumulator(lanes<T, 4> sums, int r) {
 
 // y_i out of the row's four sums.
 template <class T>
-NEVRAD_INLINE void write_back(T* y, lane<T> s0, lane<T> s1, lane<T> s2, lane<T> s3, T alpha, T beta) {
+NEVRAD_INLINE void
+write_back(T* y, lane<T> s0, lane<T> s1, lane<T> s2, lane<T> s3, T alpha, T beta) {
   if constexpr (is_complex<T>) {
     const lane<T> scale = to_lane(alpha);
     lane<T> t = multiply_add(zero_lanes<T, 1>(), to_lane(beta), load<1>(y));

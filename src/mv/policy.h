@@ -19,9 +19,7 @@ inline status lower_thread_budget(int wanted) {
 
 // Eight threads for a matrix with enough entries, densely enough, one for all others and for every
 // diagonal matrix.
-inline status apply_mv_thread_policy(matrix_structure structure,
-                                     std::int32_t nnz,
-                                     double density) {
+inline status apply_mv_thread_policy(matrix_structure structure, std::int32_t nnz, double density) {
   constexpr double least_density = 0.0001;
   constexpr std::int32_t most_entries_on_one = 799999;
   const bool many = structure != matrix_structure::diagonal && density >= least_density &&

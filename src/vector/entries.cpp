@@ -115,32 +115,32 @@ status complex_dot(int nnz, const T* x, const int* indx, const T* y, T* result) 
 
 }  // namespace
 
-#define NEVRAD_UPDATES(letter, T)                                                               \
-  NEVRAD_ENTRY(orv_sparse_##letter##axpyi, axpyi<T>, (value, int, nnz), (value, T, alpha),      \
-               (array, const T, x), (array, const int, indx), (array, T, y))                    \
-  NEVRAD_ENTRY(orv_sparse_##letter##gthr, gthr<T>, (value, int, nnz), (array, const T, y),      \
-               (array, T, x), (array, const int, indx))                                         \
-  NEVRAD_ENTRY(orv_sparse_##letter##gthrz, gthrz<T>, (value, int, nnz), (array, T, y),          \
-               (array, T, x), (array, const int, indx))                                         \
-  NEVRAD_ENTRY(orv_sparse_##letter##sctr, sctr<T>, (value, int, nnz), (array, const T, x),      \
+#define NEVRAD_UPDATES(letter, T)                                                          \
+  NEVRAD_ENTRY(orv_sparse_##letter##axpyi, axpyi<T>, (value, int, nnz), (value, T, alpha), \
+               (array, const T, x), (array, const int, indx), (array, T, y))               \
+  NEVRAD_ENTRY(orv_sparse_##letter##gthr, gthr<T>, (value, int, nnz), (array, const T, y), \
+               (array, T, x), (array, const int, indx))                                    \
+  NEVRAD_ENTRY(orv_sparse_##letter##gthrz, gthrz<T>, (value, int, nnz), (array, T, y),     \
+               (array, T, x), (array, const int, indx))                                    \
+  NEVRAD_ENTRY(orv_sparse_##letter##sctr, sctr<T>, (value, int, nnz), (array, const T, x), \
                (array, const int, indx), (array, T, y))
 NEVRAD_FOR_EACH_TYPE(NEVRAD_UPDATES)
 #undef NEVRAD_UPDATES
 
-#define NEVRAD_REAL_FORMS(letter, T)                                                            \
-  NEVRAD_ENTRY(orv_sparse_##letter##roti, roti<T>, (value, int, nnz), (array, T, x),            \
-               (array, const int, indx), (array, T, y), (value, T, c), (value, T, s))           \
-  NEVRAD_ENTRY(orv_sparse_##letter##doti, doti<T>, (value, int, nnz), (array, const T, x),      \
+#define NEVRAD_REAL_FORMS(letter, T)                                                       \
+  NEVRAD_ENTRY(orv_sparse_##letter##roti, roti<T>, (value, int, nnz), (array, T, x),       \
+               (array, const int, indx), (array, T, y), (value, T, c), (value, T, s))      \
+  NEVRAD_ENTRY(orv_sparse_##letter##doti, doti<T>, (value, int, nnz), (array, const T, x), \
                (array, const int, indx), (array, const T, y), (array, T, result))
 NEVRAD_FOR_EACH_REAL(NEVRAD_REAL_FORMS)
 #undef NEVRAD_REAL_FORMS
 
-#define NEVRAD_COMPLEX_DOTS(letter, T)                                                          \
-  NEVRAD_ENTRY(orv_sparse_##letter##dotui_sub, (complex_dot<conjugation::no, T>),               \
-               (value, int, nnz), (array, const T, x), (array, const int, indx),                \
-               (array, const T, y), (array, T, result))                                         \
-  NEVRAD_ENTRY(orv_sparse_##letter##dotci_sub, (complex_dot<conjugation::yes, T>),              \
-               (value, int, nnz), (array, const T, x), (array, const int, indx),                \
+#define NEVRAD_COMPLEX_DOTS(letter, T)                                             \
+  NEVRAD_ENTRY(orv_sparse_##letter##dotui_sub, (complex_dot<conjugation::no, T>),  \
+               (value, int, nnz), (array, const T, x), (array, const int, indx),   \
+               (array, const T, y), (array, T, result))                            \
+  NEVRAD_ENTRY(orv_sparse_##letter##dotci_sub, (complex_dot<conjugation::yes, T>), \
+               (value, int, nnz), (array, const T, x), (array, const int, indx),   \
                (array, const T, y), (array, T, result))
 NEVRAD_FOR_EACH_COMPLEX(NEVRAD_COMPLEX_DOTS)
 #undef NEVRAD_COMPLEX_DOTS

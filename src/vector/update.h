@@ -62,7 +62,8 @@ void sctr_block(const T* x, const std::int32_t* indx, T* y, std::int32_t first, 
   for_positions<sctr_factor>(first, last, [=](std::int32_t i) { y[indx[i]] = x[i]; });
 }
 
-// The old x[i] is kept in a register; y is loaded anew after x[i] is stored, as aliased arrays show.
+// The old x[i] is kept in a register; y is loaded anew after x[i] is stored, as aliased arrays
+// show.
 template <class T>
 void roti_block(T* x,
                 const std::int32_t* indx,
