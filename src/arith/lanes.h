@@ -96,6 +96,17 @@ NEVRAD_INLINE lanes<T, W> broadcast(lane<T> a) {
   }
 }
 
+// Lane I alone; a multiply-accumulate by its broadcast becomes the form by lane on AArch64.
+template <int I, class T, int W>
+NEVRAD_INLINE lane<T> lane_at(lanes<T, W> a) {
+  static_assert(I >= 0 && I < W);
+  if constexpr (is_complex<T>) {
+    return {typename lane<T>::storage{a.v[2 * I], a.v[2 * I + 1]}};
+  } else {
+    return {a.v[I]};
+  }
+}
+
 template <class T, int W>
 NEVRAD_INLINE lanes<T, W> add(lanes<T, W> a, lanes<T, W> b) {
   return {a.v + b.v};

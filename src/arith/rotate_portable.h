@@ -21,11 +21,15 @@ template <int... I, class V>
 NEVRAD_INLINE V swap_parts(V v, std::integer_sequence<int, I...>) {
   return __builtin_shufflevector(v, v, (I ^ 1)...);
 }
-// Negates the even (first = 0) or the odd (first = 1) places.
+// Negates the even (First = 0) or the odd (First = 1) places: one exclusive or with a constant.
 template <int First, int... I, class V>
 NEVRAD_INLINE V negate_alternate(V v, std::integer_sequence<int, I...>) {
-  constexpr int n = sizeof...(I);
-  return __builtin_shufflevector(v, -v, ((I & 1) == First ? I + n : I)...);
+  using real = std::remove_reference_t<decltype(v[0])>;
+  using word = std::conditional_t<sizeof(real) == 4, std::uint32_t, std::uint64_t>;
+  constexpr word sign = word{1} << (8 * sizeof(word) - 1);
+  using words = vector_t<word, sizeof...(I)>;
+  constexpr words signs = {((I & 1) == First ? sign : word{0})...};
+  return __builtin_bit_cast(V, __builtin_bit_cast(words, v) ^ signs);
 }
 
 }  // namespace detail
@@ -42,10 +46,16 @@ NEVRAD_INLINE lanes<complex<R>, W> rotate(lanes<complex<R>, W> acc,
     acc.v = __builtin_elementwise_fma(-detail::real_parts(a.v, places), b.v, acc.v);
   } else {
     constexpr int first = Angle == rotation::by_90 ? 0 : 1;
-    const auto im = detail::negate_alternate<first>(detail::imaginary_parts(a.v, places), places);
-    acc.v = __builtin_elementwise_fma(im, detail::swap_parts(b.v, places), acc.v);
+    // The sign is set on b, which the panel kernels broadcast: once an entry, not once a register.
+    const auto swapped = detail::negate_alternate<first>(detail::swap_parts(b.v, places), places);
+    acc.v = __builtin_elementwise_fma(detail::imaginary_parts(a.v, places), swapped, acc.v);
   }
   return acc;
 }
+
+// Keeps the loads of `next` ahead of what is done with `acc` from here on, where the target's
+// compiler would sink them.
+template <class T, int W>
+NEVRAD_INLINE void load_ahead(lanes<T, W>& /*acc*/, lanes<T, W>& /*next*/) {}
 
 }  // namespace nevrad
