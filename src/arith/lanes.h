@@ -60,6 +60,17 @@ NEVRAD_INLINE lanes<T, W> load(const T* from) {
   return r;
 }
 
+// Four elements at the places that four indices name, as plain scalar loads.
+template <class T>
+NEVRAD_INLINE lanes<T, 4> gather(const T* from, const std::int32_t* at) {
+  if constexpr (is_complex<T>) {
+    const T elements[4] = {from[at[0]], from[at[1]], from[at[2]], from[at[3]]};
+    return load<4>(elements);
+  } else {
+    return {typename lanes<T, 4>::storage{from[at[0]], from[at[1]], from[at[2]], from[at[3]]}};
+  }
+}
+
 template <class T, int W>
 NEVRAD_INLINE void store(T* to, lanes<T, W> a) {
   __builtin_memcpy(to, &a.v, sizeof a.v);
@@ -147,6 +158,16 @@ NEVRAD_INLINE lanes<T, W> multiply_subtract(lanes<T, W> acc, lanes<T, W> a, lane
     return rotate<(C == conjugation::no ? rotation::by_270 : rotation::by_90)>(acc, a, b);
   } else {
     return {__builtin_elementwise_fma(-a.v, b.v, acc.v)};
+  }
+}
+
+// The same on elements as they lie in memory.
+template <conjugation C = conjugation::no, class T>
+NEVRAD_INLINE T multiply_add(T acc, T a, T b) {
+  if constexpr (is_complex<T>) {
+    return to_element(multiply_add<C>(to_lane(acc), to_lane(a), to_lane(b)));
+  } else {
+    return fma(a, b, acc);
   }
 }
 

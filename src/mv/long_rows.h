@@ -19,27 +19,6 @@ struct long_rows_table {
   static constexpr int far_ahead = 4096;               // level 2, keep
 };
 
-// Four elements of x at the places that four indices name.
-template <class T>
-NEVRAD_INLINE lanes<T, 4> gather(const T* x, const std::int32_t* at) {
-  if constexpr (is_complex<T>) {
-    const T elements[4] = {x[at[0]], x[at[1]], x[at[2]], x[at[3]]};
-    return load<4>(elements);
-  } else {
-    return {typename lanes<T, 4>::storage{x[at[0]], x[at[1]], x[at[2]], x[at[3]]}};
-  }
-}
-
-// Accumulator r of the four.
-template <class T>
-NEVRAD_INLINE lane<T> accumulator(lanes<T, 4> sums, int r) {
-  if constexpr (is_complex<T>) {
-    return {typename lane<T>::storage{sums.v[2 * r], sums.v[2 * r + 1]}};
-  } else {
-    return {sums.v[r]};
-  }
-}
-
 // y_i out of the row's four sums.
 template <class T>
 NEVRAD_INLINE void
@@ -92,14 +71,13 @@ void long_rows(const T& alpha_at,
       indices += table::entries_a_trip;
     }
 
-    lane<T> first = accumulator(sums, 0);
+    lane<T> first = lane_at<0>(sums);
     if (length > 0) {
       for (std::int32_t rest = length % table::entries_a_trip; rest > 0; --rest) {
         first = multiply_add<C>(first, load<1>(values++), load<1>(from + *indices++));
       }
     }
-    write_back(y + i, first, accumulator(sums, 1), accumulator(sums, 2), accumulator(sums, 3),
-               alpha, beta);
+    write_back(y + i, first, lane_at<1>(sums), lane_at<2>(sums), lane_at<3>(sums), alpha, beta);
   }
 }
 
