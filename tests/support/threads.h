@@ -1,0 +1,38 @@
+// The thread budget and the teams that a test runs under.
+#pragma once
+
+#include "frame/status.h"
+
+#include <gtest/gtest.h>
+
+namespace nevrad_test {
+
+// Budgets that every family is run with: one thread, an even team, teams that divide nothing.
+inline constexpr int budgets[] = {1, 2, 3, 7};
+
+// Sets the budget for a scope and puts the old one back, also where a call has lowered it.
+class budget_scope {
+ public:
+  explicit budget_scope(int n) : before_(orv_get_thread_num_()) {
+    EXPECT_EQ(orv_set_thread_num(n), 0);
+  }
+  budget_scope(const budget_scope&) = delete;
+  budget_scope& operator=(const budget_scope&) = delete;
+  ~budget_scope() { orv_set_thread_num(before_); }
+
+ private:
+  int before_;
+};
+
+// Runs body once, inside a region of the caller's own with two threads: a region that the library
+// opens there gets a team of one unless the caller has allowed nesting.
+template <class Body>
+void in_callers_region(const Body& body) {
+#pragma omp parallel num_threads(2)
+  {
+#pragma omp single
+    body();
+  }
+}
+
+}  // namespace nevrad_test
