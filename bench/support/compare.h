@@ -1,0 +1,177 @@
+// One comparison: the same work on the same data by several contestants, each a benchmark named
+// "comparison/contestant". The program runs all benchmarks in random interleaving, so that the
+// medians of one comparison can be divided by each other.
+//
+// Data is a struct that holds the operands and the result:
+//   double bytes() const, flops() const   what one run moves at least, and computes
+//   void reset()                          puts back what a run changes
+//   double error() const                  how far the result of the first run after reset() is
+//                                         from the expected one, relative to its size
+//   static constexpr double tolerance     what error() may be
+// A contestant is a callable on Data&. The first to give a wrong result ends the program.
+#pragma once
+
+#include "support/limits.h"
+#include "support/matrices.h"
+
+#include "nevrad.h"
+
+#include <benchmark/benchmark.h>
+#include <omp.h>
+
+#include <algorithm>
+#include <cmath>
+#include <complex>
+#include <functional>
+#include <limits>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace bench {
+
+// Data that is made when the first of its benchmarks runs: a filter saves making the others.
+template <class Data>
+class lazy {
+ public:
+  template <class Make>
+  explicit lazy(const Make& make) : state_(std::make_shared<state>(state{make, nullptr})) {}
+  Data& get() const {
+    if (!state_->data) state_->data = state_->make();
+    return *state_->data;
+  }
+
+ private:
+  struct state {
+    std::function<std::unique_ptr<Data>()> make;
+    std::unique_ptr<Data> data;
+  };
+  std::shared_ptr<state> state_;
+};
+
+// lazy data, made by the constructor with these arguments (which are copied).
+template <class Data, class... Arguments>
+lazy<Data> make_lazy(const Arguments&... arguments) {
+  return lazy<Data>([arguments...] { return std::make_unique<Data>(arguments...); });
+}
+
+// Ends the program with a message: a benchmark of unequal work is worth nothing.
+[[noreturn]] void fail(const std::string& message);
+
+// A budget for the library, its peer and plain loops alike.
+void use_threads(int threads);
+
+inline void set_counters(::benchmark::State& state, double bytes, double flops) {
+  using counter = ::benchmark::Counter;
+  const auto rate = counter::kIsIterationInvariantRate;
+  if (bytes > 0) state.counters["bytes_per_second"] = counter(bytes, rate);
+  if (flops > 0) state.counters["flops_per_second"] = counter(flops, rate);
+}
+
+template <class Data>
+class comparison {
+ public:
+  comparison(std::string name, int threads, lazy<Data> data)
+      : name_(std::move(name) + "/" + std::to_string(threads) + "T"),
+        threads_(threads),
+        data_(std::move(data)) {}
+
+  template <class Run>
+  comparison& add(const char* who, Run run) {
+    const std::string full_name = name_ + "/" + who;
+    const auto checked = std::make_shared<bool>(false);
+    register_timed(full_name, [=, data = data_, threads = threads_](::benchmark::State& state) {
+      Data& d = data.get();
+      use_threads(threads);
+      d.reset();
+      run(d);
+      // The negation catches NaN as well.
+      if (!*checked && !(d.error() <= Data::tolerance)) {
+        fail(full_name + ": wrong result, error " + std::to_string(d.error()));
+      }
+      *checked = true;
+      for (auto step : state) {
+        run(d);
+        ::benchmark::ClobberMemory();
+      }
+      set_counters(state, d.bytes(), d.flops());
+    });
+    return *this;
+  }
+
+  // The time that reading as many bytes takes, from a working set of that size.
+  comparison& add_read_limit() {
+    register_timed(name_ + "/limit", [data = data_, threads = threads_](::benchmark::State& state) {
+      const double bytes = data.get().bytes();
+      reserve_read_buffer(static_cast<std::size_t>(bytes));
+      ::benchmark::DoNotOptimize(read_once(static_cast<std::size_t>(bytes), threads));
+      for (auto step : state) {
+        ::benchmark::DoNotOptimize(read_once(static_cast<std::size_t>(bytes), threads));
+      }
+      set_counters(state, bytes, 0);
+    });
+    return *this;
+  }
+
+  // The time that as many operations take on registers.
+  comparison& add_compute_limit() {
+    register_timed(name_ + "/peak", [data = data_, threads = threads_](::benchmark::State& state) {
+      const double flops = data.get().flops();
+      for (auto step : state) ::benchmark::DoNotOptimize(compute_only(flops, threads));
+      set_counters(state, 0, flops);
+    });
+    return *this;
+  }
+
+ private:
+  template <class Body>
+  static void register_timed(const std::string& name, const Body& body) {
+    const auto smallest = [](const std::vector<double>& v) {
+      return *std::min_element(v.begin(), v.end());
+    };
+    ::benchmark::RegisterBenchmark(name.c_str(), body)
+        ->UseRealTime()
+        ->ComputeStatistics("min", smallest);
+  }
+
+  std::string name_;
+  int threads_;
+  lazy<Data> data_;
+};
+
+// max |a_i - b_i| / max |b_i|
+template <class Vector>
+double relative_difference(const Vector& a, const Vector& b) {
+  double difference = 0;
+  double size = 0;
+  if (a.size() != b.size()) return std::numeric_limits<double>::infinity();
+  for (std::size_t i = 0; i < a.size(); ++i) {
+    const double d = static_cast<double>(std::abs(a[i] - b[i]));
+    if (!(d <= difference)) difference = d;
+    size = std::max(size, static_cast<double>(std::abs(b[i])));
+  }
+  return difference == 0 ? 0 : difference / size;
+}
+
+template <class T>
+inline constexpr double rounding_tolerance =
+    1e3 * static_cast<double>(std::numeric_limits<decltype(std::abs(T{}))>::epsilon());
+
+template <class T>
+inline constexpr char type_letter = '?';
+template <>
+inline constexpr char type_letter<float> = 's';
+template <>
+inline constexpr char type_letter<double> = 'd';
+template <>
+inline constexpr char type_letter<std::complex<float>> = 'c';
+template <>
+inline constexpr char type_letter<std::complex<double>> = 'z';
+
+// A file of benchmarks registers them by an object of this type at namespace scope.
+struct registration {
+  explicit registration(void (*register_all)()) { register_all(); }
+};
+
+}  // namespace bench
