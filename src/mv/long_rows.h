@@ -16,7 +16,7 @@ struct long_rows_table {
   static constexpr bool wide = C == conjugation::no && !(is_complex<T> && !is_single<T>);
   static constexpr int entries_a_trip = wide ? 8 : 4;
   static constexpr int near_ahead = wide ? 512 : 256;  // level 1, keep
-  static constexpr int far_ahead = 4096;               // level 2, keep
+  static constexpr int far_ahead = 4096;               // level 2, keep; on x86-64 it brings nothing
 };
 
 // y_i out of the row's four sums.
@@ -47,35 +47,36 @@ void long_rows(const T& alpha_at,
                std::int32_t row_begin,
                std::int32_t row_end) {
   using table = long_rows_table<C, T>;
+  constexpr int trip = table::entries_a_trip;
   const std::int32_t offset = a.begin[0];
   const T alpha = alpha_at;
   const T beta = beta_at;
+  const T* const values = a.values;
+  const std::int32_t* const indices = a.indices;
   const T* const from = x - offset;
 
   for (std::int32_t i = row_begin; i < row_end; ++i) {
-    const T* values = a.values + (a.begin[i] - offset);
-    const std::int32_t* indices = a.indices + (a.begin[i] - offset);
-    const std::int32_t length = a.end[i] - a.begin[i];
+    std::int64_t p = a.begin[i] - offset;
+    const std::int64_t last = a.end[i] - offset;
 
     lanes<T, 4> sums = zero_lanes<T, 4>();
-    for (std::int32_t trips = length / table::entries_a_trip; trips > 0; --trips) {
-      sums = multiply_add<C>(sums, load<4>(values), gather(from, indices));
-      prefetch<cache::level1>(indices, table::near_ahead);
-      prefetch<cache::level1>(values, table::near_ahead);
+    for (const std::int64_t stop = last - (trip - 1); p < stop; p += trip) {
+      sums = multiply_add<C>(sums, load<4>(values + p), gather(from, indices + p));
+      prefetch<cache::level1>(indices + p, table::near_ahead);
+      prefetch<cache::level1>(values + p, table::near_ahead);
       if constexpr (table::wide) {
-        sums = multiply_add<C>(sums, load<4>(values + 4), gather(from, indices + 4));
+        sums = multiply_add<C>(sums, load<4>(values + p + 4), gather(from, indices + p + 4));
       }
-      prefetch<cache::level2>(indices, table::far_ahead);
-      prefetch<cache::level2>(values, table::far_ahead);
-      values += table::entries_a_trip;
-      indices += table::entries_a_trip;
+      if constexpr (fixed_hints) {
+        prefetch<cache::level2>(indices + p, table::far_ahead);
+        prefetch<cache::level2>(values + p, table::far_ahead);
+      }
     }
 
     lane<T> first = lane_at<0>(sums);
-    if (length > 0) {
-      for (std::int32_t rest = length % table::entries_a_trip; rest > 0; --rest) {
-        first = multiply_add<C>(first, load<1>(values++), load<1>(from + *indices++));
-      }
+#pragma clang loop unroll(disable)
+    for (; p < last; ++p) {
+      first = multiply_add<C>(first, load<1>(values + p), load<1>(from + indices[p]));
     }
     write_back(y + i, first, lane_at<1>(sums), lane_at<2>(sums), lane_at<3>(sums), alpha, beta);
   }
