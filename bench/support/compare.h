@@ -62,11 +62,10 @@ lazy<Data> make_lazy(const Arguments&... arguments) {
 // A budget for the library, its peer and plain loops alike.
 void use_threads(int threads);
 
+// What one run moves and computes, for reports to make rates of.
 inline void set_counters(::benchmark::State& state, double bytes, double flops) {
-  using counter = ::benchmark::Counter;
-  const auto rate = counter::kIsIterationInvariantRate;
-  if (bytes > 0) state.counters["bytes_per_second"] = counter(bytes, rate);
-  if (flops > 0) state.counters["flops_per_second"] = counter(flops, rate);
+  if (bytes > 0) state.counters["bytes"] = bytes;
+  if (flops > 0) state.counters["flops"] = flops;
 }
 
 template <class Data>

@@ -1,0 +1,143 @@
+#!/usr/bin/python3
+"""Turns the JSON of nevrad_benchmark into a table and a plot.
+
+Names of runs are case/contestant; ratios are formed within a case, out of one run of the program.
+"""
+import argparse
+import collections
+import json
+import pathlib
+import sys
+
+LIMITS = {"limit": "reading", "peak": "arithmetic"}
+OURS = "nevrad"
+
+
+def load_times(path, statistic):
+    """Nanoseconds by case and contestant, in the order of first appearance."""
+    times = collections.defaultdict(dict)
+    work = {}
+    with open(path, encoding="utf-8") as file:
+        report = json.load(file)
+    for run in report["benchmarks"]:
+        if run.get("error_occurred"):
+            sys.exit(f"{path}: {run['name']}: {run.get('error_message', 'failed')}")
+        if run.get("aggregate_name") != statistic:
+            continue
+        case, _, contestant = run["run_name"].removesuffix("/real_time").rpartition("/")
+        # A thread's own time leaves out what other users of the machine took from it. Several
+        # threads are only done when the last one is.
+        clock = "cpu_time" if case.endswith("/1T") else "real_time"
+        unit = {"ns": 1, "us": 1e3, "ms": 1e6, "s": 1e9}[run["time_unit"]]
+        times[case][contestant] = run[clock] * unit
+        if contestant == OURS:
+            work[case] = {key: run.get(key, 0.0) for key in ("bytes", "flops")}
+    return report["context"], dict(sorted(times.items(), key=sort_key)), work
+
+
+def sort_key(item):
+    """Family and case by name, working sets by size, then type and threads."""
+    family, *middle, size, letter, threads = item[0].split("/")
+    sizes = ["L1", "L2", "L3", "outside"]
+    known = sizes.index(size) if size in sizes else len(sizes)
+    letters = "dszc"
+    order = letters.index(letter) if letter in letters else len(letters)
+    return family, middle, known, size.rjust(12), order, threads
+
+
+def format_time(nanoseconds):
+    for unit, scale in (("ns", 1), ("us", 1e3), ("ms", 1e6)):
+        if nanoseconds < 1000 * scale:
+            return f"{nanoseconds / scale:.3g} {unit}"
+    return f"{nanoseconds / 1e9:.3g} s"
+
+
+def table(times, work, peers, limits):
+    heads = ["case", "time", "GB/s", "GFLOP/s"]
+    heads += [f"{peer} / nevrad" for peer in peers] + [f"of the {LIMITS[x]} limit" for x in limits]
+    yield "| " + " | ".join(heads) + " |"
+    yield "|" + "---|" + "---:|" * (len(heads) - 1)
+    for case, of in times.items():
+        ours = of.get(OURS)
+        if not ours:
+            continue
+        cells = [case, format_time(ours)]
+        for amount in (work[case]["bytes"], work[case]["flops"]):
+            cells.append(f"{amount / ours:.2f}" if amount else "")
+        cells += [f"{of[peer] / ours:.2f}" if peer in of else "" for peer in peers]
+        cells += [f"{of[limit] / ours:.0%}" if limit in of else "" for limit in limits]
+        yield "| " + " | ".join(cells) + " |"
+
+
+def plot(times, peers, limits, paths):
+    import matplotlib
+
+    matplotlib.use("Agg")
+    from matplotlib import pyplot
+
+    # Of the colours that people of any colour vision tell apart.
+    colours = ["#0072b2", "#56b4e9", "#009e73", "#cc79a7", "#f0e442"]
+    cases = [case for case, of in times.items() if OURS in of]
+    figure, axes = pyplot.subplots(
+        1, 2, sharey=True, figsize=(13, 1.5 + 0.3 * len(cases)), layout="constrained"
+    )
+    rows = range(len(cases))
+    for axis, names, title in (
+        (axes[0], peers, "speed relative to a peer (more is better)"),
+        (axes[1], limits, "share of the machine's measured limit"),
+    ):
+        height = 0.8 / max(1, len(names))
+        for i, name in enumerate(names):
+            ratios = [
+                times[case][name] / times[case][OURS] if name in times[case] else 0 for case in cases
+            ]
+            label = f"against {name}" if name in peers else LIMITS[name]
+            places = [row + (i + 0.5) * height - 0.4 for row in rows]
+            axis.barh(places, ratios, height, color=colours[i % len(colours)], label=label)
+        axis.axvline(1, color="black", linewidth=1)
+        axis.set_title(title)
+        axis.grid(axis="x", alpha=0.3)
+        if names:
+            axis.legend(loc="lower right")
+    axes[0].set_yticks(list(rows), cases)
+    axes[0].invert_yaxis()
+    for path in paths:
+        figure.savefig(path, dpi=110)
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
+    parser.add_argument("json", type=pathlib.Path, help="what --benchmark_out wrote")
+    parser.add_argument(
+        "--statistic",
+        default="median",
+        choices=["median", "min"],
+        help="which aggregate of the repetitions to compare (default: median)",
+    )
+    parser.add_argument("--table", type=pathlib.Path, help="also write the table to this file")
+    parser.add_argument("--plot", type=pathlib.Path, action="append", default=[],
+                        help="write a plot to this file (.svg, .png); may be given again")
+    options = parser.parse_args()
+
+    context, times, work = load_times(options.json, options.statistic)
+    if not work:
+        sys.exit(f"{options.json}: no {options.statistic} of a run named .../{OURS}")
+    found = [name for of in times.values() for name in of]
+    limits = [name for name in LIMITS if name in found]
+    peers = [name for name in dict.fromkeys(found) if name != OURS and name not in LIMITS]
+
+    lines = [
+        f"{context['date'][:10]}, {context['num_cpus']} CPUs, {options.statistic} of the "
+        "repetitions; time of the thread for 1T, of the wall for more.",
+        "",
+        *table(times, work, peers, limits),
+    ]
+    print("\n".join(lines))
+    if options.table:
+        options.table.write_text("\n".join(lines) + "\n", encoding="utf-8")
+    if options.plot:
+        plot(times, peers, limits, options.plot)
+
+
+if __name__ == "__main__":
+    main()
