@@ -359,6 +359,88 @@ orv_sparse_status_t orv_csparse_zcsrgemv_(const int* transa, const int* m,
                                           const int* ja, const nevrad_complex_double* x,
                                           nevrad_complex_double* y);
 
+/* ---------------------------------------------------------------------------------------------
+ * Matrix-matrix products
+ * ------------------------------------------------------------------------------------------- */
+
+/*
+ * C = alpha * op(A) * B + beta * C, A stored by rows, B and C dense
+ *
+ * transa     0: op(A) = A, 1: transpose, 2: conjugate transpose
+ * m, k       rows and columns of A, each 1 to 2147483645; equal unless A is general
+ * n          columns of B and of C, 1 to 2147483645
+ * matdescra  four characters, as for orv_sparse_?csrmv; the last also says how B and C are laid
+ *            out: F one-based indices and column-major, C zero-based indices and row-major
+ * val, indx  elements and their column numbers, packed row behind row from their first place on
+ * pntrb, pntre  m each: where a row's entries begin, and one past their end, in the index base
+ * b, ldb     k rows (m when transposed) of n columns; only read
+ * c, ldc     m rows (k when transposed) of n columns
+ *
+ * A leading dimension is the distance of two columns (F) or two rows (C): at least the number of
+ * rows or of columns that it spans, and with the number of lines at most 2147483645 elements.
+ *
+ * Of pntrb only pntrb[0] is read, and it must be the index base: each row begins where the row
+ * before it ended. Rows may be empty and unsorted; entries of equal column number are added in
+ * their given order. A matrix without any entry is refused (status 3), also when beta is 0.
+ *
+ * beta is applied by multiplying C, whatever it is, and alpha by multiplying sums: NaN and infinity
+ * in C survive beta = 0, and those in B reach C through alpha = 0.
+ *
+ * Memory: a copy of A, its sorted or transposed form, and where B is repacked as much again as B.
+ * Status: 1 null pointer; 3 transa, descriptor, dimension, leading dimension, a matrix that is not
+ * square, or one without entries; 6 no kernel; all these leave C as it was. 2 memory: C may have
+ * been multiplied by beta, and rows of it may be complete.
+ *
+ * Threads: the thread budget cuts the rows of op(A) by entries; the pass that scales C runs on the
+ * runtime's default team. The order of additions depends on the budget being one or more, on the
+ * density and on the sizes, not on the number of threads.
+ *
+ * Present: general matrices. Other descriptors answer 6.
+ */
+orv_sparse_status_t orv_sparse_scsrmm(int transa, int m, int n, int k, float alpha,
+                                      const char* matdescra, const float* val, const int* indx,
+                                      const int* pntrb, const int* pntre, const float* b, int ldb,
+                                      float beta, float* c, int ldc);
+orv_sparse_status_t orv_sparse_scsrmm_(const int* transa, const int* m, const int* n, const int* k,
+                                       const float* alpha, const char* matdescra, const float* val,
+                                       const int* indx, const int* pntrb, const int* pntre,
+                                       const float* b, const int* ldb, const float* beta, float* c,
+                                       const int* ldc);
+orv_sparse_status_t orv_sparse_dcsrmm(int transa, int m, int n, int k, double alpha,
+                                      const char* matdescra, const double* val, const int* indx,
+                                      const int* pntrb, const int* pntre, const double* b, int ldb,
+                                      double beta, double* c, int ldc);
+orv_sparse_status_t orv_sparse_dcsrmm_(const int* transa, const int* m, const int* n, const int* k,
+                                       const double* alpha, const char* matdescra,
+                                       const double* val, const int* indx, const int* pntrb,
+                                       const int* pntre, const double* b, const int* ldb,
+                                       const double* beta, double* c, const int* ldc);
+orv_sparse_status_t orv_sparse_ccsrmm(int transa, int m, int n, int k, nevrad_complex_float alpha,
+                                      const char* matdescra, const nevrad_complex_float* val,
+                                      const int* indx, const int* pntrb, const int* pntre,
+                                      const nevrad_complex_float* b, int ldb,
+                                      nevrad_complex_float beta, nevrad_complex_float* c, int ldc);
+orv_sparse_status_t orv_sparse_ccsrmm_(const int* transa, const int* m, const int* n, const int* k,
+                                       const nevrad_complex_float* alpha, const char* matdescra,
+                                       const nevrad_complex_float* val, const int* indx,
+                                       const int* pntrb, const int* pntre,
+                                       const nevrad_complex_float* b, const int* ldb,
+                                       const nevrad_complex_float* beta, nevrad_complex_float* c,
+                                       const int* ldc);
+orv_sparse_status_t orv_sparse_zcsrmm(int transa, int m, int n, int k, nevrad_complex_double alpha,
+                                      const char* matdescra, const nevrad_complex_double* val,
+                                      const int* indx, const int* pntrb, const int* pntre,
+                                      const nevrad_complex_double* b, int ldb,
+                                      nevrad_complex_double beta, nevrad_complex_double* c,
+                                      int ldc);
+orv_sparse_status_t orv_sparse_zcsrmm_(const int* transa, const int* m, const int* n, const int* k,
+                                       const nevrad_complex_double* alpha, const char* matdescra,
+                                       const nevrad_complex_double* val, const int* indx,
+                                       const int* pntrb, const int* pntre,
+                                       const nevrad_complex_double* b, const int* ldb,
+                                       const nevrad_complex_double* beta, nevrad_complex_double* c,
+                                       const int* ldc);
+
 #ifdef __cplusplus
 }
 #endif

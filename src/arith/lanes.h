@@ -149,6 +149,13 @@ NEVRAD_INLINE lanes<T, W> subtract(lanes<T, W> a, lanes<T, W> b) {
   return {a.v - b.v};
 }
 
+// Rounded products, lane by lane. Real types.
+template <class T, int W>
+NEVRAD_INLINE lanes<T, W> multiply(lanes<T, W> a, lanes<T, W> b) {
+  static_assert(!is_complex<T>);
+  return {a.v * b.v};
+}
+
 }  // namespace nevrad
 
 #if defined(__aarch64__)
