@@ -1,0 +1,93 @@
+// Each allocation of a product failing in turn: status 2, nothing lost, and C in a documented
+// state.
+#include "support/allocator.h"
+#include "support/oracle.h"
+#include "support/threads.h"
+
+namespace nevrad_test {
+namespace {
+
+NEVRAD_BY_TYPE(csrmm, orv_sparse_, csrmm)
+
+// What C may hold when memory is short: what it held before, or that times beta.
+enum class left { untouched, may_be_scaled };
+
+struct failure_case {
+  const char* what;
+  const char* descra;
+  int op, rows, cols, typical, budget;
+  left state;
+};
+const failure_case failure_cases[] = {
+    {"columns, one block", "G00F", 0, 12, 20, 4, 1, left::may_be_scaled},
+    {"columns, blocks", "G00F", 0, 12, 6000, 9, 1, left::may_be_scaled},
+    {"columns, long block rows", "G00F", 0, 6, 6000, 300, 1, left::may_be_scaled},
+    {"columns, transposed", "G00F", 1, 20, 12, 4, 1, left::may_be_scaled},
+    {"columns, conjugated", "G00F", 2, 20, 12, 4, 1, left::may_be_scaled},
+    {"columns, three threads", "G00F", 0, 12, 6000, 9, 3, left::may_be_scaled},
+    {"rows, direct", "G00C", 0, 12, 3000, 4, 1, left::untouched},
+    {"rows, direct, three threads", "G00C", 0, 12, 3000, 4, 3, left::untouched},
+    {"rows, chunks", "G00C", 0, 12, 20, 4, 1, left::untouched},
+    {"rows, chunks, transposed", "G00C", 1, 12, 20, 4, 1, left::untouched},
+    {"rows, blocks", "G00C", 0, 6, 6000, 300, 1, left::may_be_scaled},
+    {"rows, packed, three threads", "G00C", 0, 12, 20, 4, 3, left::may_be_scaled},
+};
+
+template <class T>
+class failing_mm : public testing::Test {};
+TYPED_TEST_SUITE(failing_mm, all_types, type_names);
+
+TYPED_TEST(failing_mm, leaves_c_as_documented) {
+  using T = TypeParam;
+  for (const failure_case& row : failure_cases) {
+    SCOPED_TRACE(row.what);
+    generator random(1);
+    const layout order = layout_of(row.descra);
+    const auto a = random_matrix<T>(random, {.rows = row.rows,
+                                             .cols = row.cols,
+                                             .base = order == layout::column_major ? 1 : 0,
+                                             .typical = row.typical,
+                                             .nasty = false});
+    const T alpha = random.value<T>();
+    // Times one half is exact, so a scaled element is known to the bit in every form of product.
+    const T beta = make<T>(0.5);
+    const bool turned = row.op != 0;
+    const auto b = panel<T>::random(random, turned ? row.rows : row.cols, 11, order, 1);
+    const auto before = panel<T>::random(random, turned ? row.cols : row.rows, 11, order, 2);
+    const budget_scope budget(row.budget);
+    panel<T> done = before;
+    const auto run = [&](const panel<T>& c) {
+      return csrmm<T>(row.op, a.rows, 11, a.cols, alpha, row.descra, a.values.data(),
+                      a.indices.data(), a.begin.data(), a.end.data(), b.data(), b.ld(), beta,
+                      c.data(), c.ld());
+    };
+    ASSERT_EQ(run(done), 0);
+    const int calls = expect_clean_failures([&] {
+      const panel<T> c = before;
+      const nevrad::status result = run(c);
+      for (std::int64_t i = 0; i < c.rows(); ++i) {
+        bool untouched = true;
+        bool scaled = true;
+        bool complete = true;
+        for (int j = 0; j < 11; ++j) {
+          untouched = untouched && same_bits(c(i, j), before(i, j));
+          scaled = scaled && widen(c(i, j)) == widen(before(i, j)) * wide_real<T>(0.5);
+          complete = complete && same_bits(c(i, j), done(i, j));
+        }
+        if (result == 0) {
+          EXPECT_TRUE(complete) << "row " << i;
+        } else if (row.state == left::untouched) {
+          EXPECT_TRUE(untouched) << "row " << i;
+        } else {
+          EXPECT_TRUE(untouched || scaled || (row.budget > 1 && complete)) << "row " << i;
+        }
+      }
+      return result;
+    });
+    // The owned copy alone takes four.
+    EXPECT_GE(calls, row.state == left::untouched ? 4 : 5);
+  }
+}
+
+}  // namespace
+}  // namespace nevrad_test

@@ -1,0 +1,317 @@
+// Products of a general matrix with a dense one: against dense arithmetic, and to the bit where the
+// order of operations is fixed.
+#include "mm/model.h"
+#include "support/threads.h"
+
+namespace nevrad_test {
+namespace {
+
+NEVRAD_BY_TYPE(csrmm, orv_sparse_, csrmm)
+NEVRAD_BY_TYPE(csrmm_by_reference, orv_sparse_, csrmm_)
+
+// One problem of the shapes that an operation asks for; `run` computes into a copy of C.
+template <class T>
+struct problem {
+  matrix<T> a;
+  int op;
+  layout order;
+  T alpha;
+  T beta;
+  panel<T> b;
+  panel<T> before;
+
+  problem(generator& random, matrix<T> matrix_a, int operation, layout way, int n, int extra = 0)
+      : a(std::move(matrix_a)),
+        op(operation),
+        order(way),
+        alpha(random.value<T>()),
+        beta(random.value<T>()),
+        b(panel<T>::random(random, op == 0 ? a.cols : a.rows, n, order, extra)),
+        before(panel<T>::random(random, op == 0 ? a.rows : a.cols, n, order, 2 * extra)) {}
+
+  const char* descra() const { return order == layout::column_major ? "G00F" : "G00C"; }
+  panel<T> run(int budget) const {
+    const budget_scope scope(budget);
+    panel<T> c = before;
+    EXPECT_EQ(csrmm<T>(op, a.rows, static_cast<int>(b.cols()), a.cols, alpha, descra(),
+                       a.values.data(), a.indices.data(), a.begin.data(), a.end.data(), b.data(),
+                       b.ld(), beta, c.data(), c.ld()),
+              0);
+    return c;
+  }
+  panel<T> model(path way) const { return model_product(way, a, op, b, alpha, beta, before); }
+};
+
+// The path that a row-major product of this type takes when it repacks chunks on one thread.
+template <class T>
+inline constexpr path chunked = is_complex<T> ? path::swept : path::swept_beta;
+
+template <class T>
+class general_mm : public testing::Test {};
+TYPED_TEST_SUITE(general_mm, all_types, type_names);
+
+TYPED_TEST(general_mm, agrees_with_dense_arithmetic) {
+  using T = TypeParam;
+  for (int round = 0; round < 48; ++round) {
+    generator random(static_cast<std::uint64_t>(round));
+    SCOPED_TRACE(random);
+    const layout order = round % 2 == 0 ? layout::column_major : layout::row_major;
+    const auto a = random_matrix<T>(random, {.rows = random.integer(1, 30),
+                                             .cols = random.integer(1, 30),
+                                             .base = order == layout::column_major ? 1 : 0,
+                                             .typical = random.integer(0, 8),
+                                             .duplicates = random.chance(2)});
+    const problem<T> p(random, a, round % 3, order, random.integer(1, 40), random.integer(0, 3));
+    for (const int budget : budgets) {
+      SCOPED_TRACE(testing::Message() << "budget " << budget);
+      EXPECT_TRUE(
+          is_product(p.run(budget), dense_of(a, "G00C", p.op), p.b, p.alpha, p.beta, p.before));
+    }
+  }
+}
+
+// Rows of every length around the group of four, and columns of every remainder around the panels.
+template <class T>
+matrix<T> rows_of_lengths(generator& random,
+                          std::initializer_list<int> lengths,
+                          int cols,
+                          int base) {
+  lines<T> source;
+  for (const int length : lengths) {
+    auto& row = source.emplace_back();
+    for (int p = 0; p < length; ++p)
+      row.emplace_back(random.integer(0, cols - 1), random.value<T>());
+  }
+  return compress<T>(source, cols, compression::rows, base);
+}
+
+TYPED_TEST(general_mm, adds_in_the_fixed_order_at_every_width) {
+  using T = TypeParam;
+  for (int n = 1; n <= 2 * 64 / static_cast<int>(sizeof(T)) + 3; ++n) {
+    generator random(static_cast<std::uint64_t>(100 + n));
+    SCOPED_TRACE(testing::Message() << random << ", n = " << n);
+    const auto lengths = {0, 1, 3, 4, 5, 0, 8, 13, 2};
+    const problem<T> by_columns(random, rows_of_lengths<T>(random, lengths, 20, 1), 0,
+                                layout::column_major, n, n % 3);
+    const problem<T> dense_rows(random, rows_of_lengths<T>(random, lengths, 20, 0), 0,
+                                layout::row_major, n, n % 3);
+    // 36 entries in 9 rows: below a density of 0.009 from 445 columns on.
+    const problem<T> sparse_rows(random, rows_of_lengths<T>(random, lengths, 500, 0), 0,
+                                 layout::row_major, n, n % 3);
+    for (const int budget : budgets) {
+      SCOPED_TRACE(testing::Message() << "budget " << budget);
+      EXPECT_SAME_ARRAYS(by_columns.run(budget).elements(),
+                         by_columns.model(path::swept).elements());
+      EXPECT_SAME_ARRAYS(dense_rows.run(budget).elements(),
+                         dense_rows.model(budget == 1 ? chunked<T> : path::swept).elements());
+      EXPECT_SAME_ARRAYS(sparse_rows.run(budget).elements(),
+                         sparse_rows.model(path::direct).elements());
+    }
+  }
+}
+
+TYPED_TEST(general_mm, transposes_and_conjugates_a_copy) {
+  using T = TypeParam;
+  generator random(200);
+  for (const int op : {1, 2}) {
+    SCOPED_TRACE(testing::Message() << random << ", op " << op);
+    const auto a =
+        random_matrix<T>(random, {.rows = 19, .cols = 31, .base = 1, .duplicates = true});
+    const auto b = random_matrix<T>(random, {.rows = 19, .cols = 31, .duplicates = true});
+    const problem<T> by_columns(random, a, op, layout::column_major, 11, 1);
+    const problem<T> by_rows(random, b, op, layout::row_major, 11, 1);
+    for (const int budget : budgets) {
+      EXPECT_SAME_ARRAYS(by_columns.run(budget).elements(),
+                         by_columns.model(path::swept).elements());
+      EXPECT_SAME_ARRAYS(by_rows.run(budget).elements(),
+                         by_rows.model(budget == 1 ? chunked<T> : path::swept).elements());
+    }
+  }
+}
+
+// Random rows over many columns; some have nothing in some blocks.
+template <class T>
+matrix<T> wide_rows(generator& random, int rows, int cols, int typical, int base) {
+  lines<T> source(static_cast<std::size_t>(rows));
+  for (auto& row : source) {
+    const int length = random.integer(0, 2 * typical);
+    for (int p = 0; p < length; ++p)
+      row.emplace_back(random.integer(0, cols - 1), random.value<T>());
+  }
+  source.back().emplace_back(cols - 1, random.value<T>());
+  return compress<T>(source, cols, compression::rows, base);
+}
+
+TYPED_TEST(general_mm, adds_block_by_block) {
+  using T = TypeParam;
+  for (const int cols : {5119, 5120, 5121, 10239, 10240, 10241, 12000, 15361}) {
+    // Few entries a block and many: both ways of walking blocks.
+    for (const int typical : {6, 400}) {
+      generator random(static_cast<std::uint64_t>(cols + typical));
+      SCOPED_TRACE(testing::Message() << random << ", " << cols << " columns");
+      const problem<T> by_columns(random, wide_rows<T>(random, 9, cols, typical, 1), 0,
+                                  layout::column_major, 21);
+      // 400 of 5119 and more entries a row are dense enough to be packed, 6 are not.
+      const problem<T> by_rows(random, wide_rows<T>(random, 9, cols, typical, 0), 0,
+                               layout::row_major, 21);
+      for (const int budget : {1, 3}) {
+        SCOPED_TRACE(testing::Message() << "budget " << budget);
+        EXPECT_SAME_ARRAYS(by_columns.run(budget).elements(),
+                           by_columns.model(path::swept).elements());
+        const path packed = budget == 1 && cols <= 5120 ? chunked<T> : path::swept;
+        EXPECT_SAME_ARRAYS(by_rows.run(budget).elements(),
+                           by_rows.model(typical == 6 ? path::direct : packed).elements());
+      }
+    }
+  }
+}
+
+// `nnz` entries spread over the rows in turn.
+template <class T>
+matrix<T> spread(generator& random, int rows, int cols, int nnz) {
+  lines<T> source(static_cast<std::size_t>(rows));
+  for (int p = 0; p < nnz; ++p) {
+    source[static_cast<std::size_t>(p % rows)].emplace_back(random.integer(0, cols - 1),
+                                                            random.value<T>());
+  }
+  return compress<T>(source, cols, compression::rows, 0);
+}
+
+struct density_case {
+  const char* what;
+  int rows, cols, nnz;
+  path one_thread, two_threads;  // path::swept_beta stands for repacking in chunks
+};
+const density_case density_cases[] = {
+    // In single precision 90 / 10000 lies below 0.009.
+    {"below the dense cut", 100, 100, 90, path::direct, path::direct},
+    {"above the dense cut", 100, 100, 91, path::swept_beta, path::swept},
+    {"between the cuts, 40000 entries", 2000, 4000, 40000, path::direct, path::direct},
+    {"between the cuts, 40001 entries", 2000, 4000, 40001, path::swept_beta, path::direct},
+    // In single precision 40204 / 4600^2 lies above 0.0019.
+    {"below the sparse cut, large", 4600, 4600, 40203, path::direct, path::direct},
+    {"above the sparse cut, large", 4600, 4600, 40204, path::swept_beta, path::direct},
+    {"above the sparse cut, blocks", 4000, 5200, 40001, path::swept, path::direct},
+    // 2^32 elements count as 0 on one thread, 2^31 as a negative number.
+    {"elements wrap to zero", 65536, 65536, 900, path::swept, path::direct},
+    {"elements wrap below zero", 65536, 32768, 900, path::direct, path::direct},
+};
+
+TYPED_TEST(general_mm, chooses_row_major_paths_by_density_and_size) {
+  using T = TypeParam;
+  for (const density_case& row : density_cases) {
+    SCOPED_TRACE(row.what);
+    generator random(300);
+    // The last columns round differently on every path, and cost least.
+    const problem<T> p(random, spread<T>(random, row.rows, row.cols, row.nnz), 0, layout::row_major,
+                       2);
+    const path one = row.one_thread == path::swept_beta ? chunked<T> : row.one_thread;
+    EXPECT_SAME_ARRAYS(p.run(1).elements(), p.model(one).elements());
+    EXPECT_SAME_ARRAYS(p.run(2).elements(), p.model(row.two_threads).elements());
+  }
+}
+
+TYPED_TEST(general_mm, gives_the_same_bits_on_a_smaller_team_than_requested) {
+  using T = TypeParam;
+  generator random(400);
+  for (const layout order : {layout::column_major, layout::row_major}) {
+    const int base = order == layout::column_major ? 1 : 0;
+    const problem<T> p(random, wide_rows<T>(random, 40, 6000, 100, base), 0, order, 9);
+    const problem<T> q(random, wide_rows<T>(random, 40, 6000, 3, base), 1, order, 9);
+    const panel<T> alone = p.run(7);
+    const panel<T> transposed = q.run(7);
+    in_callers_region([&] {
+      EXPECT_SAME_ARRAYS(p.run(7).elements(), alone.elements());
+      EXPECT_SAME_ARRAYS(q.run(7).elements(), transposed.elements());
+    });
+  }
+}
+
+TYPED_TEST(general_mm, multiplies_by_alpha_and_beta_whatever_they_are) {
+  using T = TypeParam;
+  const T infinite = make<T>(std::numeric_limits<double>::infinity());
+  const T zero = make<T>(0);
+  for (const layout order : {layout::column_major, layout::row_major}) {
+    for (const int cols : {20, 500}) {  // packed and, by rows, direct
+      for (const int budget : {1, 2}) {
+        generator random(500);
+        const int base = order == layout::column_major ? 1 : 0;
+        problem<T> p(random, rows_of_lengths<T>(random, {2, 0, 2, 1}, cols, base), 0, order, 17);
+        SCOPED_TRACE(testing::Message()
+                     << p.descra() << ", " << cols << " columns, budget " << budget);
+        p.beta = zero;
+        for (int j = 0; j < 17; ++j) p.before(2, j) = quiet_nan<T>();
+        panel<T> c = p.run(budget);
+        for (int j = 0; j < 17; ++j) {
+          EXPECT_TRUE(element_is_nan(c(2, j)));
+          EXPECT_FALSE(element_is_nan(c(0, j)));
+          EXPECT_FALSE(element_is_nan(c(1, j)));
+        }
+        p.alpha = zero;
+        for (int i = 0; i < cols; ++i) {
+          for (int j = 0; j < 17; ++j) p.b(i, j) = infinite;
+        }
+        c = p.run(budget);
+        for (int j = 0; j < 17; ++j) {
+          EXPECT_TRUE(element_is_nan(c(0, j)));
+          EXPECT_FALSE(element_is_nan(c(1, j))) << "a row without entries";
+        }
+      }
+    }
+  }
+}
+
+// A row without entries: panels leave it, the last columns go through alpha * 0.
+TYPED_TEST(general_mm, infinite_alpha_reaches_empty_rows_in_the_last_columns_only) {
+  using T = TypeParam;
+  for (const layout order : {layout::column_major, layout::row_major}) {
+    generator random(600);
+    const int base = order == layout::column_major ? 1 : 0;
+    problem<T> p(random, rows_of_lengths<T>(random, {3, 0, 2}, 8, base), 0, order, 7);
+    p.alpha = make<T>(std::numeric_limits<double>::infinity());
+    for (const int budget : {1, 2}) {
+      const panel<T> c = p.run(budget);
+      for (int j = 0; j < 7; ++j) EXPECT_EQ(element_is_nan(c(1, j)), j >= 4) << j;
+    }
+  }
+}
+
+// A negative zero in C becomes positive when an empty block adds alpha * 0, and stays otherwise.
+TYPED_TEST(general_mm, an_empty_block_adds_a_zero_in_the_last_columns) {
+  using T = TypeParam;
+  for (const int column : {0, 5500, 11999}) {
+    for (const double sign : {1.0, -1.0}) {
+      generator random(700);
+      lines<T> source(2);
+      source[0].emplace_back(column, make<T>(0, 0));
+      source[1].emplace_back(11999, random.value<T>());
+      problem<T> p(random, compress<T>(source, 12000, compression::rows, 1), 0,
+                   layout::column_major, 5);
+      p.alpha = make<T>(sign, 0);
+      p.beta = make<T>(1);
+      for (int j = 0; j < 5; ++j) p.before(0, j) = make<T>(-0.0, -0.0);
+      for (const int budget : {1, 2}) {
+        EXPECT_SAME_ARRAYS(p.run(budget).elements(), p.model(path::swept).elements());
+      }
+    }
+  }
+}
+
+TYPED_TEST(general_mm, underscore_form_computes_the_same) {
+  using T = TypeParam;
+  generator random(800);
+  const problem<T> p(random, random_matrix<T>(random, {.rows = 9, .cols = 7, .base = 1}), 1,
+                     layout::column_major, 5, 1);
+  panel<T> c = p.before;
+  const int n = 5;
+  const int ldb = p.b.ld();
+  const int ldc = c.ld();
+  EXPECT_EQ(csrmm_by_reference<T>(&p.op, &p.a.rows, &n, &p.a.cols, &p.alpha, "G00F",
+                                  p.a.values.data(), p.a.indices.data(), p.a.begin.data(),
+                                  p.a.end.data(), p.b.data(), &ldb, &p.beta, c.data(), &ldc),
+            0);
+  EXPECT_SAME_ARRAYS(c.elements(), p.run(1).elements());
+}
+
+}  // namespace
+}  // namespace nevrad_test
