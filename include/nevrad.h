@@ -360,6 +360,174 @@ orv_sparse_status_t orv_csparse_zcsrgemv_(const int* transa, const int* m,
                                           nevrad_complex_double* y);
 
 /* ---------------------------------------------------------------------------------------------
+ * Triangular solves with one right-hand side
+ * ------------------------------------------------------------------------------------------- */
+
+/*
+ * op(A) * y = alpha * x, A triangular or diagonal, stored by rows (csrsv) or by columns (cscsv)
+ *
+ * transa     0: op(A) = A, 1: transpose, 2: conjugate transpose
+ * m          order of A, 1 to 2147483645
+ * matdescra  four characters: structure (T triangular, D diagonal; no other), triangle that is
+ *            solved with (L, U), diagonal (N stored, U taken as ones), index base (F one-based,
+ *            C zero-based). Of D the second is not read.
+ * val, indx  elements and their column numbers (cscsv: row numbers), ascending within a row
+ *            (cscsv: a column). Entries of the other triangle may be there and are not used.
+ * pntrb, pntre  m each: where a row's (a column's) entries begin, and one past their end, in the
+ *            index base; pntrb[0] must be the base. A diagonal matrix may be unsorted, and of a row
+ *            the first diagonal entry counts.
+ * x, y       m elements each; y may be x
+ *
+ * A diagonal that is zero, or missing, is not reported: the status is 0. A zero divides, giving
+ * infinities and NaN. Triangular: what a line without its diagonal entry gives is not specified,
+ * except that cscsv, and csrsv transposed, leave alpha * x[i], less the shares of the unknowns
+ * before it, where the line is empty. Diagonal: a line without its diagonal entry leaves y[i] as it
+ * was; otherwise y is not read. alpha is applied to NaN in x too.
+ *
+ * Unit diagonals. Elements at the diagonal are not used, but they must be stored, with any value:
+ * the substitutions find the end of their walk by them. Without them the walk of an upper triangle
+ * stored by rows leaves its row, and that of a lower one may read one entry more, also behind the
+ * last row. Of D with U nothing is read.
+ *
+ * Rounding. A row adds its products by fused multiply-adds to two (lower) or four (upper) sums by
+ * place in groups of four, which are subtracted at the end; a column takes its products out of each
+ * unknown one fused operation at a time. Then one division by the diagonal, never a product with a
+ * reciprocal. Complex: conj(d) * t over |d|^2, unscaled. The same bits on every machine.
+ *
+ * Status: 1 null pointer; 3 transa, m or descriptor. Nothing is allocated. One thread, whatever the
+ * budget. Source: forward and back substitution, Golub and Van Loan, Matrix Computations, 3.1.
+ */
+orv_sparse_status_t orv_sparse_scsrsv(int transa, int m, float alpha, const char* matdescra,
+                                      const float* val, const int* indx, const int* pntrb,
+                                      const int* pntre, const float* x, float* y);
+orv_sparse_status_t orv_sparse_scsrsv_(const int* transa, const int* m, const float* alpha,
+                                       const char* matdescra, const float* val, const int* indx,
+                                       const int* pntrb, const int* pntre, const float* x,
+                                       float* y);
+orv_sparse_status_t orv_sparse_dcsrsv(int transa, int m, double alpha, const char* matdescra,
+                                      const double* val, const int* indx, const int* pntrb,
+                                      const int* pntre, const double* x, double* y);
+orv_sparse_status_t orv_sparse_dcsrsv_(const int* transa, const int* m, const double* alpha,
+                                       const char* matdescra, const double* val, const int* indx,
+                                       const int* pntrb, const int* pntre, const double* x,
+                                       double* y);
+orv_sparse_status_t orv_sparse_ccsrsv(int transa, int m, nevrad_complex_float alpha,
+                                      const char* matdescra, const nevrad_complex_float* val,
+                                      const int* indx, const int* pntrb, const int* pntre,
+                                      const nevrad_complex_float* x, nevrad_complex_float* y);
+orv_sparse_status_t orv_sparse_ccsrsv_(const int* transa, const int* m,
+                                       const nevrad_complex_float* alpha, const char* matdescra,
+                                       const nevrad_complex_float* val, const int* indx,
+                                       const int* pntrb, const int* pntre,
+                                       const nevrad_complex_float* x, nevrad_complex_float* y);
+orv_sparse_status_t orv_sparse_zcsrsv(int transa, int m, nevrad_complex_double alpha,
+                                      const char* matdescra, const nevrad_complex_double* val,
+                                      const int* indx, const int* pntrb, const int* pntre,
+                                      const nevrad_complex_double* x, nevrad_complex_double* y);
+orv_sparse_status_t orv_sparse_zcsrsv_(const int* transa, const int* m,
+                                       const nevrad_complex_double* alpha, const char* matdescra,
+                                       const nevrad_complex_double* val, const int* indx,
+                                       const int* pntrb, const int* pntre,
+                                       const nevrad_complex_double* x, nevrad_complex_double* y);
+
+orv_sparse_status_t orv_sparse_scscsv(int transa, int m, float alpha, const char* matdescra,
+                                      const float* val, const int* indx, const int* pntrb,
+                                      const int* pntre, const float* x, float* y);
+orv_sparse_status_t orv_sparse_scscsv_(const int* transa, const int* m, const float* alpha,
+                                       const char* matdescra, const float* val, const int* indx,
+                                       const int* pntrb, const int* pntre, const float* x,
+                                       float* y);
+orv_sparse_status_t orv_sparse_dcscsv(int transa, int m, double alpha, const char* matdescra,
+                                      const double* val, const int* indx, const int* pntrb,
+                                      const int* pntre, const double* x, double* y);
+orv_sparse_status_t orv_sparse_dcscsv_(const int* transa, const int* m, const double* alpha,
+                                       const char* matdescra, const double* val, const int* indx,
+                                       const int* pntrb, const int* pntre, const double* x,
+                                       double* y);
+orv_sparse_status_t orv_sparse_ccscsv(int transa, int m, nevrad_complex_float alpha,
+                                      const char* matdescra, const nevrad_complex_float* val,
+                                      const int* indx, const int* pntrb, const int* pntre,
+                                      const nevrad_complex_float* x, nevrad_complex_float* y);
+orv_sparse_status_t orv_sparse_ccscsv_(const int* transa, const int* m,
+                                       const nevrad_complex_float* alpha, const char* matdescra,
+                                       const nevrad_complex_float* val, const int* indx,
+                                       const int* pntrb, const int* pntre,
+                                       const nevrad_complex_float* x, nevrad_complex_float* y);
+orv_sparse_status_t orv_sparse_zcscsv(int transa, int m, nevrad_complex_double alpha,
+                                      const char* matdescra, const nevrad_complex_double* val,
+                                      const int* indx, const int* pntrb, const int* pntre,
+                                      const nevrad_complex_double* x, nevrad_complex_double* y);
+orv_sparse_status_t orv_sparse_zcscsv_(const int* transa, const int* m,
+                                       const nevrad_complex_double* alpha, const char* matdescra,
+                                       const nevrad_complex_double* val, const int* indx,
+                                       const int* pntrb, const int* pntre,
+                                       const nevrad_complex_double* x, nevrad_complex_double* y);
+
+/*
+ * op(A) * y = x, A triangular of order m, stored by rows in three-array form: the solve of
+ * orv_sparse_?csrsv with alpha = 1, and all that is said there.
+ *
+ * uplo  triangle: 0 lower, 1 upper
+ * diag  diagonal: 0 stored, 1 taken as ones
+ * ia    m + 1 entries: row i holds the entries from ia[i] up to but excluding ia[i + 1]
+ *
+ * Indices are one-based in the orv_sparse_ forms and zero-based in the orv_csparse_ forms.
+ *
+ * Status: 1 null pointer; 3 uplo, transa, diag or m.
+ */
+orv_sparse_status_t orv_sparse_scsrtrsv(int uplo, int transa, int diag, int m, const float* a,
+                                        const int* ia, const int* ja, const float* x, float* y);
+orv_sparse_status_t orv_sparse_scsrtrsv_(const int* uplo, const int* transa, const int* diag,
+                                         const int* m, const float* a, const int* ia, const int* ja,
+                                         const float* x, float* y);
+orv_sparse_status_t orv_sparse_dcsrtrsv(int uplo, int transa, int diag, int m, const double* a,
+                                        const int* ia, const int* ja, const double* x, double* y);
+orv_sparse_status_t orv_sparse_dcsrtrsv_(const int* uplo, const int* transa, const int* diag,
+                                         const int* m, const double* a, const int* ia,
+                                         const int* ja, const double* x, double* y);
+orv_sparse_status_t orv_sparse_ccsrtrsv(int uplo, int transa, int diag, int m,
+                                        const nevrad_complex_float* a, const int* ia, const int* ja,
+                                        const nevrad_complex_float* x, nevrad_complex_float* y);
+orv_sparse_status_t orv_sparse_ccsrtrsv_(const int* uplo, const int* transa, const int* diag,
+                                         const int* m, const nevrad_complex_float* a, const int* ia,
+                                         const int* ja, const nevrad_complex_float* x,
+                                         nevrad_complex_float* y);
+orv_sparse_status_t orv_sparse_zcsrtrsv(int uplo, int transa, int diag, int m,
+                                        const nevrad_complex_double* a, const int* ia,
+                                        const int* ja, const nevrad_complex_double* x,
+                                        nevrad_complex_double* y);
+orv_sparse_status_t orv_sparse_zcsrtrsv_(const int* uplo, const int* transa, const int* diag,
+                                         const int* m, const nevrad_complex_double* a,
+                                         const int* ia, const int* ja,
+                                         const nevrad_complex_double* x, nevrad_complex_double* y);
+
+orv_sparse_status_t orv_csparse_scsrtrsv(int uplo, int transa, int diag, int m, const float* a,
+                                         const int* ia, const int* ja, const float* x, float* y);
+orv_sparse_status_t orv_csparse_scsrtrsv_(const int* uplo, const int* transa, const int* diag,
+                                          const int* m, const float* a, const int* ia,
+                                          const int* ja, const float* x, float* y);
+orv_sparse_status_t orv_csparse_dcsrtrsv(int uplo, int transa, int diag, int m, const double* a,
+                                         const int* ia, const int* ja, const double* x, double* y);
+orv_sparse_status_t orv_csparse_dcsrtrsv_(const int* uplo, const int* transa, const int* diag,
+                                          const int* m, const double* a, const int* ia,
+                                          const int* ja, const double* x, double* y);
+orv_sparse_status_t orv_csparse_ccsrtrsv(int uplo, int transa, int diag, int m,
+                                         const nevrad_complex_float* a, const int* ia,
+                                         const int* ja, const nevrad_complex_float* x,
+                                         nevrad_complex_float* y);
+orv_sparse_status_t orv_csparse_ccsrtrsv_(const int* uplo, const int* transa, const int* diag,
+                                          const int* m, const nevrad_complex_float* a,
+                                          const int* ia, const int* ja,
+                                          const nevrad_complex_float* x, nevrad_complex_float* y);
+orv_sparse_status_t orv_csparse_zcsrtrsv(int uplo, int transa, int diag, int m,
+                                         const nevrad_complex_double* a, const int* ia,
+                                         const int* ja, const nevrad_complex_double* x,
+                                         nevrad_complex_double* y);
+orv_sparse_status_t orv_csparse_zcsrtrsv_(const int* uplo, const int* transa, const int* diag,
+                                          const int* m, const nevrad_complex_double* a,
+                                          const int* ia, const int* ja,
+                                          const nevrad_complex_double* x, nevrad_complex_double* y);
+
  * Matrix-matrix products
  * ------------------------------------------------------------------------------------------- */
 
