@@ -157,5 +157,6 @@ testing::AssertionResult equal_bits(const char* got_text,
          << std::hexfloat << got_text << " is " << got << "\n  " << want_text << " is " << want;
 }
 #define EXPECT_SAME_BITS(got, want) EXPECT_PRED_FORMAT2(::nevrad_test::equal_bits, got, want)
+#define ASSERT_SAME_BITS(got, want) ASSERT_PRED_FORMAT2(::nevrad_test::equal_bits, got, want)
 
 }  // namespace nevrad_test
