@@ -39,9 +39,8 @@ class lane_arithmetic : public testing::Test {
         acc[i] = operand(random, round);
       }
       array<T> result(width, T{}, 1);
-      store(result.data(),
-            got(nevrad::load<width>(acc.data()), nevrad::load<width>(a.data()),
-                nevrad::load<width>(b.data())));
+      store(result.data(), got(nevrad::load<width>(acc.data()), nevrad::load<width>(a.data()),
+                               nevrad::load<width>(b.data())));
       array<T> wanted(width);
       for (int i = 0; i < width; ++i) wanted[i] = want(acc[i], a[i], b[i]);
       ASSERT_PRED_FORMAT2(equal_arrays, result, wanted);
@@ -52,8 +51,13 @@ class lane_arithmetic : public testing::Test {
   static T operand(generator& random, int round) {
     if (round % 2 == 0) return random.value<T>();
     using R = real_of<T>;
-    const R odd[] = {R{0}, -R{0}, R{1}, R{-1}, std::numeric_limits<R>::infinity(),
-                     std::numeric_limits<R>::quiet_NaN(), random.value<R>()};
+    const R odd[] = {R{0},
+                     -R{0},
+                     R{1},
+                     R{-1},
+                     std::numeric_limits<R>::infinity(),
+                     std::numeric_limits<R>::quiet_NaN(),
+                     random.value<R>()};
     if constexpr (is_complex<T>) {
       const R re = odd[random.integer(0, 6)];
       return {re, odd[random.integer(0, 6)]};
@@ -63,10 +67,19 @@ class lane_arithmetic : public testing::Test {
   }
 };
 
-using shapes = testing::Types<shape<float, 1>, shape<float, 4>, shape<float, 8>, shape<float, 16>,
-                              shape<double, 1>, shape<double, 4>, shape<double, 8>,
-                              shape<complex32, 1>, shape<complex32, 4>, shape<complex32, 8>,
-                              shape<complex64, 1>, shape<complex64, 2>, shape<complex64, 4>>;
+using shapes = testing::Types<shape<float, 1>,
+                              shape<float, 4>,
+                              shape<float, 8>,
+                              shape<float, 16>,
+                              shape<double, 1>,
+                              shape<double, 4>,
+                              shape<double, 8>,
+                              shape<complex32, 1>,
+                              shape<complex32, 4>,
+                              shape<complex32, 8>,
+                              shape<complex64, 1>,
+                              shape<complex64, 2>,
+                              shape<complex64, 4>>;
 struct shape_names {
   template <class Shape>
   static std::string GetName(int) {
@@ -82,11 +95,12 @@ TYPED_TEST(lane_arithmetic, multiply_accumulates_as_single_elements_do) {
                 [](T acc, T a, T b) { return exact_multiply_add(acc, a, b); });
   this->compare([](auto acc, auto a, auto b) { return multiply_subtract(acc, a, b); },
                 [](T acc, T a, T b) { return exact_multiply_subtract(acc, a, b); });
-  this->compare([](auto acc, auto a, auto b) { return nevrad::multiply_add<conjugated>(acc, a, b); },
+  this->compare([](auto acc, auto a,
+                   auto b) { return nevrad::multiply_add<conjugated>(acc, a, b); },
                 [](T acc, T a, T b) { return exact_multiply_add(acc, a, b, conjugate::yes); });
-  this->compare(
-      [](auto acc, auto a, auto b) { return nevrad::multiply_subtract<conjugated>(acc, a, b); },
-      [](T acc, T a, T b) { return exact_multiply_subtract(acc, a, b, conjugate::yes); });
+  this->compare([](auto acc, auto a,
+                   auto b) { return nevrad::multiply_subtract<conjugated>(acc, a, b); },
+                [](T acc, T a, T b) { return exact_multiply_subtract(acc, a, b, conjugate::yes); });
 }
 
 TYPED_TEST(lane_arithmetic, adds_and_subtracts) {
@@ -133,8 +147,8 @@ void expect_rotation(int quarter) {
     const T acc = round % 3 == 0 ? make<T>(-0.0, -0.0) : random.value<T>();
     const T a = round % 5 == 0 ? make<T>(-0.0, 0.0) : random.value<T>();
     const T b = random.value<T>();
-    const auto got = nevrad::rotate<Angle>(nevrad::to_lane(acc), nevrad::to_lane(a),
-                                           nevrad::to_lane(b));
+    const auto got =
+        nevrad::rotate<Angle>(nevrad::to_lane(acc), nevrad::to_lane(a), nevrad::to_lane(b));
     ASSERT_SAME_BITS(to_element(got), exact_rotation(quarter, acc, a, b));
   }
 }

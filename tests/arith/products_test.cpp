@@ -1,6 +1,6 @@
 // Products of single elements: every form against its definition in a wider format.
-#include "arith/dense.h"
 #include "arith/products.h"
+#include "arith/dense.h"
 #include "support/exact.h"
 #include "support/random.h"
 
@@ -15,8 +15,16 @@ TYPED_TEST_SUITE(products, all_types, type_names);
 template <class R>
 std::vector<R> odd_values() {
   using limits = std::numeric_limits<R>;
-  return {R{0},          -R{0},         R{1}, R{-1}, limits::min(), -limits::denorm_min(),
-          limits::max(), limits::infinity(), -limits::infinity(), limits::quiet_NaN()};
+  return {R{0},
+          -R{0},
+          R{1},
+          R{-1},
+          limits::min(),
+          -limits::denorm_min(),
+          limits::max(),
+          limits::infinity(),
+          -limits::infinity(),
+          limits::quiet_NaN()};
 }
 template <class T>
 std::vector<T> odd_elements() {

@@ -12,7 +12,7 @@ namespace {
 
 int as_granted(int n) { return std::max(1, std::min(n, omp_get_thread_limit())); }
 
-// Runs in a process in which nothing else has touched the budget: the first of its suite.
+// Scopes put back what they found, so this holds wherever the test comes in its process.
 TEST(budget, is_one_at_load) { EXPECT_EQ(orv_get_thread_num_(), 1); }
 
 TEST(budget, takes_1_to_640_and_keeps_the_last_good_value) {

@@ -113,8 +113,7 @@ TEST(checks, any_null_counts) {
     for (int i = 0; i < 4; ++i) p[i] = (missing >> i & 1) != 0 ? nullptr : &value;
     EXPECT_EQ(check_two_pointers(p[0], p[1]), (missing & 3) != 0 ? null_pointer : success);
     EXPECT_EQ(check_three_pointers(p[0], p[1], p[2]), (missing & 7) != 0 ? null_pointer : success);
-    EXPECT_EQ(check_four_pointers(p[0], p[1], p[2], p[3]),
-              missing != 0 ? null_pointer : success);
+    EXPECT_EQ(check_four_pointers(p[0], p[1], p[2], p[3]), missing != 0 ? null_pointer : success);
   }
 }
 

@@ -14,7 +14,8 @@ std::string selected_code(const std::string& text) {
   const char last = text[3];
   if (last != 'F' && last != 'C') return "";
   switch (text[0]) {
-    case 'G': return std::string("G00") + last;
+    case 'G':
+      return std::string("G00") + last;
     case 'D':
       if (text[2] != 'N' && text[2] != 'U') return "";
       return std::string("D0") + text[2] + last;
@@ -24,7 +25,8 @@ std::string selected_code(const std::string& text) {
       const bool known = (text[1] == 'L' || text[1] == 'U') && (text[2] == 'N' || text[2] == 'U');
       return known ? text : "";
     }
-    default: return "";
+    default:
+      return "";
   }
 }
 

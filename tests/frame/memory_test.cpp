@@ -35,7 +35,7 @@ TEST(checked_multiply, answers_by_the_size_of_the_product) {
 TEST(aligned_memory, is_aligned_and_rounded_up) {
   EXPECT_EQ(nevrad::rounded_aligned_alloc(0, 100), nullptr);
   EXPECT_EQ(nevrad::zeroed_aligned_alloc(0, 100), nullptr);
-  for (const std::uint64_t size : {1, 63, 64, 65, 1000}) {
+  for (const std::uint64_t size : {1U, 63U, 64U, 65U, 1000U}) {
     const std::uint64_t rounded = (size + 63) / 64 * 64;
     void* const p = nevrad::rounded_aligned_alloc(nevrad::cache_line, size);
     ASSERT_NE(p, nullptr);
@@ -43,8 +43,7 @@ TEST(aligned_memory, is_aligned_and_rounded_up) {
     std::memset(p, 0xFF, rounded);  // the whole rounded block belongs to the caller
     nevrad::release_memory(p);
 
-    nevrad::scratch<unsigned char> cleared(
-        nevrad::zeroed_aligned_alloc(nevrad::cache_line, size));
+    nevrad::scratch<unsigned char> cleared(nevrad::zeroed_aligned_alloc(nevrad::cache_line, size));
     ASSERT_TRUE(cleared);
     for (std::uint64_t i = 0; i < rounded; ++i) {
       ASSERT_EQ(cleared[static_cast<std::int64_t>(i)], 0) << "byte " << i << " of " << size;

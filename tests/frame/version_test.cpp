@@ -10,8 +10,9 @@ namespace nevrad_test {
 namespace {
 
 TEST(version, fills_texts_and_nothing_behind_them) {
-  const char* const texts[] = {"Talmora Corvane", "26.1.RC1", "Corvane-orv",        "1.26.1.RC1",
-                               "1",               "zephan",   "corvane-orv-spblas", "1.26.1.RC1"};
+  const char* const texts[] = {"Talmora Corvane",    "26.1.RC1",  "Corvane-orv",
+                               "1.26.1.RC1",         "1",         "zephan",
+                               "corvane-orv-spblas", "1.26.1.RC1"};
   std::string block(900, '#');
   auto* const record = reinterpret_cast<version_record*>(block.data());
   static_assert(sizeof(version_record) == 800 && alignof(version_record) == 1);

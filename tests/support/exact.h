@@ -85,10 +85,14 @@ T exact_product(T a, T b) {
 template <class R>
 complex_of<R> exact_rotation(int quarter, complex_of<R> acc, complex_of<R> a, complex_of<R> b) {
   switch (quarter) {
-    case 0: return {fused(a.re, b.re, acc.re), fused(a.re, b.im, acc.im)};
-    case 1: return {fused(-a.im, b.im, acc.re), fused(a.im, b.re, acc.im)};
-    case 2: return {fused(-a.re, b.re, acc.re), fused(-a.re, b.im, acc.im)};
-    default: return {fused(a.im, b.im, acc.re), fused(-a.im, b.re, acc.im)};
+    case 0:
+      return {fused(a.re, b.re, acc.re), fused(a.re, b.im, acc.im)};
+    case 1:
+      return {fused(-a.im, b.im, acc.re), fused(a.im, b.re, acc.im)};
+    case 2:
+      return {fused(-a.re, b.re, acc.re), fused(-a.re, b.im, acc.im)};
+    default:
+      return {fused(a.im, b.im, acc.re), fused(-a.im, b.re, acc.im)};
   }
 }
 
