@@ -7,6 +7,7 @@ import argparse
 import collections
 import json
 import pathlib
+import re
 import sys
 
 LIMITS = {"limit": "reading", "peak": "arithmetic"}
@@ -24,7 +25,9 @@ def load_times(path, statistic):
             sys.exit(f"{path}: {run['name']}: {run.get('error_message', 'failed')}")
         if run.get("aggregate_name") != statistic:
             continue
-        case, _, contestant = run["run_name"].removesuffix("/real_time").rpartition("/")
+        # The program appends how it measures: .../repeats:5/real_time.
+        name = re.sub(r"(/repeats:\d+)?/real_time$", "", run["run_name"])
+        case, _, contestant = name.rpartition("/")
         # A thread's own time leaves out what other users of the machine took from it. Several
         # threads are only done when the last one is.
         clock = "cpu_time" if case.endswith("/1T") else "real_time"
@@ -124,7 +127,7 @@ def main():
         sys.exit(f"{options.json}: no {options.statistic} of a run named .../{OURS}")
     found = [name for of in times.values() for name in of]
     limits = [name for name in LIMITS if name in found]
-    peers = [name for name in dict.fromkeys(found) if name != OURS and name not in LIMITS]
+    peers = [name for name in sorted(set(found)) if name != OURS and name not in LIMITS]
 
     lines = [
         f"{context['date'][:10]}, {context['num_cpus']} CPUs, {options.statistic} of the "

@@ -76,6 +76,12 @@ class comparison {
         threads_(threads),
         data_(std::move(data)) {}
 
+  // Fewer repetitions than the program's default, for cases that take long.
+  comparison& repeat(int repetitions) {
+    repetitions_ = repetitions;
+    return *this;
+  }
+
   template <class Run>
   comparison& add(const char* who, Run run) {
     const std::string full_name = name_ + "/" + who;
@@ -125,17 +131,18 @@ class comparison {
 
  private:
   template <class Body>
-  static void register_timed(const std::string& name, const Body& body) {
+  void register_timed(const std::string& name, const Body& body) const {
     const auto smallest = [](const std::vector<double>& v) {
       return *std::min_element(v.begin(), v.end());
     };
-    ::benchmark::RegisterBenchmark(name.c_str(), body)
-        ->UseRealTime()
-        ->ComputeStatistics("min", smallest);
+    auto* const timed = ::benchmark::RegisterBenchmark(name.c_str(), body);
+    timed->UseRealTime()->ComputeStatistics("min", smallest);
+    if (repetitions_ > 0) timed->Repetitions(repetitions_);
   }
 
   std::string name_;
   int threads_;
+  int repetitions_ = 0;
   lazy<Data> data_;
 };
 
