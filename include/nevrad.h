@@ -528,6 +528,7 @@ orv_sparse_status_t orv_csparse_zcsrtrsv_(const int* uplo, const int* transa, co
                                           const int* ia, const int* ja,
                                           const nevrad_complex_double* x, nevrad_complex_double* y);
 
+/* ---------------------------------------------------------------------------------------------
  * Matrix-matrix products
  * ------------------------------------------------------------------------------------------- */
 
