@@ -610,6 +610,210 @@ orv_sparse_status_t orv_sparse_zcsrmm_(const int* transa, const int* m, const in
                                        const nevrad_complex_double* beta, nevrad_complex_double* c,
                                        const int* ldc);
 
+/* ---------------------------------------------------------------------------------------------
+ * Sums and products of sparse matrices
+ * ------------------------------------------------------------------------------------------- */
+
+/*
+ * C = A + beta * op(B), all three by rows in three-array form
+ *
+ * transa     0: op(B) = B, 1: transpose, 2: conjugate transpose; it speaks of B
+ * request    0: all of C, 1: ic alone, 2: c and jc for an ic that request 1 has made
+ * sort       1: sort the rows of A for the call, 2: those of B, 3: both; any other value: neither
+ * m, n       rows and columns of A and C, each 1 to 2147483645; B is m by n, or n by m with op
+ * a, ja, ia  elements, column numbers and m + 1 row pointers of A, one-based
+ * b, jb, ib  the same of B, with as many row pointers as B has rows, and one more
+ * c, jc, ic  the same of C; request 1 reads neither c nor jc, which may be null
+ * nzmax      room in c and jc, in entries
+ *
+ * To size C, call with request 1, allocate ic[m] - 1 entries, and call with request 2. sort is
+ * applied anew in each call. Rows must ascend and hold no column twice, or be sorted by the call;
+ * this is not tested, and a row that does not keep to it may write into the places of the next.
+ *
+ * Rows of C ascend. An entry that B has alone is beta * b, one that both have a + beta * b: real
+ * types round it once, complex ones round the product and then the sum. Entries that come out zero
+ * stay. beta = 0 is not special.
+ *
+ * Status, values before pointers: 3 transa or dimension; 1 null pointer; 3 request; 3 when the
+ * matrix to be sorted or transposed has no entries; 2 memory; 3 when C has more than nzmax entries.
+ * The last is tested for request 1 on a budget above 1 only. On a budget of 1, request 0 then has
+ * filled c, jc and ic as far as they go; otherwise ic is complete, and c and jc are as they were.
+ *
+ * Threads: the rows are cut into as many chunks as the budget says, which run on the runtime's
+ * default team. The result is the same bits for every budget.
+ */
+orv_sparse_status_t orv_sparse_scsradd(int transa, int request, int sort, int m, int n,
+                                       const float* a, const int* ja, const int* ia, float beta,
+                                       const float* b, const int* jb, const int* ib, float* c,
+                                       int* jc, int* ic, int nzmax);
+orv_sparse_status_t orv_sparse_scsradd_(const int* transa, const int* request, const int* sort,
+                                        const int* m, const int* n, const float* a, const int* ja,
+                                        const int* ia, const float* beta, const float* b,
+                                        const int* jb, const int* ib, float* c, int* jc, int* ic,
+                                        const int* nzmax);
+orv_sparse_status_t orv_sparse_dcsradd(int transa, int request, int sort, int m, int n,
+                                       const double* a, const int* ja, const int* ia, double beta,
+                                       const double* b, const int* jb, const int* ib, double* c,
+                                       int* jc, int* ic, int nzmax);
+orv_sparse_status_t orv_sparse_dcsradd_(const int* transa, const int* request, const int* sort,
+                                        const int* m, const int* n, const double* a, const int* ja,
+                                        const int* ia, const double* beta, const double* b,
+                                        const int* jb, const int* ib, double* c, int* jc, int* ic,
+                                        const int* nzmax);
+orv_sparse_status_t orv_sparse_ccsradd(int transa, int request, int sort, int m, int n,
+                                       const nevrad_complex_float* a, const int* ja, const int* ia,
+                                       nevrad_complex_float beta, const nevrad_complex_float* b,
+                                       const int* jb, const int* ib, nevrad_complex_float* c,
+                                       int* jc, int* ic, int nzmax);
+orv_sparse_status_t orv_sparse_ccsradd_(const int* transa, const int* request, const int* sort,
+                                        const int* m, const int* n, const nevrad_complex_float* a,
+                                        const int* ja, const int* ia,
+                                        const nevrad_complex_float* beta,
+                                        const nevrad_complex_float* b, const int* jb, const int* ib,
+                                        nevrad_complex_float* c, int* jc, int* ic,
+                                        const int* nzmax);
+orv_sparse_status_t orv_sparse_zcsradd(int transa, int request, int sort, int m, int n,
+                                       const nevrad_complex_double* a, const int* ja, const int* ia,
+                                       nevrad_complex_double beta, const nevrad_complex_double* b,
+                                       const int* jb, const int* ib, nevrad_complex_double* c,
+                                       int* jc, int* ic, int nzmax);
+orv_sparse_status_t orv_sparse_zcsradd_(const int* transa, const int* request, const int* sort,
+                                        const int* m, const int* n, const nevrad_complex_double* a,
+                                        const int* ja, const int* ia,
+                                        const nevrad_complex_double* beta,
+                                        const nevrad_complex_double* b, const int* jb,
+                                        const int* ib, nevrad_complex_double* c, int* jc, int* ic,
+                                        const int* nzmax);
+
+/*
+ * C = op(A) * B, all three by rows in three-array form
+ *
+ * transa     0: op(A) = A, 1: transpose, 2: conjugate transpose
+ * request    0: all of C, 1: ic alone, 2: c and jc for an ic that request 1 has made
+ * sort       not read: rows may be in any order, and hold a column more than once
+ * m, n       rows and columns of A, each 1 to 2147483645
+ * k          columns of B and C, 1 to 2147483645; B is n by k (m by k with op), C m by k (n by k)
+ * a, ja, ia  elements, column numbers and row pointers of A, one-based
+ * b, jb, ib  the same of B
+ * c, jc, ic  the same of C; request 1 reads neither c nor jc, which may be null
+ * nzmax      room in c and jc, in entries; not read for request 1
+ *
+ * Rows of C ascend, except with request 0 on a budget of 1 and nzmax of 102400 or more: then the
+ * columns of a row stand in the order in which the products first meet them. Entries that cancel
+ * to zero stay. Every element of C is one chain of fused multiply-adds in the order of storage, of
+ * A's row first and of B's rows within; complex ones take two fused steps a part, A's element
+ * first. Column numbers of A beyond the rows of B are not detected.
+ *
+ * Memory: one integer and one element for each column of B, times the chunks of rows.
+ *
+ * Status, values before pointers: 3 transa or dimension; 1 null pointer; 3 request; 3 when a matrix
+ * to be transposed has no entries; 2 memory; 3 when C has more than nzmax entries (request 0, 2).
+ * On a budget of 1, request 0 then has filled c, jc and ic as far as they go (whole rows only where
+ * the order is that of first touch); otherwise ic is complete, and c and jc are as they were.
+ *
+ * Threads: as orv_sparse_?csradd. Apart from the order of columns above, the result is the same
+ * bits for every budget.
+ */
+orv_sparse_status_t orv_sparse_scsrmultcsr(int transa, int request, int sort, int m, int n, int k,
+                                           const float* a, const int* ja, const int* ia,
+                                           const float* b, const int* jb, const int* ib, float* c,
+                                           int* jc, int* ic, int nzmax);
+orv_sparse_status_t orv_sparse_scsrmultcsr_(const int* transa, const int* request, const int* sort,
+                                            const int* m, const int* n, const int* k,
+                                            const float* a, const int* ja, const int* ia,
+                                            const float* b, const int* jb, const int* ib, float* c,
+                                            int* jc, int* ic, const int* nzmax);
+orv_sparse_status_t orv_sparse_dcsrmultcsr(int transa, int request, int sort, int m, int n, int k,
+                                           const double* a, const int* ja, const int* ia,
+                                           const double* b, const int* jb, const int* ib, double* c,
+                                           int* jc, int* ic, int nzmax);
+orv_sparse_status_t orv_sparse_dcsrmultcsr_(const int* transa, const int* request, const int* sort,
+                                            const int* m, const int* n, const int* k,
+                                            const double* a, const int* ja, const int* ia,
+                                            const double* b, const int* jb, const int* ib,
+                                            double* c, int* jc, int* ic, const int* nzmax);
+orv_sparse_status_t orv_sparse_ccsrmultcsr(int transa, int request, int sort, int m, int n, int k,
+                                           const nevrad_complex_float* a, const int* ja,
+                                           const int* ia, const nevrad_complex_float* b,
+                                           const int* jb, const int* ib, nevrad_complex_float* c,
+                                           int* jc, int* ic, int nzmax);
+orv_sparse_status_t orv_sparse_ccsrmultcsr_(const int* transa, const int* request, const int* sort,
+                                            const int* m, const int* n, const int* k,
+                                            const nevrad_complex_float* a, const int* ja,
+                                            const int* ia, const nevrad_complex_float* b,
+                                            const int* jb, const int* ib, nevrad_complex_float* c,
+                                            int* jc, int* ic, const int* nzmax);
+orv_sparse_status_t orv_sparse_zcsrmultcsr(int transa, int request, int sort, int m, int n, int k,
+                                           const nevrad_complex_double* a, const int* ja,
+                                           const int* ia, const nevrad_complex_double* b,
+                                           const int* jb, const int* ib, nevrad_complex_double* c,
+                                           int* jc, int* ic, int nzmax);
+orv_sparse_status_t orv_sparse_zcsrmultcsr_(const int* transa, const int* request, const int* sort,
+                                            const int* m, const int* n, const int* k,
+                                            const nevrad_complex_double* a, const int* ja,
+                                            const int* ia, const nevrad_complex_double* b,
+                                            const int* jb, const int* ib, nevrad_complex_double* c,
+                                            int* jc, int* ic, const int* nzmax);
+
+/*
+ * C = op(A) * B with a dense C
+ *
+ * transa     0: op(A) = A, 1: transpose, 2: conjugate transpose
+ * m, n       rows and columns of A, each 1 to 2147483645
+ * k          columns of B and C, 1 to 2147483645; B is n by k (m by k with op), C m by k (n by k)
+ * a, ja, ia  elements, column numbers and row pointers of A by rows, one-based; rows in any order
+ * b, jb, ib  the same of B
+ * c          C, column-major: element (i, j) from 0 at c[i + j * ldc]; overwritten without being
+ *            read. Elements between its rows and ldc stay as they are.
+ * ldc        at least the rows of C; ldc * k at most 2147483645
+ *
+ * Every element of C is one chain of fused multiply-adds in the order of the columns of op(A).
+ * With op, a column number that stands twice in a row of A may count once only.
+ *
+ * Memory: a copy of A and of B, each once more by columns (A without op only), and with a budget
+ * above 1 one 64-bit count a column of C.
+ *
+ * Status: 1 null pointer; 3 transa, dimension or ldc; 3 when A or B has no entries; 2 memory: C is
+ * then as it was, or zero where the copies had been made.
+ *
+ * Threads: on the thread budget, each a run of columns with about the same number of multiply-adds.
+ * The result is the same bits for every budget.
+ */
+orv_sparse_status_t orv_sparse_scsrmultd(int transa, int m, int n, int k, const float* a,
+                                         const int* ja, const int* ia, const float* b,
+                                         const int* jb, const int* ib, float* c, int ldc);
+orv_sparse_status_t orv_sparse_scsrmultd_(const int* transa, const int* m, const int* n,
+                                          const int* k, const float* a, const int* ja,
+                                          const int* ia, const float* b, const int* jb,
+                                          const int* ib, float* c, const int* ldc);
+orv_sparse_status_t orv_sparse_dcsrmultd(int transa, int m, int n, int k, const double* a,
+                                         const int* ja, const int* ia, const double* b,
+                                         const int* jb, const int* ib, double* c, int ldc);
+orv_sparse_status_t orv_sparse_dcsrmultd_(const int* transa, const int* m, const int* n,
+                                          const int* k, const double* a, const int* ja,
+                                          const int* ia, const double* b, const int* jb,
+                                          const int* ib, double* c, const int* ldc);
+orv_sparse_status_t orv_sparse_ccsrmultd(int transa, int m, int n, int k,
+                                         const nevrad_complex_float* a, const int* ja,
+                                         const int* ia, const nevrad_complex_float* b,
+                                         const int* jb, const int* ib, nevrad_complex_float* c,
+                                         int ldc);
+orv_sparse_status_t orv_sparse_ccsrmultd_(const int* transa, const int* m, const int* n,
+                                          const int* k, const nevrad_complex_float* a,
+                                          const int* ja, const int* ia,
+                                          const nevrad_complex_float* b, const int* jb,
+                                          const int* ib, nevrad_complex_float* c, const int* ldc);
+orv_sparse_status_t orv_sparse_zcsrmultd(int transa, int m, int n, int k,
+                                         const nevrad_complex_double* a, const int* ja,
+                                         const int* ia, const nevrad_complex_double* b,
+                                         const int* jb, const int* ib, nevrad_complex_double* c,
+                                         int ldc);
+orv_sparse_status_t orv_sparse_zcsrmultd_(const int* transa, const int* m, const int* n,
+                                          const int* k, const nevrad_complex_double* a,
+                                          const int* ja, const int* ia,
+                                          const nevrad_complex_double* b, const int* jb,
+                                          const int* ib, nevrad_complex_double* c, const int* ldc);
+
 #ifdef __cplusplus
 }
 #endif

@@ -1,0 +1,115 @@
+// C = op(A) B with a dense C.
+#include "spsp/reference.h"
+
+namespace nevrad_test {
+namespace {
+
+template <class T>
+class dense_product : public testing::Test {};
+TYPED_TEST_SUITE(dense_product, all_types, type_names);
+
+template <class T>
+int run(int transa, const matrix<T>& A, const matrix<T>& B, const panel<T>& c) {
+  const array<int> ia = A.pointers();
+  const array<int> ib = B.pointers();
+  return csrmultd<T>(transa, A.rows, A.cols, B.cols, A.values.data(), A.indices.data(), ia.data(),
+                     B.values.data(), B.indices.data(), ib.data(), c.data(), c.ld());
+}
+
+TYPED_TEST(dense_product, agrees_with_plain_form_and_dense_arithmetic) {
+  using T = TypeParam;
+  for (int round = 0; round < 12; ++round) {
+    generator random(static_cast<std::uint64_t>(round));
+    SCOPED_TRACE(random);
+    const int transa = round % 3;
+    const int rows = random.integer(1, 30);
+    const int inner = random.integer(1, 20);
+    matrix_kind kind{.rows = rows, .cols = inner, .base = 1, .typical = 5};
+    if (transa != 0) std::swap(kind.rows, kind.cols);
+    const auto A = random_matrix<T>(random, kind);
+    const auto B = random_matrix<T>(random, {.rows = inner,
+                                             .cols = random.integer(1, 19),
+                                             .base = 1,
+                                             .duplicates = round % 2 == 1});
+    panel<T> want(rows, B.cols, layout::column_major, round % 4);
+    reference_dense_product(transa, A, B, want);
+    EXPECT_TRUE(is_close(widen_panel(want),
+                         product(dense_of(A, "G00F", transa), dense_of(B, "G00F"), make<T>(1),
+                                 make<T>(0), dense<T>(rows, B.cols)),
+                         64));
+    for (const int budget : budgets) {
+      const budget_scope threads(budget);
+      panel<T> got(rows, B.cols, layout::column_major, round % 4);
+      ASSERT_EQ(run(transa, A, B, got), 0);
+      EXPECT_SAME_ARRAYS(got.elements(), want.elements());
+    }
+  }
+}
+
+// A column number twice in one row of A: within a group of four the last counts alone, in separate
+// groups both do. Without an operation the conversion brings both to different columns.
+TYPED_TEST(dense_product, adds_repeats_by_groups) {
+  using T = TypeParam;
+  const T one = make<T>(1);
+  const T two = make<T>(2);
+  const T three = make<T>(4);
+  const lines<T> a{{{0, one}, {2, two}, {0, three}, {1, one}, {2, two}}};
+  const auto A = compress<T>(a, 3, compression::rows, 1);
+  const auto B = compress<T>({{{0, one}}}, 1, compression::rows, 1);
+  for (const int budget : budgets) {
+    const budget_scope threads(budget);
+    const panel<T> c(3, 1, layout::column_major);
+    ASSERT_EQ(run(1, A, B, c), 0);
+    EXPECT_SAME_ARRAYS(c.elements(), (array<T>{three, one, make<T>(4)}));
+  }
+}
+
+// Threads of a team that was not granted leave their columns to those who are there.
+TYPED_TEST(dense_product, is_whole_inside_a_callers_region) {
+  using T = TypeParam;
+  generator random(3);
+  const auto A = random_matrix<T>(random, {.rows = 20, .cols = 20, .base = 1});
+  const auto B = random_matrix<T>(random, {.rows = 20, .cols = 33, .base = 1});
+  panel<T> want(20, 33, layout::column_major);
+  reference_dense_product(0, A, B, want);
+  const budget_scope threads(7);
+  panel<T> got(20, 33, layout::column_major);
+  in_callers_region([&] { EXPECT_EQ(run(0, A, B, got), 0); });
+  EXPECT_SAME_ARRAYS(got.elements(), want.elements());
+}
+
+TYPED_TEST(dense_product, tests_pointers_before_values) {
+  using T = TypeParam;
+  const array<T> x(2, make<T>(1));
+  const array<int> j{1, 2};
+  const array<int> p{1, 2, 3};
+  const array<int> empty{1, 1, 1};
+  array<T> c(4, make<T>(5));
+  const array<T> before = c;
+  const auto call = [&](int transa, int m, int n, int k, int ldc, unsigned null,
+                        unsigned zero = 0) {
+    const auto unless = [&](auto* q, unsigned bit) { return (null >> bit & 1) != 0 ? nullptr : q; };
+    return csrmultd<T>(transa, m, n, k, unless(x.data(), 0), unless(j.data(), 1),
+                       unless(zero == 1 ? empty.data() : p.data(), 2), unless(x.data(), 3),
+                       unless(j.data(), 4), unless(zero == 2 ? empty.data() : p.data(), 5),
+                       unless(c.data(), 6), ldc);
+  };
+  for (unsigned bit = 0; bit < 7; ++bit) EXPECT_EQ(call(3, 0, 2, 2, 2, 1U << bit), 1);
+  EXPECT_EQ(call(3, 2, 2, 2, 2, 0), 3);
+  for (const int bad : {0, -1, 2147483646}) {
+    EXPECT_EQ(call(0, bad, 2, 2, 2, 0), 3);
+    EXPECT_EQ(call(0, 2, bad, 2, 2, 0), 3);
+    EXPECT_EQ(call(0, 2, 2, bad, 2, 0), 3);
+  }
+  EXPECT_EQ(call(0, 2, 2, 2, 1, 0), 3);
+  EXPECT_EQ(call(0, 2, 1, 2, 1, 0), 3);
+  EXPECT_EQ(call(1, 1, 2, 2, 1, 0), 3);
+  EXPECT_EQ(call(0, 2, 2, 2, 2147483645 / 2 + 1, 0), 3);
+  EXPECT_EQ(call(0, 2, 2, 2, 2, 0, 1), 3);
+  EXPECT_EQ(call(0, 2, 2, 2, 2, 0, 2), 3);
+  EXPECT_SAME_ARRAYS(c, before);
+  EXPECT_EQ(call(0, 2, 2, 2, 2, 0), 0);
+}
+
+}  // namespace
+}  // namespace nevrad_test

@@ -1,0 +1,275 @@
+// C = op(A) B with a compressed C: every request, operation, type, budget and capacity.
+#include "spsp/reference.h"
+
+namespace nevrad_test {
+namespace {
+
+constexpr int by_first_touch = 102400;
+
+template <class T>
+class product_of_rows : public testing::Test {};
+TYPED_TEST_SUITE(product_of_rows, all_types, type_names);
+
+template <class T>
+int run(const sparse_call<T>& call, sparse_result<T>& out) {
+  const array<int> ia = call.A.pointers();
+  const array<int> ib = call.B.pointers();
+  return csrmultcsr<T>(call.transa, call.request, call.sort, call.A.rows, call.A.cols, call.B.cols,
+                       call.A.values.data(), call.A.indices.data(), ia.data(), call.B.values.data(),
+                       call.B.indices.data(), ib.data(), out.c.data(), out.jc.data(), out.ic.data(),
+                       call.nzmax);
+}
+
+template <class T>
+int rows_of_result(const sparse_call<T>& call) {
+  return call.transa == 0 ? call.A.rows : call.A.cols;
+}
+
+template <class T>
+array<int> pattern(sparse_call<T> call) {
+  call.request = 1;
+  sparse_result<T> out(rows_of_result(call), 0);
+  reference_product(call, 1, out);
+  return out.ic;
+}
+
+template <class T>
+void compare(const sparse_call<T>& call, int budget, const sparse_result<T>& before) {
+  SCOPED_TRACE(testing::Message() << "transa " << call.transa << " request " << call.request
+                                  << " nzmax " << call.nzmax << " budget " << budget);
+  sparse_result<T> want = before;
+  want.status = reference_product(call, budget, want);
+  sparse_result<T> got = before;
+  const budget_scope threads(budget);
+  got.status = run(call, got);
+  expect_same(got, want);
+}
+
+template <class T>
+void compare_capacities(sparse_call<T> call, int budget) {
+  const array<int> ic = pattern(call);
+  const int total = ic[ic.size() - 1] - 1;
+  for (call.request = 0; call.request < 3; ++call.request) {
+    for (const int nzmax :
+         {total, total - 1, total / 2, 0, -1, by_first_touch - 1, by_first_touch}) {
+      call.nzmax = nzmax;
+      sparse_result<T> before(rows_of_result(call), total);
+      if (call.request == 2) before.ic = ic;
+      compare(call, budget, before);
+    }
+  }
+}
+
+// A, B with `inner` columns and rows, `cols` columns of the result.
+template <class T>
+sparse_call<T> random_call(generator& random, int transa, int rows, int inner, int cols) {
+  sparse_call<T> call;
+  call.transa = transa;
+  call.sort = random.integer(-1000, 1000);
+  matrix_kind kind{.rows = rows, .cols = inner, .base = 1};
+  kind.typical = random.integer(1, 6);
+  kind.duplicates = random.chance(2);
+  if (transa != 0) std::swap(kind.rows, kind.cols);
+  call.A = random_matrix<T>(random, kind);
+  kind.rows = inner;
+  kind.cols = cols;
+  kind.sorted = random.chance(2);
+  call.B = random_matrix<T>(random, kind);
+  return call;
+}
+
+TYPED_TEST(product_of_rows, agrees_with_plain_form) {
+  for (int round = 0; round < 12; ++round) {
+    generator random(static_cast<std::uint64_t>(round));
+    SCOPED_TRACE(random);
+    const auto call = random_call<TypeParam>(random, round % 3, random.integer(1, 21),
+                                             random.integer(1, 17), random.integer(1, 70));
+    for (const int budget : budgets) compare_capacities(call, budget);
+  }
+}
+
+// Widths around the edges of words, of words of words, and beyond: few entries, far apart.
+TYPED_TEST(product_of_rows, orders_columns_of_wide_matrices) {
+  using T = TypeParam;
+  for (const int cols : {1, 2, 31, 32, 33, 63, 64, 65, 1023, 1025, 4096, 4097, 40000, 300001}) {
+    generator random(static_cast<std::uint64_t>(cols));
+    SCOPED_TRACE(random);
+    sparse_call<T> call;
+    lines<T> b(6);
+    for (row<T>& entries : b) {
+      for (int e = 0; e < 9; ++e)
+        entries.emplace_back(random.integer(0, cols - 1), random.value<T>());
+      entries.emplace_back(cols - 1, random.value<T>());
+      entries.emplace_back(0, random.value<T>());
+    }
+    call.A = random_matrix<T>(random, {.rows = 9, .cols = 6, .base = 1});
+    call.B = compress<T>(b, cols, compression::rows, 1);
+    const array<int> ic = pattern(call);
+    for (call.request = 0; call.request < 3; ++call.request) {
+      for (const int budget : {1, 3}) {
+        call.nzmax = ic[ic.size() - 1] - 1;
+        sparse_result<T> before(9, call.nzmax);
+        if (call.request == 2) before.ic = ic;
+        compare(call, budget, before);
+      }
+    }
+  }
+}
+
+// More than 102400 entries: the order of first touch up to the last entry of the capacity, and a
+// row that does not fit is not begun.
+TYPED_TEST(product_of_rows, stops_before_the_row_that_does_not_fit) {
+  using T = TypeParam;
+  generator random(11);
+  sparse_call<T> call;
+  call.A = random_matrix<T>(random,
+                            {.rows = 360, .cols = 5, .base = 1, .typical = 2, .duplicates = true});
+  call.B = random_matrix<T>(random, {.rows = 5, .cols = 800, .base = 1, .typical = 300});
+  const array<int> ic = pattern(call);
+  const int total = ic[ic.size() - 1] - 1;
+  ASSERT_GT(total, by_first_touch + 1000);
+  for (const int nzmax : {total, total - 1, total - 999, by_first_touch}) {
+    call.nzmax = nzmax;
+    compare(call, 1, sparse_result<T>(360, total));
+  }
+}
+
+TYPED_TEST(product_of_rows, follows_the_callers_row_pointers) {
+  generator random(17);
+  auto call = random_call<TypeParam>(random, 0, 14, 9, 50);
+  call.request = 2;
+  array<int> ic = pattern(call);
+  for (std::int64_t i = 0; i < ic.size(); ++i) ic[i] += static_cast<int>(2 * i);
+  const int room = ic[ic.size() - 1] - ic[0];
+  for (const int budget : budgets) {
+    for (const int nzmax : {room, room - 1}) {
+      call.nzmax = nzmax;
+      sparse_result<TypeParam> before(14, room);
+      before.ic = ic;
+      compare(call, budget, before);
+    }
+  }
+}
+
+TYPED_TEST(product_of_rows, is_the_dense_product) {
+  using T = TypeParam;
+  for (int transa = 0; transa < 3; ++transa) {
+    generator random(60 + static_cast<std::uint64_t>(transa));
+    auto call = random_call<T>(random, transa, 14, 11, 33);
+    const array<int> ic = pattern(call);
+    for (const int nzmax : {ic[ic.size() - 1] - 1, by_first_touch}) {
+      call.nzmax = nzmax;
+      sparse_result<T> out(14, ic[ic.size() - 1] - 1);
+      ASSERT_EQ(run(call, out), 0);
+      matrix<T> c;
+      c.rows = 14;
+      c.cols = 33;
+      c.base = 1;
+      c.values = out.c;
+      c.indices = out.jc;
+      c.begin = array<int>(14);
+      c.end = array<int>(14);
+      std::copy(out.ic.begin(), out.ic.end() - 1, c.begin.begin());
+      std::copy(out.ic.begin() + 1, out.ic.end(), c.end.begin());
+      const auto want = product(dense_of(call.A, "G00F", transa), dense_of(call.B, "G00F"),
+                                make<T>(1), make<T>(0), dense<T>(14, 33));
+      // Columns stored twice make sums of more terms than the matrix is wide.
+      EXPECT_TRUE(is_close(dense_of(c, "G00F"), want, 64));
+    }
+  }
+}
+
+//  A = | 1 1 |   B = | .  2 3 |   C = | 4 . 3 |, with an entry that cancels in its middle
+//      | . . |       | 4 -2 . |       | . . . |
+TEST(product_pattern, keeps_entries_that_cancel_and_their_order) {
+  const array<double> a{1, 1};
+  const array<int> ja{1, 2};
+  const array<int> ia{1, 3, 3};
+  const array<double> b{2, 3, 4, -2};
+  const array<int> jb{2, 3, 1, 2};
+  const array<int> ib{1, 3, 5};
+  array<double> c(3);
+  array<int> jc(3);
+  array<int> ic(3);
+  const auto multiply = [&](int nzmax) {
+    return orv_sparse_dcsrmultcsr(0, 0, 0, 2, 2, 3, a.data(), ja.data(), ia.data(), b.data(),
+                                  jb.data(), ib.data(), c.data(), jc.data(), ic.data(), nzmax);
+  };
+  for (const int budget : budgets) {
+    const budget_scope threads(budget);
+    ASSERT_EQ(multiply(by_first_touch - 1), 0);
+    EXPECT_SAME_ARRAYS(ic, (array<int>{1, 4, 4}));
+    EXPECT_SAME_ARRAYS(jc, (array<int>{1, 2, 3}));
+    EXPECT_SAME_ARRAYS(c, (array<double>{4, 0, 3}));
+    ASSERT_EQ(multiply(by_first_touch), 0);
+    EXPECT_SAME_ARRAYS(jc, (budget == 1 ? array<int>{2, 3, 1} : array<int>{1, 2, 3}));
+    EXPECT_SAME_ARRAYS(c, (budget == 1 ? array<double>{0, 3, 4} : array<double>{4, 0, 3}));
+  }
+}
+
+// A sum begins at +0, so that a first product of -0 does not keep its sign.
+TYPED_TEST(product_of_rows, keeps_special_values) {
+  using T = TypeParam;
+  const double infinity = std::numeric_limits<double>::infinity();
+  const std::vector<T> specials{make<T>(0, -0.0), make<T>(-0.0, 0), make<T>(infinity, 1),
+                                quiet_nan<T>(), make<T>(3, -2)};
+  sparse_call<T> call;
+  lines<T> a;
+  lines<T> b(2);
+  for (const T u : specials) {
+    for (const T v : specials) a.push_back({{0, u}, {1, v}});
+    b[0].emplace_back(static_cast<int>(b[0].size()), u);
+  }
+  b[1] = {{4, specials[1]}, {0, specials[0]}, {2, specials[4]}};
+  call.A = compress<T>(a, 2, compression::rows, 1);
+  call.B = compress<T>(b, 5, compression::rows, 1);
+  compare_capacities(call, 1);
+  compare_capacities(call, 3);
+}
+
+TYPED_TEST(product_of_rows, tests_values_before_pointers) {
+  using T = TypeParam;
+  const array<T> x(4, make<T>(1));
+  const array<int> j{1, 1, 1, 1};
+  const array<int> empty{1, 1, 1};
+  array<T> c(4);
+  array<int> jc(4);
+  array<int> ic(3);
+  const auto call = [&](int transa, int request, int m, int n, int k, unsigned null) {
+    const auto unless = [&](auto* p, unsigned bit) { return (null >> bit & 1) != 0 ? nullptr : p; };
+    return csrmultcsr<T>(transa, request, 0, m, n, k, unless(x.data(), 0), unless(j.data(), 1),
+                         unless(empty.data(), 2), unless(x.data(), 3), unless(j.data(), 4),
+                         unless(empty.data(), 5), unless(c.data(), 6), unless(jc.data(), 7),
+                         unless(ic.data(), 8), 4);
+  };
+  constexpr unsigned all = 0x1ff;
+  EXPECT_EQ(call(3, 0, 2, 2, 2, all), 3);
+  EXPECT_EQ(call(-1, 0, 2, 2, 2, 0), 3);
+  for (const int bad : {0, -1, 2147483646}) {
+    EXPECT_EQ(call(0, 0, bad, 2, 2, all), 3);
+    EXPECT_EQ(call(0, 0, 2, bad, 2, all), 3);
+    EXPECT_EQ(call(0, 0, 2, 2, bad, all), 3);
+  }
+  for (unsigned bit = 0; bit < 6; ++bit) EXPECT_EQ(call(0, 9, 2, 2, 2, 1U << bit), 1);
+  for (unsigned bit = 6; bit < 9; ++bit) {
+    ic = {1, 1, 1};
+    EXPECT_EQ(call(0, 0, 2, 2, 2, 1U << bit), 1);
+    EXPECT_EQ(call(0, 1, 2, 2, 2, 1U << bit), bit == 8 ? 1 : 0);
+    EXPECT_EQ(call(0, 2, 2, 2, 2, 1U << bit), 1);
+    EXPECT_EQ(call(0, 3, 2, 2, 2, 1U << bit), 3);
+  }
+  // A without entries: an empty product, but nothing to transpose.
+  for (const int budget : budgets) {
+    const budget_scope threads(budget);
+    for (const int request : {0, 1, 2}) {
+      ic = {1, 1, 1};
+      EXPECT_EQ(call(0, request, 2, 2, 2, 0), 0);
+      EXPECT_SAME_ARRAYS(ic, (array<int>{1, 1, 1}));
+      EXPECT_EQ(call(1, request, 2, 2, 2, 0), 3);
+      EXPECT_EQ(call(2, request, 2, 2, 2, 0), 3);
+    }
+  }
+}
+
+}  // namespace
+}  // namespace nevrad_test

@@ -1,0 +1,270 @@
+// C = A + beta op(B): every request, operation, type, budget and capacity.
+#include "spsp/reference.h"
+
+namespace nevrad_test {
+namespace {
+
+template <class T>
+class sum : public testing::Test {};
+TYPED_TEST_SUITE(sum, all_types, type_names);
+
+template <class T>
+int run(const sparse_call<T>& call, sparse_result<T>& out) {
+  const array<int> ia = call.A.pointers();
+  const array<int> ib = call.B.pointers();
+  return csradd<T>(call.transa, call.request, call.sort, call.A.rows, call.A.cols,
+                   call.A.values.data(), call.A.indices.data(), ia.data(), call.beta,
+                   call.B.values.data(), call.B.indices.data(), ib.data(), out.c.data(),
+                   out.jc.data(), out.ic.data(), call.nzmax);
+}
+
+// Row pointers of the sum as request 1 gives them.
+template <class T>
+array<int> pattern(sparse_call<T> call) {
+  call.request = 1;
+  sparse_result<T> out(call.A.rows, 0);
+  reference_sum(call, 1, out);
+  return out.ic;
+}
+
+template <class T>
+void compare(const sparse_call<T>& call, int budget, const sparse_result<T>& before) {
+  SCOPED_TRACE(testing::Message() << "transa " << call.transa << " request " << call.request
+                                  << " sort " << call.sort << " nzmax " << call.nzmax << " budget "
+                                  << budget);
+  sparse_result<T> want = before;
+  want.status = reference_sum(call, budget, want);
+  sparse_result<T> got = before;
+  const budget_scope threads(budget);
+  got.status = run(call, got);
+  expect_same(got, want);
+}
+
+// Requests and capacities around the size of the result, from the arrays that request 1 would give.
+template <class T>
+void compare_capacities(sparse_call<T> call, int budget, int slack = 0) {
+  const array<int> ic = pattern(call);
+  const int total = ic[ic.size() - 1] - 1;
+  for (call.request = 0; call.request < 3; ++call.request) {
+    for (const int nzmax : {total, total - 1, total / 2, 1, 0, -1, total + 9}) {
+      call.nzmax = nzmax;
+      sparse_result<T> before(call.A.rows, total + slack);
+      if (call.request == 2) before.ic = ic;
+      compare(call, budget, before);
+    }
+  }
+}
+
+template <class T>
+sparse_call<T> random_call(generator& random, int transa, int sort) {
+  sparse_call<T> call;
+  call.transa = transa;
+  call.sort = sort;
+  call.beta = random.value<T>();
+  const int m = random.integer(1, 23);
+  const int n = random.integer(1, 40);
+  matrix_kind kind{.rows = m, .cols = n, .base = 1};
+  kind.typical = random.integer(1, 12);
+  kind.sorted = sort != 1 && sort != 3;
+  call.A = random_matrix<T>(random, kind);
+  kind.sorted = (sort != 2 && sort != 3) || transa != 0;
+  if (transa != 0) std::swap(kind.rows, kind.cols);
+  call.B = random_matrix<T>(random, kind);
+  return call;
+}
+
+TYPED_TEST(sum, agrees_with_plain_form) {
+  for (int round = 0; round < 24; ++round) {
+    generator random(static_cast<std::uint64_t>(round));
+    SCOPED_TRACE(random);
+    const int transa = round % 3;
+    const int sort = round / 3 % 4;
+    const auto call = random_call<TypeParam>(random, transa, sort);
+    for (const int budget : budgets) compare_capacities(call, budget);
+  }
+}
+
+// On one thread the merge and the count are defined for rows in any order and with repeats: what
+// the merge does with them is plain, and the count counts pairs.
+TYPED_TEST(sum, takes_rows_in_any_order_as_they_are) {
+  for (int round = 0; round < 12; ++round) {
+    generator random(100 + static_cast<std::uint64_t>(round));
+    SCOPED_TRACE(random);
+    sparse_call<TypeParam> call;
+    call.beta = random.value<TypeParam>();
+    const matrix_kind kind{
+        .rows = 9, .cols = 30, .base = 1, .sorted = round % 2 == 0, .duplicates = round % 3 != 0};
+    call.A = random_matrix<TypeParam>(random, kind);
+    call.B = random_matrix<TypeParam>(random, kind);
+    compare_capacities(call, 1, 600);
+    call.request = 1;
+    for (const int budget : budgets) {
+      call.nzmax = 1000;
+      compare(call, budget, sparse_result<TypeParam>(call.A.rows, 0));
+    }
+  }
+}
+
+// A caller's row pointers may count from another base and leave room behind rows.
+TYPED_TEST(sum, follows_the_callers_row_pointers) {
+  generator random(7);
+  auto call = random_call<TypeParam>(random, 0, 0);
+  call.request = 2;
+  array<int> ic = pattern(call);
+  for (std::int64_t i = 0; i < ic.size(); ++i) ic[i] += static_cast<int>(2 * i) + 4;
+  const int room = ic[ic.size() - 1] - ic[0];
+  for (const int budget : budgets) {
+    for (const int nzmax : {room, room - 1}) {
+      call.nzmax = nzmax;
+      sparse_result<TypeParam> before(call.A.rows, room);
+      before.ic = ic;
+      compare(call, budget, before);
+    }
+  }
+}
+
+TYPED_TEST(sum, is_the_dense_sum) {
+  using T = TypeParam;
+  for (int transa = 0; transa < 3; ++transa) {
+    generator random(40 + static_cast<std::uint64_t>(transa));
+    auto call = random_call<T>(random, transa, 3);
+    const array<int> ic = pattern(call);
+    call.nzmax = ic[ic.size() - 1] - 1;
+    sparse_result<T> out(call.A.rows, call.nzmax);
+    ASSERT_EQ(run(call, out), 0);
+    matrix<T> c = call.A;
+    c.values = out.c;
+    c.indices = out.jc;
+    std::copy(out.ic.begin(), out.ic.end() - 1, c.begin.begin());
+    std::copy(out.ic.begin() + 1, out.ic.end(), c.end.begin());
+    // The sum as a product with the identity: 1 I A + ... is beta I op(B) + 1 A.
+    dense<T> identity(c.rows, c.rows);
+    for (int i = 0; i < c.rows; ++i) identity(i, i) = 1;
+    const auto want = product(identity, dense_of(call.B, "G00F", transa), call.beta, make<T>(1),
+                              dense_of(call.A, "G00F"));
+    EXPECT_TRUE(is_close(dense_of(c, "G00F"), want, 8));
+  }
+}
+
+//  A = | 1 . 2 |   B = | -1 .  4 |    beta 1: the first entry cancels, and stays.
+//      | . . . |       |  . .  . |    beta 0: B's entries stay, with 0 or A's value.
+//      | . 3 . |       |  5 .  . |
+TEST(sum_pattern, keeps_entries_that_cancel) {
+  const array<double> a{1, 2, 3};
+  const array<int> ja{1, 3, 2};
+  const array<int> ia{1, 3, 3, 4};
+  const array<double> b{-1, 4, 5};
+  const array<int> jb{1, 3, 1};
+  const array<int> ib{1, 3, 3, 4};
+  for (const int budget : budgets) {
+    const budget_scope threads(budget);
+    array<double> c(4);
+    array<int> jc(4);
+    array<int> ic(4);
+    const auto add = [&](double beta) {
+      return orv_sparse_dcsradd(0, 0, 0, 3, 3, a.data(), ja.data(), ia.data(), beta, b.data(),
+                                jb.data(), ib.data(), c.data(), jc.data(), ic.data(), 4);
+    };
+    ASSERT_EQ(add(1), 0);
+    EXPECT_SAME_ARRAYS(ic, (array<int>{1, 3, 3, 5}));
+    EXPECT_SAME_ARRAYS(jc, (array<int>{1, 3, 1, 2}));
+    EXPECT_SAME_ARRAYS(c, (array<double>{0, 6, 5, 3}));
+    ASSERT_EQ(add(0), 0);
+    EXPECT_SAME_ARRAYS(c, (array<double>{1, 2, 0, 3}));
+  }
+}
+
+// Signs of zero and NaN go through the merge as the operations make them.
+TYPED_TEST(sum, keeps_special_values) {
+  using T = TypeParam;
+  const double infinity = std::numeric_limits<double>::infinity();
+  const std::vector<T> specials{make<T>(0, -0.0), make<T>(-0.0, 0), make<T>(infinity, 1),
+                                quiet_nan<T>(), make<T>(3, -2)};
+  sparse_call<T> call;
+  lines<T> a(1);
+  lines<T> b(1);
+  int column = 0;
+  for (const T u : specials) {
+    a[0].emplace_back(column, u);
+    b[0].emplace_back(column + 1, u);
+    column += 2;
+    for (const T v : specials) {
+      a[0].emplace_back(column, u);
+      b[0].emplace_back(column++, v);
+    }
+  }
+  call.A = compress<T>(a, column + 1, compression::rows, 1);
+  call.B = compress<T>(b, column + 1, compression::rows, 1);
+  for (const T beta : specials) {
+    call.beta = beta;
+    compare_capacities(call, 1);
+    compare_capacities(call, 3);
+  }
+}
+
+TYPED_TEST(sum, tests_values_before_pointers) {
+  using T = TypeParam;
+  const array<T> x(4, make<T>(1));
+  const array<int> j{1, 1, 1, 1};
+  const array<int> empty{1, 1, 1};
+  array<T> c(4);
+  array<int> jc(4);
+  array<int> ic(3);
+  struct pointers {
+    const T* a;
+    const int* ja;
+    const int* ia;
+    const T* b;
+    const int* jb;
+    const int* ib;
+    T* c;
+    int* jc;
+    int* ic;
+  };
+  const pointers good{x.data(),     j.data(), empty.data(), x.data(), j.data(),
+                      empty.data(), c.data(), jc.data(),    ic.data()};
+  const auto call = [](int transa, int request, int sort, int m, int n, const pointers& p) {
+    return csradd<T>(transa, request, sort, m, n, p.a, p.ja, p.ia, make<T>(1), p.b, p.jb, p.ib, p.c,
+                     p.jc, p.ic, 4);
+  };
+  const pointers none{};
+  EXPECT_EQ(call(3, 9, 0, 2, 2, none), 3);
+  EXPECT_EQ(call(-1, 0, 0, 2, 2, good), 3);
+  for (const int bad : {0, -1, 2147483646}) {
+    EXPECT_EQ(call(0, 0, 0, bad, 2, none), 3);
+    EXPECT_EQ(call(0, 0, 0, 2, bad, none), 3);
+  }
+  EXPECT_EQ(call(0, 9, 0, 2, 2, none), 1);
+  pointers p = good;
+  EXPECT_EQ((p.a = nullptr, call(0, 9, 0, 2, 2, p)), 1);
+  EXPECT_EQ((p = good, p.ja = nullptr, call(0, 0, 0, 2, 2, p)), 1);
+  EXPECT_EQ((p = good, p.ia = nullptr, call(0, 0, 0, 2, 2, p)), 1);
+  EXPECT_EQ((p = good, p.b = nullptr, call(0, 0, 0, 2, 2, p)), 1);
+  EXPECT_EQ((p = good, p.jb = nullptr, call(0, 0, 0, 2, 2, p)), 1);
+  EXPECT_EQ((p = good, p.ib = nullptr, call(0, 0, 0, 2, 2, p)), 1);
+  for (const int request : {0, 1, 2}) {
+    const int unless_pattern = request == 1 ? 0 : 1;
+    ic = {1, 1, 1};
+    EXPECT_EQ((p = good, p.c = nullptr, call(0, request, 0, 2, 2, p)), unless_pattern);
+    EXPECT_EQ((p = good, p.jc = nullptr, call(0, request, 0, 2, 2, p)), unless_pattern);
+    EXPECT_EQ((p = good, p.ic = nullptr, call(0, request, 0, 2, 2, p)), 1);
+  }
+  for (const int request : {-1, 3}) {
+    EXPECT_EQ((p = good, p.ic = nullptr, call(0, request, 0, 2, 2, p)), 3);
+  }
+  // Matrices without entries: nothing to sort or transpose, but a sum.
+  for (const int budget : budgets) {
+    const budget_scope threads(budget);
+    for (const int request : {0, 1, 2}) {
+      ic = {1, 1, 1};
+      EXPECT_EQ(call(0, request, 0, 2, 2, good), 0);
+      EXPECT_SAME_ARRAYS(ic, (array<int>{1, 1, 1}));
+      for (const int sort : {1, 2, 3}) EXPECT_EQ(call(0, request, sort, 2, 2, good), 3);
+      EXPECT_EQ(call(1, request, 0, 2, 2, good), 3);
+    }
+    EXPECT_EQ(call(0, 0, 4, 2, 2, good), 0);
+  }
+}
+
+}  // namespace
+}  // namespace nevrad_test
