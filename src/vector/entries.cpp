@@ -70,7 +70,8 @@ status doti(int nnz, const T* x, const int* indx, const T* y, T* result) {
   if (checked != success) return checked;
   const int budget = current_thread_budget();
   if (budget < 2) {
-    *result = dot_block<conjugation::no>(x, indx, y, 0, nnz);
+    // Added to 0 as in a region, where a chain that ends at -0 gives 0.
+    *result = T{0} + dot_block<conjugation::no>(x, indx, y, 0, nnz);
     return success;
   }
   T sum = 0;
