@@ -242,25 +242,39 @@ orv_sparse_status_t orv_sparse_zdotci_sub_(const int* nnz, const nevrad_complex_
  * matdescra  four characters: structure (G general, S symmetric, H Hermitian, T triangular,
  *            D diagonal), stored triangle (L, U), diagonal (N stored, U taken as ones), index base
  *            (F one-based, C zero-based). Of G only the last is read, of D the second is not.
+ *            H means S in the real types.
  * val, indx  elements and their column numbers
  * pntrb, pntre  m each: where a row's entries begin, and one past their end, in the index base
  * x          k elements (m when transposed)
  * y          m elements (k when transposed)
  *
+ * The arrays may hold the full matrix: of S, H and T only the named triangle counts, of D only the
+ * first entry on the diagonal of each row; where the diagonal is taken as ones a stored one is
+ * skipped. The diagonal of H is used as stored, imaginary part included.
+ *
  * beta is applied by reading y: NaN in y survives beta = 0, except where alpha is 1 and beta 0 in
  * the real general product, which overwrites y. In that product with a mean row length below 10,
  * "1" and "0" are meant within 1e-6 (s) or 1e-14 (d).
  *
- * Rows may be empty and unsorted. Rows shorter than 10 on average must be packed: each begins where
- * the row before it ended; pntrb[0] is the index base.
+ * Rows may be empty. In the general product rows may be unsorted, and rows shorter than 10 on
+ * average must be packed: each begins where the row before it ended. Rows of S and H, and of T with
+ * transa 0, may be unsorted; of T with transa 1 (real: and 2) they must ascend. pntrb[0] is the
+ * index base. In the general transposed product, and T with transa 1, a row holds each column once.
  *
- * Status: 1 null pointer; 3 transa, dimension, descriptor or a matrix that is not square; 2 memory;
- * 6 no kernel. The general product, untransposed, allocates nothing.
+ * Memory for the call, with n elements in y and b the budget: the general transposed product takes
+ * b * n elements, S and H, and complex T with transa 2, b * n when b is above 1, T with transa 1
+ * (real: and 2) b * n. All others take nothing to speak of.
+ *
+ * Status: 1 null pointer; 3 transa, dimension, descriptor or a matrix that is not square; 2 memory,
+ * with y as it was; 6 no kernel. T with transa 1 (real: and 2) answers 0 without memory too, and
+ * then leaves y at beta * y (plus alpha * x where the diagonal is taken as ones).
  *
  * Threads: the call may lower the thread budget, and leaves it lowered: to 1 when A is diagonal,
  * has fewer than 800000 entries or a density below 0.0001, and otherwise to 8 when it is above.
  * orv_sparse_?csrgemv and its relatives do not touch the budget. Results of the general product,
- * untransposed, are the same bits for every budget.
+ * untransposed, are the same bits for every budget; those of T with transa 1 (real: and 2) on
+ * several threads may differ in the last bits from run to run; all others depend on the budget
+ * alone.
  */
 orv_sparse_status_t orv_sparse_scsrmv(int transa, int m, int k, float alpha, const char* matdescra,
                                       const float* val, const int* indx, const int* pntrb,
@@ -294,6 +308,67 @@ orv_sparse_status_t orv_sparse_zcsrmv(int transa, int m, int k, nevrad_complex_d
                                       const nevrad_complex_double* x, nevrad_complex_double beta,
                                       nevrad_complex_double* y);
 orv_sparse_status_t orv_sparse_zcsrmv_(const int* transa, const int* m, const int* k,
+                                       const nevrad_complex_double* alpha, const char* matdescra,
+                                       const nevrad_complex_double* val, const int* indx,
+                                       const int* pntrb, const int* pntre,
+                                       const nevrad_complex_double* x,
+                                       const nevrad_complex_double* beta, nevrad_complex_double* y);
+
+/*
+ * y = alpha * op(A) * x + beta * y, A stored by columns
+ *
+ * The arguments, beta, NaN, status and threads are those of orv_sparse_?csrmv, but:
+ *
+ * val, indx  elements and their row numbers
+ * pntrb, pntre  k each: where a column's entries begin, and one past their end, in the index base
+ *
+ * Kernels are chosen by the mean number of entries a column, 150 or more being long. Columns must
+ * ascend in S, H and T, but for short ones on one thread. A column holds each row once in G with
+ * transa 0 and in S, H and T.
+ *
+ * beta is applied by reading y, but for the real general product with transa 1 or 2, alpha 1 and
+ * beta 0, which overwrites y.
+ *
+ * Memory for the call, with n elements in y and b the budget: b * n elements for G with transa 0;
+ * for S, H, and T with transa 0, where columns are long or b is above 1; for D where b is above 1.
+ * All others take none. Without it the status is 2, with y as it was for G and D and with y at
+ * beta * y (plus alpha * x where the diagonal is taken as ones) for S, H and T. T with short
+ * columns answers 0 in any case.
+ *
+ * Results of S, H and T on several threads may differ in the last bits from run to run.
+ */
+orv_sparse_status_t orv_sparse_scscmv(int transa, int m, int k, float alpha, const char* matdescra,
+                                      const float* val, const int* indx, const int* pntrb,
+                                      const int* pntre, const float* x, float beta, float* y);
+orv_sparse_status_t orv_sparse_scscmv_(const int* transa, const int* m, const int* k,
+                                       const float* alpha, const char* matdescra, const float* val,
+                                       const int* indx, const int* pntrb, const int* pntre,
+                                       const float* x, const float* beta, float* y);
+orv_sparse_status_t orv_sparse_dcscmv(int transa, int m, int k, double alpha, const char* matdescra,
+                                      const double* val, const int* indx, const int* pntrb,
+                                      const int* pntre, const double* x, double beta, double* y);
+orv_sparse_status_t orv_sparse_dcscmv_(const int* transa, const int* m, const int* k,
+                                       const double* alpha, const char* matdescra,
+                                       const double* val, const int* indx, const int* pntrb,
+                                       const int* pntre, const double* x, const double* beta,
+                                       double* y);
+orv_sparse_status_t orv_sparse_ccscmv(int transa, int m, int k, nevrad_complex_float alpha,
+                                      const char* matdescra, const nevrad_complex_float* val,
+                                      const int* indx, const int* pntrb, const int* pntre,
+                                      const nevrad_complex_float* x, nevrad_complex_float beta,
+                                      nevrad_complex_float* y);
+orv_sparse_status_t orv_sparse_ccscmv_(const int* transa, const int* m, const int* k,
+                                       const nevrad_complex_float* alpha, const char* matdescra,
+                                       const nevrad_complex_float* val, const int* indx,
+                                       const int* pntrb, const int* pntre,
+                                       const nevrad_complex_float* x,
+                                       const nevrad_complex_float* beta, nevrad_complex_float* y);
+orv_sparse_status_t orv_sparse_zcscmv(int transa, int m, int k, nevrad_complex_double alpha,
+                                      const char* matdescra, const nevrad_complex_double* val,
+                                      const int* indx, const int* pntrb, const int* pntre,
+                                      const nevrad_complex_double* x, nevrad_complex_double beta,
+                                      nevrad_complex_double* y);
+orv_sparse_status_t orv_sparse_zcscmv_(const int* transa, const int* m, const int* k,
                                        const nevrad_complex_double* alpha, const char* matdescra,
                                        const nevrad_complex_double* val, const int* indx,
                                        const int* pntrb, const int* pntre,
@@ -355,6 +430,66 @@ orv_sparse_status_t orv_csparse_zcsrgemv(int transa, int m, const nevrad_complex
                                          const int* ia, const int* ja,
                                          const nevrad_complex_double* x, nevrad_complex_double* y);
 orv_sparse_status_t orv_csparse_zcsrgemv_(const int* transa, const int* m,
+                                          const nevrad_complex_double* a, const int* ia,
+                                          const int* ja, const nevrad_complex_double* x,
+                                          nevrad_complex_double* y);
+
+/*
+ * y = A * x for a symmetric matrix of order m in three-array form, of which one triangle counts
+ *
+ * uplo   0: the lower triangle, 1: the upper one; entries on the other side are skipped
+ * a, ja  elements and column numbers; rows may be unsorted
+ * ia     m + 1 row pointers: row i is entries ia[i] to ia[i + 1] - 1
+ * x, y   m elements each
+ *
+ * The orv_sparse_ form is one-based, the orv_csparse_ form zero-based. A complex matrix is taken as
+ * symmetric, never as Hermitian. The kernels are those of orv_sparse_?csrmv with alpha = 1 and
+ * beta = 0: y is read and multiplied by 0, so y must hold finite numbers on entry. The thread
+ * budget is not touched; with a budget b above 1 the call takes memory for b * m elements.
+ *
+ * Status: 1 null pointer; 3 uplo or m; 2 memory, with y as it was; 6 no kernel.
+ */
+orv_sparse_status_t orv_sparse_scsrsymv(int uplo, int m, const float* a, const int* ia,
+                                        const int* ja, const float* x, float* y);
+orv_sparse_status_t orv_sparse_scsrsymv_(const int* uplo, const int* m, const float* a,
+                                         const int* ia, const int* ja, const float* x, float* y);
+orv_sparse_status_t orv_sparse_dcsrsymv(int uplo, int m, const double* a, const int* ia,
+                                        const int* ja, const double* x, double* y);
+orv_sparse_status_t orv_sparse_dcsrsymv_(const int* uplo, const int* m, const double* a,
+                                         const int* ia, const int* ja, const double* x, double* y);
+orv_sparse_status_t orv_sparse_ccsrsymv(int uplo, int m, const nevrad_complex_float* a,
+                                        const int* ia, const int* ja, const nevrad_complex_float* x,
+                                        nevrad_complex_float* y);
+orv_sparse_status_t orv_sparse_ccsrsymv_(const int* uplo, const int* m,
+                                         const nevrad_complex_float* a, const int* ia,
+                                         const int* ja, const nevrad_complex_float* x,
+                                         nevrad_complex_float* y);
+orv_sparse_status_t orv_sparse_zcsrsymv(int uplo, int m, const nevrad_complex_double* a,
+                                        const int* ia, const int* ja,
+                                        const nevrad_complex_double* x, nevrad_complex_double* y);
+orv_sparse_status_t orv_sparse_zcsrsymv_(const int* uplo, const int* m,
+                                         const nevrad_complex_double* a, const int* ia,
+                                         const int* ja, const nevrad_complex_double* x,
+                                         nevrad_complex_double* y);
+orv_sparse_status_t orv_csparse_scsrsymv(int uplo, int m, const float* a, const int* ia,
+                                         const int* ja, const float* x, float* y);
+orv_sparse_status_t orv_csparse_scsrsymv_(const int* uplo, const int* m, const float* a,
+                                          const int* ia, const int* ja, const float* x, float* y);
+orv_sparse_status_t orv_csparse_dcsrsymv(int uplo, int m, const double* a, const int* ia,
+                                         const int* ja, const double* x, double* y);
+orv_sparse_status_t orv_csparse_dcsrsymv_(const int* uplo, const int* m, const double* a,
+                                          const int* ia, const int* ja, const double* x, double* y);
+orv_sparse_status_t orv_csparse_ccsrsymv(int uplo, int m, const nevrad_complex_float* a,
+                                         const int* ia, const int* ja,
+                                         const nevrad_complex_float* x, nevrad_complex_float* y);
+orv_sparse_status_t orv_csparse_ccsrsymv_(const int* uplo, const int* m,
+                                          const nevrad_complex_float* a, const int* ia,
+                                          const int* ja, const nevrad_complex_float* x,
+                                          nevrad_complex_float* y);
+orv_sparse_status_t orv_csparse_zcsrsymv(int uplo, int m, const nevrad_complex_double* a,
+                                         const int* ia, const int* ja,
+                                         const nevrad_complex_double* x, nevrad_complex_double* y);
+orv_sparse_status_t orv_csparse_zcsrsymv_(const int* uplo, const int* m,
                                           const nevrad_complex_double* a, const int* ia,
                                           const int* ja, const nevrad_complex_double* x,
                                           nevrad_complex_double* y);

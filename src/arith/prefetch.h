@@ -19,10 +19,15 @@ inline constexpr bool fixed_hints = false;
 // Asks for the cache line `bytes` beyond `p`. Never faults, whatever the address.
 template <cache Level, hint Hint = hint::keep>
 NEVRAD_INLINE void prefetch(const void* p, std::ptrdiff_t bytes) {
-  constexpr int locality = Hint == hint::stream ? 0 : (Level == cache::level1 ? 3 : 2);
   // The address is formed as a number: it may lie outside the caller's array.
   const auto address = reinterpret_cast<std::uintptr_t>(p) + static_cast<std::uintptr_t>(bytes);
+#if defined(__aarch64__)
+  __builtin_arm_prefetch(reinterpret_cast<const void*>(address), 0, static_cast<int>(Level),
+                         Hint == hint::stream, 1);
+#else
+  constexpr int locality = Hint == hint::stream ? 0 : (Level == cache::level1 ? 3 : 2);
   __builtin_prefetch(reinterpret_cast<const void*>(address), 0, locality);
+#endif
 }
 
 }  // namespace nevrad

@@ -42,6 +42,12 @@ constexpr kernel_slots<K, 3> same_for_all(K plain) {
   return {{plain, plain, plain}};
 }
 
+// A row of six slots: the operations twice, once for each half.
+template <class K>
+constexpr kernel_slots<K, 6> in_halves(kernel_slots<K, 3> first, kernel_slots<K, 3> second) {
+  return {{first.at[0], first.at[1], first.at[2], second.at[0], second.at[1], second.at[2]}};
+}
+
 // Whether the text selects the code. Only the first four characters are read. A general code takes
 // any text between its first and last letter, a diagonal one any triangle.
 constexpr bool descra_matches(const char* matdescra, const char* code) {

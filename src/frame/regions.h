@@ -51,4 +51,41 @@ void for_static_blocks_on_team(int threads, std::int32_t count, const Body& body
   }
 }
 
+// Runs body(i) for every item, on a team of `threads` threads, dealt out in turn in chunks of
+// `Chunk` items.
+template <int Chunk, class Body>
+void for_each_in_static_chunks_on_team(int threads, std::int32_t count, const Body& body) {
+  if (threads < 2) {
+    for (std::int32_t i = 0; i < count; ++i) body(i);
+    return;
+  }
+#pragma omp parallel for num_threads(threads) schedule(static, Chunk)
+  for (std::int32_t i = 0; i < count; ++i) body(i);
+}
+
+// How items of uneven cost are handed out: in chunks that shrink with what remains, or of one size.
+enum class dispatch : bool { guided, dynamic };
+
+// Runs body(thread, i) for every item, on a team of `threads` threads that ask for chunks of at
+// least (guided) or exactly (dynamic) `Chunk` items as they get free. `thread` is the index within
+// the team granted, always below `threads`; in a smaller team the higher ones do not occur.
+template <dispatch Kind, int Chunk, class Body>
+void for_each_dispatched_on_team(int threads, std::int32_t count, const Body& body) {
+  if (threads < 2) {
+    for (std::int32_t i = 0; i < count; ++i) body(0, i);
+    return;
+  }
+#pragma omp parallel num_threads(threads)
+  {
+    const int thread = omp_get_thread_num();
+    if constexpr (Kind == dispatch::guided) {
+#pragma omp for schedule(nonmonotonic : guided, Chunk) nowait
+      for (std::int32_t i = 0; i < count; ++i) body(thread, i);
+    } else {
+#pragma omp for schedule(nonmonotonic : dynamic, Chunk) nowait
+      for (std::int32_t i = 0; i < count; ++i) body(thread, i);
+    }
+  }
+}
+
 }  // namespace nevrad

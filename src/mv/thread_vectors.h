@@ -1,0 +1,56 @@
+// Private vectors of result length, one a thread.
+#pragma once
+
+#include "frame/memory.h"
+
+namespace nevrad {
+
+// Owns `count` vectors and the array of their pointers.
+template <class T>
+class thread_vectors {
+ public:
+  thread_vectors() = default;
+  thread_vectors(const thread_vectors&) = delete;
+  thread_vectors& operator=(const thread_vectors&) = delete;
+  thread_vectors(thread_vectors&& other) noexcept
+      : at_(static_cast<scratch<T*>&&>(other.at_)), count_(other.count_) {
+    other.count_ = 0;
+  }
+  thread_vectors& operator=(thread_vectors&&) = delete;
+  ~thread_vectors() {
+    for (int t = 0; t < count_; ++t) release_memory(at_[t]);
+  }
+
+  explicit operator bool() const { return static_cast<bool>(at_); }
+  T* operator[](int t) const { return at_[t]; }
+
+ private:
+  thread_vectors(scratch<T*>&& at, int count)
+      : at_(static_cast<scratch<T*>&&>(at)), count_(count) {}
+
+  template <class U>
+  friend thread_vectors<U> thread_vectors_alloc(int budget, std::int32_t rows);
+
+  scratch<T*> at_;
+  int count_ = 0;
+};
+
+// `budget` cleared vectors of `rows` elements, each an allocation of its own; false when memory is
+// short, with nothing left allocated.
+template <class T>
+thread_vectors<T> thread_vectors_alloc(int budget, std::int32_t rows) {
+  const auto budget_size = static_cast<std::uint64_t>(budget);
+  scratch<T*> pointers(rounded_aligned_alloc(cache_line, sizeof(T*) * budget_size));
+  if (!pointers) return {};
+  thread_vectors<T> vectors(static_cast<scratch<T*>&&>(pointers), 0);
+  for (int t = 0; t < budget; ++t) {
+    const auto size = sizeof(T) * static_cast<std::uint64_t>(rows);
+    void* const vector = zeroed_aligned_alloc(cache_line, size);
+    if (vector == nullptr) return {};
+    vectors.at_[t] = static_cast<T*>(vector);
+    vectors.count_ = t + 1;
+  }
+  return vectors;
+}
+
+}  // namespace nevrad

@@ -1,0 +1,90 @@
+// Line kernels of the triangular products, which test every entry.
+//
+// Side is the kept side as the lines see it: that of the descriptor for a matrix stored by rows,
+// the opposite one for a matrix stored by columns.
+#pragma once
+
+#include "mv/lines.h"
+
+namespace nevrad {
+
+// y_i = beta y_i + alpha acc for rows row_begin up to but excluding row_end, acc the sum of a x_j
+// over the kept entries of the row in storage order: one accumulator, starting at x_i for a
+// diagonal of ones. Complex products are formed first and then added. Counts from the base.
+template <triangle Side, diagonal Ones, class T>
+void tri_mv_rows(const T& alpha_at,
+                 const compressed_view<T>& a,
+                 const T* x,
+                 const T& beta_at,
+                 T* y,
+                 std::int32_t row_begin,
+                 std::int32_t row_end) {
+  constexpr complex_sum sum = complex_sum::separate;
+  const T alpha = alpha_at;
+  const T beta = beta_at;
+  const T* const x_at = x - a.base;
+  for (std::int32_t i = row_begin; i < row_end; ++i) {
+    T acc = Ones == diagonal::unit ? x[i] : zero<T>();
+    const auto gather = [&](T element, std::int32_t j) {
+      acc = add_product<sum, conjugation::no>(acc, element, x_at[j]);
+    };
+    walk_line<Side, origin::base>(line_at(a, i, a.base), gather, [&](T element) {
+      if constexpr (Ones == diagonal::stored) gather(element, i + a.base);
+    });
+    y[i] = add_product<sum, conjugation::no>(multiply_fused(y[i], beta), acc, alpha);
+  }
+}
+
+// y_j += a (alpha x_i) over the kept entries of lines line_begin up to but excluding line_end, one
+// by one, then y_i += alpha x_i for a diagonal of ones. y may be a private vector. Sum and From
+// tell the two forms apart: fused steps counted from begin[0], or whole products counted from the
+// base.
+template <triangle Side, diagonal Ones, conjugation C, complex_sum Sum, origin From, class T>
+void tri_mv_lines_scatter(const T& alpha_at,
+                          const compressed_view<T>& a,
+                          const T* x,
+                          T* y,
+                          std::int32_t line_begin,
+                          std::int32_t line_end) {
+  const T alpha = alpha_at;
+  const std::int32_t offset = origin_of<From>(a);
+  T* const y_at = y - offset;
+  for (std::int32_t i = line_begin; i < line_end; ++i) {
+    const T xa = multiply_fused(x[i], alpha);
+    const auto scatter = [&](T element, std::int32_t j) {
+      y_at[j] = add_product<Sum, C>(y_at[j], element, xa);
+    };
+    walk_line<Side, From>(line_at(a, i, offset), scatter, [&](T element) {
+      if constexpr (Ones == diagonal::stored) scatter(element, i + offset);
+    });
+    if constexpr (Ones == diagonal::unit) {
+      y[i] = add_product<Sum, conjugation::no>(y[i], x[i], alpha);
+    }
+  }
+}
+
+// y_i += acc alpha, acc the sum of a x_j, or conj(a) x_j, over the kept entries of line i in
+// storage order, starting at x_i for a diagonal of ones. Fused steps, counted from begin[0].
+template <triangle Side, diagonal Ones, conjugation C, class T>
+void tri_mv_lines_gather(const T& alpha_at,
+                         const compressed_view<T>& a,
+                         const T* x,
+                         T* y,
+                         std::int32_t line_begin,
+                         std::int32_t line_end) {
+  const T alpha = alpha_at;
+  const std::int32_t offset = a.begin[0];
+  const T* const x_at = x - offset;
+  for (std::int32_t i = line_begin; i < line_end; ++i) {
+    T acc = Ones == diagonal::unit ? x[i] : zero<T>();
+    const auto gather = [&](T element, std::int32_t j) {
+      acc = multiply_add<C>(acc, element, x_at[j]);
+    };
+    walk_line<Side, origin::first_begin>(line_at(a, i, offset), gather, [&](T element) {
+      if constexpr (Ones == diagonal::stored) gather(element, i + offset);
+    });
+    y[i] = multiply_add(y[i], acc, alpha);
+  }
+}
+
+}  // namespace nevrad

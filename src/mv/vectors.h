@@ -1,0 +1,86 @@
+// Passes over dense vectors that drivers share: scaling y, and adding private vectors to it.
+#pragma once
+
+#include "arith/dense.h"
+#include "arith/lanes.h"
+#include "frame/regions.h"
+#include "mv/thread_vectors.h"
+
+namespace nevrad {
+
+// y_i *= beta on a team of `threads`.
+template <class T>
+void scale_on_team(int threads, std::int32_t count, T* y, T beta) {
+  for_static_blocks_on_team(threads, count, [=](std::int32_t first, std::int32_t last) {
+    dense_scale(last - first, y + first, beta);
+  });
+}
+
+// One cleared vector for each of up to `budget` chunks of lines, one behind the other, and the
+// bounds of the chunks.
+template <class T>
+struct chunk_vectors {
+  scratch<T> elements;
+  scratch<std::int32_t> bounds;
+  std::int32_t length = 0;
+
+  T* operator[](int c) const { return elements.get() + static_cast<std::int64_t>(c) * length; }
+
+  // Answers 2 when memory is short, and also when the size does not fit.
+  status allocate(std::int32_t count, int budget) {
+    const auto parts = static_cast<std::uint64_t>(budget);
+    std::uint64_t size = 0;
+    if (checked_multiply(static_cast<std::uint64_t>(count), parts * sizeof(T), &size) != success) {
+      return alloc_failed;
+    }
+    elements = scratch<T>(zeroed_aligned_alloc(cache_line, size));
+    if (!elements) return alloc_failed;
+    bounds = scratch<std::int32_t>(plain_alloc((parts + 1) * sizeof(std::int32_t)));
+    if (!bounds) return alloc_failed;
+    length = count;
+    return success;
+  }
+};
+
+// y_i += vectors[v][i] for v ascending from 0 to count - 1, for i in first to last - 1. Blocks that
+// stay in the nearest cache let each vector be read as one stream.
+template <class T, class Vectors>
+NEVRAD_INLINE void add_vectors(std::int32_t first,
+                               std::int32_t last,
+                               T* y,
+                               int count,
+                               const Vectors& vectors) {
+  constexpr std::int32_t block = 8192 / sizeof(T);
+  for (std::int32_t from = first; from < last; from += block) {
+    const std::int32_t to = last - from > block ? from + block : last;
+    for (int v = 0; v < count; ++v) {
+      const T* const terms = vectors[v];
+      for (std::int32_t i = from; i < to; ++i) y[i] = add(y[i], terms[i]);
+    }
+  }
+}
+
+// Phases one and three of a walk over columns, dealt out to the team in chunks of four elements.
+inline constexpr int elements_a_chunk = 4;
+
+// y_i = beta y_i, and for a diagonal of ones y_i += x_i alpha: it is added here and nowhere else.
+template <diagonal Ones, class T>
+void prepare_y_on_team(int budget, std::int32_t rows, const T* x, T* y, T alpha, T beta) {
+  for_each_in_static_chunks_on_team<elements_a_chunk>(budget, rows, [=](std::int32_t i) {
+    T yi = multiply_fused(y[i], beta);
+    if constexpr (Ones == diagonal::unit) yi = multiply_add(yi, x[i], alpha);
+    y[i] = yi;
+  });
+}
+
+// y_i += vectors[t][i], t ascending.
+template <class T>
+void add_thread_vectors(int budget, std::int32_t rows, T* y, const thread_vectors<T>& vectors) {
+  for_each_in_static_chunks_on_team<elements_a_chunk>(budget, rows, [&](std::int32_t i) {
+    T yi = y[i];
+    for (int t = 0; t < budget; ++t) yi = add(yi, vectors[t][i]);
+    y[i] = yi;
+  });
+}
+
+}  // namespace nevrad
