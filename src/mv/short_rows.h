@@ -47,7 +47,7 @@ NEVRAD_INLINE T accumulate(T sum, T a, T x) {
 
 // alpha * sum + scaled_y.
 template <class T>
-NEVRAD_INLINE T add_scaled(T alpha, T sum, T scaled_y) {
+NEVRAD_INLINE T row_result(T alpha, T sum, T scaled_y) {
   if constexpr (is_complex<T>) {
     return add(scaled_y, multiply_by_width(sum, alpha));
   } else {
@@ -111,7 +111,7 @@ void short_rows(const T& alpha,
     return row_sum(values, indices, from, j, end[i] - base);
   };
   const auto write_back = [&](std::int32_t i, T sum) {
-    y[i] = overwrite ? sum : add_scaled(alpha, sum, multiply_by_width(y[i], beta));
+    y[i] = overwrite ? sum : row_result(alpha, sum, multiply_by_width(y[i], beta));
   };
 
   std::int32_t i = row_begin;
