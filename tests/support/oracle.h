@@ -5,26 +5,40 @@
 
 namespace nevrad_test {
 
-// A dense matrix of wide numbers.
+// A dense matrix of wide numbers. Beside each element stands the sum of the magnitudes that were
+// added up in it, which error bounds need where entries at one place cancel.
 template <class T>
 class dense {
  public:
   dense(std::int64_t rows, std::int64_t cols)
-      : rows_(rows), cols_(cols), elements_(static_cast<std::size_t>(rows * cols)) {}
+      : rows_(rows),
+        cols_(cols),
+        elements_(static_cast<std::size_t>(rows * cols)),
+        sizes_(elements_.size()) {}
 
   std::int64_t rows() const { return rows_; }
   std::int64_t cols() const { return cols_; }
-  wide<T>& operator()(std::int64_t i, std::int64_t j) {
-    return elements_[static_cast<std::size_t>(i * cols_ + j)];
+  wide<T>& operator()(std::int64_t i, std::int64_t j) { return elements_[at(i, j)]; }
+  const wide<T>& operator()(std::int64_t i, std::int64_t j) const { return elements_[at(i, j)]; }
+
+  void add(std::int64_t i, std::int64_t j, wide<T> value) { add(i, j, value, std::abs(value)); }
+  void add(std::int64_t i, std::int64_t j, wide<T> value, wide_real<T> size) {
+    elements_[at(i, j)] += value;
+    sizes_[at(i, j)] += size;
   }
-  const wide<T>& operator()(std::int64_t i, std::int64_t j) const {
-    return elements_[static_cast<std::size_t>(i * cols_ + j)];
+  wide_real<T> size(std::int64_t i, std::int64_t j) const {
+    return std::max(std::abs(elements_[at(i, j)]), sizes_[at(i, j)]);
   }
 
  private:
+  std::size_t at(std::int64_t i, std::int64_t j) const {
+    return static_cast<std::size_t>(i * cols_ + j);
+  }
+
   std::int64_t rows_;
   std::int64_t cols_;
   std::vector<wide<T>> elements_;
+  std::vector<wide_real<T>> sizes_;
 };
 
 enum class layout { column_major, row_major };
@@ -124,12 +138,12 @@ dense<T> dense_of(const matrix<T>& a, const char* descra) {
       const int j = a.kind == compression::rows ? other : line;
       const wide<T> value = widen(a.values[p]);
       if (structure == 'G') {
-        d(i, j) += value;
+        d.add(i, j, value);
       } else if (i == j) {
-        if (!unit) d(i, i) += value;
+        if (!unit) d.add(i, i, value);
       } else if (structure != 'D' && (j > i) == upper) {
-        d(i, j) += value;
-        if (mirrored) d(j, i) += structure == 'H' ? std::conj(value) : value;
+        d.add(i, j, value);
+        if (mirrored) d.add(j, i, structure == 'H' ? std::conj(value) : value);
       }
     }
   }
@@ -145,7 +159,9 @@ dense<T> apply_op(const dense<T>& a, int op) {
   if (op == 0) return a;
   dense<T> t(a.cols(), a.rows());
   for (std::int64_t i = 0; i < a.rows(); ++i) {
-    for (std::int64_t j = 0; j < a.cols(); ++j) t(j, i) = op == 2 ? std::conj(a(i, j)) : a(i, j);
+    for (std::int64_t j = 0; j < a.cols(); ++j) {
+      t.add(j, i, op == 2 ? std::conj(a(i, j)) : a(i, j), a.size(i, j));
+    }
   }
   return t;
 }
@@ -174,9 +190,9 @@ bounded_product<T> product(const dense<T>& a,
       wide<T> sum = 0;
       wide_real<T> size = 0;
       for (std::int64_t l = 0; l < a.cols(); ++l) {
-        if (a(i, l) == wide<T>(0)) continue;
+        if (a.size(i, l) == 0) continue;
         sum += a(i, l) * b(l, j);
-        size += std::abs(a(i, l)) * std::abs(b(l, j));
+        size += a.size(i, l) * std::abs(b(l, j));
       }
       r.value(i, j) = alpha_wide * sum + beta_wide * c(i, j);
       r.magnitude(i, j) = std::abs(alpha_wide) * size + std::abs(beta_wide) * std::abs(c(i, j));
