@@ -181,10 +181,14 @@ void compare_solves(const std::string& name,
   for (const bool upper : {false, true}) {
     for (const bool transpose : {false, true}) {
       const auto data = make_lazy<triangle<T>>(make, upper, transpose);
-      comparison<triangle<T>> row("sv/" + name + (upper ? " upper" : " lower") +
-                                      (transpose ? " transposed/" : "/") + set + "/" +
-                                      type_letter<T>,
-                                  1, data);
+      std::string full_name = "sv/";
+      full_name += name;
+      full_name += upper ? " upper" : " lower";
+      full_name += transpose ? " transposed/" : "/";
+      full_name += set;
+      full_name += '/';
+      full_name += type_letter<T>;
+      comparison<triangle<T>> row(full_name, 1, data);
       row.add("nevrad", run_csrsv<T>).add("eigen", run_eigen<T>);
 #if defined(NEVRAD_HAVE_CXSPARSE)
       if constexpr (std::is_same_v<T, double>) {
