@@ -51,8 +51,8 @@ pattern stencil7(int side) { return stencil(side, false); }
 
 pattern stencil27(int side) { return stencil(side, true); }
 
-pattern uniform_random(int n, int row_length) {
-  std::mt19937_64 random(7);
+pattern uniform_random(int n, int row_length, unsigned seed) {
+  std::mt19937_64 random(seed);
   std::uniform_int_distribution<int> column(0, n - 1);
   pattern a;
   a.rows = a.cols = n;

@@ -85,7 +85,7 @@ pattern stencil7(int side);
 pattern stencil27(int side);
 
 // Rows of the same length, columns uniform: every access to x outside the cache is a miss.
-pattern uniform_random(int n, int row_length);
+pattern uniform_random(int n, int row_length, unsigned seed = 7);
 
 // Row lengths and columns by a power law, as links of a network have them: a few rows and columns
 // hold a large share, most rows have a few entries. The mean comes out near mean_row.

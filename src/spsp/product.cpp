@@ -16,10 +16,11 @@ status one_pass_ascending(const compressed_matrix<T>& A,
                           std::int32_t* marker,
                           T* work,
                           std::int32_t nzmax) {
+  dense_row<T> row(B.cols, marker, work);
   std::int64_t pos = 0;
   for (std::int32_t i = 0; i < A.rows; ++i) {
-    csrmultcsr_accumulate_row(A, i, B, marker, work);
-    pos = write_marked(B.cols, B.base, marker, work, c, jc, pos, nzmax);
+    row.csrmultcsr_accumulate_row(A, i, B);
+    pos = row.write(B.base, c, jc, pos, nzmax);
     if (pos < 0) return invalid_value;
     ic[i + 1] = static_cast<std::int32_t>(B.base + pos);
   }
@@ -32,19 +33,17 @@ status one_pass_by_first_touch(const compressed_matrix<T>& A,
                                T* c,
                                std::int32_t* jc,
                                std::int32_t* ic,
-                               std::int32_t* list,
-                               T* work,
+                               std::int32_t* marker,
                                std::int32_t nzmax) {
+  // Room for the length of a row, which is kept elsewhere: the call still fails where it did when
+  // this memory is not to be had.
   const scratch<std::int32_t> found(rounded_aligned_alloc(cache_line, sizeof(std::int32_t)));
   if (!found) return alloc_failed;
+  first_touch_rows<T> rows(B, marker, c, jc);
   std::int64_t pos = 0;
   for (std::int32_t i = 0; i < A.rows; ++i) {
-    csrmultcsr_accumulate_row_list(A, i, B, list, work, found.get());
-    if (pos + found[0] > nzmax) return invalid_value;
-    for (std::int32_t t = 0; t < found[0]; ++t, ++pos) {
-      jc[pos] = list[t] + B.base;
-      c[pos] = work[t];
-    }
+    pos = rows.csrmultcsr_accumulate_row_list(A, i, pos, nzmax);
+    if (pos < 0) return invalid_value;
     ic[i + 1] = static_cast<std::int32_t>(B.base + pos);
   }
   return success;
@@ -69,7 +68,7 @@ status csrmultcsr_one_pass(const compressed_matrix<T>& A,
   if (nzmax < first_touch_from) {
     return one_pass_ascending(A, B, c, jc, ic, marker, work.get(), nzmax);
   }
-  return one_pass_by_first_touch(A, B, c, jc, ic, marker, work.get(), nzmax);
+  return one_pass_by_first_touch(A, B, c, jc, ic, marker, nzmax);
 }
 
 }  // namespace

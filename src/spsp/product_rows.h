@@ -1,10 +1,13 @@
 // Rows of a product of compressed matrices: counting and accumulating.
+//
+// The plain form clears an accumulator of the width of B for every row and looks at all of it for
+// the columns that occur. Here only what a row touches is cleared and looked at, with the same
+// columns in the same order, the same additions, and entries that cancel to zero kept.
 #pragma once
 
 #include "arith/lanes.h"
+#include "spsp/column_set.h"
 #include "spsp/request.h"
-
-#include <string.h>
 
 namespace nevrad {
 
@@ -33,7 +36,8 @@ void clear(T* array, std::int64_t count) {
   memset(static_cast<void*>(array), 0, static_cast<std::uint64_t>(count) * sizeof(T));
 }
 
-// counts[i] = distinct columns of row i of C, for rows first to last - 1.
+// counts[i] = distinct columns of row i of C, for rows first to last - 1. A column is new in a row
+// when its marker does not hold the row's number yet, so one clearing serves all rows.
 template <class T>
 void csrmultcsr_count_rows(const compressed_matrix<T>& A,
                            const compressed_matrix<T>& B,
@@ -41,76 +45,60 @@ void csrmultcsr_count_rows(const compressed_matrix<T>& A,
                            std::int32_t first,
                            std::int32_t last,
                            std::int32_t* marker) {
+  clear(marker, B.cols);
   for (std::int32_t i = first; i < last; ++i) {
-    clear(marker, B.cols);
+    const std::int32_t stamp = i + 1;
     std::int32_t count = 0;
     for_products(A, B, i, [&](T, std::int32_t column, T) {
-      if (marker[column] == 0) {
-        marker[column] = 1;
-        ++count;
-      }
+      count += marker[column] == stamp ? 0 : 1;
+      marker[column] = stamp;
     });
     counts[i] = count;
   }
 }
 
-// Row i as a dense row in `work`, with a 1 in `marker` where it has an entry.
+// The accumulator of ascending rows: a dense row of zeros, and the set of the columns that the row
+// at hand has touched.
 template <class T>
-void csrmultcsr_accumulate_row(const compressed_matrix<T>& A,
-                               std::int32_t i,
-                               const compressed_matrix<T>& B,
-                               std::int32_t* marker,
-                               T* work) {
-  clear(work, B.cols);
-  clear(marker, B.cols);
-  for_products(A, B, i, [&](T v, std::int32_t column, T u) {
-    work[column] = accumulated(work[column], v, u);
-    marker[column] = 1;
-  });
-}
-
-// Row i as `found` columns in `list` and their values in `work`, in order of first touch.
-template <class T>
-void csrmultcsr_accumulate_row_list(const compressed_matrix<T>& A,
-                                    std::int32_t i,
-                                    const compressed_matrix<T>& B,
-                                    std::int32_t* list,
-                                    T* work,
-                                    std::int32_t* found) {
-  clear(work, B.cols);
-  clear(list, B.cols);
-  *found = 0;
-  for_products(A, B, i, [&](T v, std::int32_t column, T u) {
-    std::int32_t t = 0;
-    while (t < *found && list[t] != column) ++t;
-    work[t] = accumulated(work[t], v, u);
-    if (t == *found) {
-      list[t] = column;
-      ++*found;
-    }
-  });
-}
-
-// Writes the marked columns in ascending order from `pos` on and returns the position behind the
-// last. Stops at `limit` and returns -1 when there are more.
-template <class T>
-std::int64_t write_marked(std::int32_t cols,
-                          std::int32_t base,
-                          const std::int32_t* marker,
-                          const T* work,
-                          T* c,
-                          std::int32_t* jc,
-                          std::int64_t pos,
-                          std::int64_t limit) {
-  for (std::int32_t column = 0; column < cols; ++column) {
-    if (marker[column] == 0) continue;
-    if (pos >= limit) return -1;
-    jc[pos] = column + base;
-    c[pos] = work[column];
-    ++pos;
+class dense_row {
+ public:
+  dense_row(std::int32_t cols, std::int32_t* marker, T* work)
+      : touched_(cols, marker), work_(work) {
+    clear(work, cols);
   }
-  return pos;
-}
+
+  // Row i of A B into the accumulator.
+  void csrmultcsr_accumulate_row(const compressed_matrix<T>& A,
+                                 std::int32_t i,
+                                 const compressed_matrix<T>& B) {
+    for_products(A, B, i, [&](T v, std::int32_t column, T u) {
+      work_[column] = accumulated(work_[column], v, u);
+      touched_.insert(column);
+    });
+  }
+
+  // Moves the row out, columns ascending, from `pos` on, and returns the position behind its last
+  // entry. Stops at `limit` and returns -1 when there are more.
+  std::int64_t write(std::int32_t base,
+                     T* c,
+                     std::int32_t* jc,
+                     std::int64_t pos,
+                     std::int64_t limit) {
+    const bool whole = touched_.take_all([&](std::int32_t column) {
+      if (pos >= limit) return false;
+      jc[pos] = column + base;
+      c[pos] = work_[column];
+      work_[column] = zero<T>();
+      ++pos;
+      return true;
+    });
+    return whole ? pos : -1;
+  }
+
+ private:
+  column_set touched_;
+  T* work_;
+};
 
 // Rows first to last - 1 into the places that ic gives them, columns ascending.
 template <class T>
@@ -123,11 +111,73 @@ void csrmultcsr_fill_rows(const compressed_matrix<T>& A,
                           std::int32_t last,
                           std::int32_t* marker,
                           T* work) {
+  dense_row<T> row(B.cols, marker, work);
   for (std::int32_t i = first; i < last; ++i) {
-    csrmultcsr_accumulate_row(A, i, B, marker, work);
-    const std::int64_t pos = static_cast<std::int64_t>(ic[i]) - B.base;
-    write_marked(B.cols, B.base, marker, work, c, jc, pos, INT64_MAX);
+    row.csrmultcsr_accumulate_row(A, i, B);
+    row.write(B.base, c, jc, static_cast<std::int64_t>(ic[i]) - B.base, INT64_MAX);
   }
 }
+
+// The accumulator of rows in order of first touch: place[column] is the position in c and jc at
+// which the column's last row has it, so every row is made where it is to stand.
+template <class T>
+class first_touch_rows {
+ public:
+  first_touch_rows(const compressed_matrix<T>& B, std::int32_t* place, T* c, std::int32_t* jc)
+      : B_(B), place_(place), c_(c), jc_(jc) {
+    memset(place, 0xff, static_cast<std::uint64_t>(B.cols) * sizeof(std::int32_t));
+  }
+
+  // Row i of A B from position `pos` on. Returns the position behind its last entry, or -1 with
+  // nothing written when it does not end before `limit`.
+  std::int64_t csrmultcsr_accumulate_row_list(const compressed_matrix<T>& A,
+                                              std::int32_t i,
+                                              std::int64_t pos,
+                                              std::int64_t limit) {
+    // A row that has no more products than there is room needs no counting ahead.
+    if (most_entries(A, i) > limit - pos && count_ahead(A, i, pos) > limit - pos) return -1;
+    const auto first = static_cast<std::int32_t>(pos);
+    std::int32_t next = first;
+    for_products(A, B_, i, [&](T v, std::int32_t column, T u) {
+      const std::int32_t before = place_[column];
+      const bool is_new = before < first;
+      const std::int32_t at = is_new ? next : before;
+      const T sum = is_new ? zero<T>() : c_[at];
+      c_[at] = accumulated(sum, v, u);
+      jc_[at] = column + B_.base;
+      place_[column] = at;
+      next += is_new ? 1 : 0;
+    });
+    return next;
+  }
+
+ private:
+  std::int64_t most_entries(const compressed_matrix<T>& A, std::int32_t i) const {
+    const row_range a = row_of(A, i);
+    std::int64_t products = 0;
+    for (std::int64_t p = a.first; p < a.last; ++p) {
+      products += row_of(B_, A.indices[p] - A.base).length();
+    }
+    return products < B_.cols ? products : B_.cols;
+  }
+
+  // Distinct columns of row i. The places are as before afterwards, as far as they matter: those
+  // of the row's columns lie before any row.
+  std::int64_t count_ahead(const compressed_matrix<T>& A, std::int32_t i, std::int64_t pos) const {
+    const auto first = static_cast<std::int32_t>(pos);
+    std::int64_t count = 0;
+    for_products(A, B_, i, [&](T, std::int32_t column, T) {
+      count += place_[column] < first ? 1 : 0;
+      place_[column] = first;
+    });
+    for_products(A, B_, i, [&](T, std::int32_t column, T) { place_[column] = -1; });
+    return count;
+  }
+
+  const compressed_matrix<T>& B_;
+  std::int32_t* place_;
+  T* c_;
+  std::int32_t* jc_;
+};
 
 }  // namespace nevrad
