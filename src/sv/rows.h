@@ -133,10 +133,10 @@ void tri_solve_rows_forward(T alpha,
   const std::int32_t* const end = a.end;
   const T* const values = a.values;
   const std::int32_t* const indices = a.indices;
-  known_unknowns<T> known = {y - offset, line_begin + offset - 1, zero_lanes<T, 1>()};
-  if (line_begin > 0) known.newest_value = load<1>(y + line_begin - 1);
+  lane<T> newest = line_begin > 0 ? load<1>(y + line_begin - 1) : zero_lanes<T, 1>();
 
   for (std::int32_t i = line_begin; i < line_end; ++i) {
+    const known_unknowns<T> known = {y - offset, i + offset - 1, newest};
     const std::int64_t first = begin[i] - offset;
     const T scaled = multiply_fused(x[i], alpha);
     const forward_row<T> row = gather_forward_row<D, C>(values + first, indices + first,
@@ -144,8 +144,7 @@ void tri_solve_rows_forward(T alpha,
     T t = subtract(subtract(scaled, to_element(row.s0)), to_element(row.s1));
     if constexpr (D == diagonal::stored) t = divide<C>(t, row.d);
     y[i] = t;
-    known.newest = i + offset;
-    known.newest_value = to_lane(t);
+    newest = to_lane(t);
   }
 }
 
@@ -234,10 +233,10 @@ void tri_solve_rows_backward(const compressed_view<T>& a,
   const std::int32_t* const end = a.end;
   const T* const values = a.values;
   const std::int32_t* const indices = a.indices;
-  known_unknowns<T> known = {y - offset, line_end + offset, zero_lanes<T, 1>()};
-  if (line_end < a.rows) known.newest_value = load<1>(y + line_end);
+  lane<T> newest = line_end < a.rows ? load<1>(y + line_end) : zero_lanes<T, 1>();
 
   for (std::int32_t i = line_end - 1; i >= line_begin; --i) {
+    const known_unknowns<T> known = {y - offset, i + offset + 1, newest};
     const std::int64_t last = end[i] - offset;
     const backward_row<T> row =
         gather_backward_row<C>(values + last, indices + last, end[i] - begin[i], i + offset, known);
@@ -249,8 +248,7 @@ void tri_solve_rows_backward(const compressed_view<T>& a,
     }
     if constexpr (D == diagonal::stored) t = to_lane(divide<C>(to_element(t), row.d));
     store(y + i, t);
-    known.newest = i + offset;
-    known.newest_value = t;
+    newest = t;
   }
 }
 
