@@ -98,4 +98,16 @@ pattern arrow(int n) {
   return a;
 }
 
+pattern band(int n, int half_width) {
+  pattern a;
+  a.rows = a.cols = n;
+  a.begin.push_back(0);
+  for (int i = 0; i < n; ++i) {
+    const int last = std::min(n - 1, i + half_width);
+    for (int j = std::max(0, i - half_width); j <= last; ++j) a.indices.push_back(j);
+    a.begin.push_back(static_cast<int>(a.indices.size()));
+  }
+  return a;
+}
+
 }  // namespace bench

@@ -94,6 +94,9 @@ pattern power_law(int n, int mean_row);
 // One full row, one full column and the diagonal.
 pattern arrow(int n);
 
+// All elements within half_width of the diagonal.
+pattern band(int n, int half_width);
+
 // Working sets, in bytes of everything that one product touches. The nominal sizes here are 1 MiB
 // of second-level cache a core and 32 MiB of shared last-level cache.
 struct working_set {

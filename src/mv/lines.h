@@ -8,6 +8,7 @@
 #include "arith/lanes.h"
 #include "arith/prefetch.h"
 #include "matrix/record.h"
+#include "mv/streams.h"
 
 namespace nevrad {
 
@@ -23,13 +24,15 @@ NEVRAD_INLINE std::int32_t origin_of(const compressed_view<T>& a) {
 namespace lines_table {
 
 inline constexpr int entries_a_trip = 4;
-inline constexpr int near_ahead = 256;  // bytes, level 1, keep: indices and values
-inline constexpr int far_ahead = 4096;  // bytes, level 2, keep: values; indices on condition
+// Bytes ahead. On AArch64 near is level 1, keep, on indices and values; far is level 2, keep, on
+// values, and on indices where the third entry of a trip is taken.
+inline constexpr int near_ahead = 256;
+inline constexpr int far_ahead = 4096;
 
 }  // namespace lines_table
 
 template <triangle Side>
-NEVRAD_INLINE bool is_beyond(std::int32_t j, std::int32_t i) {
+NEVRAD_INLINE bool is_beyond(std::int64_t j, std::int64_t i) {
   return Side == triangle::upper ? j > i : j < i;
 }
 
@@ -48,31 +51,29 @@ NEVRAD_INLINE line_of<T> line_at(const compressed_view<T>& a, std::int32_t i, st
   return {a.values + first, a.indices + first, a.end[i] - a.begin[i], i + offset};
 }
 
-// Calls off_diagonal(a, j) for each entry strictly on the side and on_diagonal(a) for each on the
-// diagonal, in storage order. Of the hints, that on far indices is given only where the third entry
-// of a trip is taken.
-template <triangle Side, origin Origin, class T, class OffDiagonal, class OnDiagonal>
-NEVRAD_INLINE void walk_line(const line_of<T>& line,
-                             const OffDiagonal& off_diagonal,
-                             const OnDiagonal& on_diagonal) {
+// sum = off_diagonal(sum, a, j) for each entry strictly on the side and sum = on_diagonal(sum, a)
+// for each on the diagonal, in storage order; returns the sum. It goes by value, because a sum that
+// is captured by reference ends up in memory. A trip that lies on the side as a whole takes one
+// test. Of the hints, that on far indices is given only where the third entry of a trip is taken.
+template <triangle Side, origin Origin, class T, class Sum, class OffDiagonal, class OnDiagonal>
+NEVRAD_INLINE Sum walk_line(const line_of<T>& line,
+                            Sum sum,
+                            const OffDiagonal& off_diagonal,
+                            const OnDiagonal& on_diagonal) {
   using namespace lines_table;
   constexpr bool hinted = fixed_hints && Origin == origin::first_begin;
   const std::int32_t i = line.number;
   const T* values = line.values;
   const std::int32_t* indices = line.indices;
-  const auto take = [&](T a, std::int32_t j) {
-    if (is_beyond<Side>(j, i)) {
-      off_diagonal(a, j);
-    } else if (j == i) {
-      on_diagonal(a);
-    }
+  const auto take = [&](Sum so_far, T a, std::int64_t j) {
+    if (is_beyond<Side>(j, i)) return off_diagonal(so_far, a, j);
+    if (j == i) return on_diagonal(so_far, a);
+    return so_far;
   };
   std::int32_t left = line.length;
   for (; left >= entries_a_trip; left -= entries_a_trip) {
-    const std::int32_t j0 = indices[0];
-    const std::int32_t j1 = indices[1];
-    const std::int32_t j2 = indices[2];
-    const std::int32_t j3 = indices[3];
+    const auto [j0, j1] = load_indices(indices);
+    const auto [j2, j3] = load_indices(indices + 2);
     const T a0 = values[0];
     const T a1 = values[1];
     const T a2 = values[2];
@@ -83,17 +84,30 @@ NEVRAD_INLINE void walk_line(const line_of<T>& line,
       prefetch<cache::level1>(indices, near_ahead);
       prefetch<cache::level1>(values, near_ahead);
     }
-    take(a0, j0);
-    take(a1, j1);
-    take(a2, j2);
-    take(a3, j3);
+    fetch_streams(values, indices);
+    const bool third = is_beyond<Side>(j2, i);
+    if (is_beyond<Side>(j0, i) && is_beyond<Side>(j1, i) && third && is_beyond<Side>(j3, i)) {
+      sum = off_diagonal(sum, a0, j0);
+      sum = off_diagonal(sum, a1, j1);
+      sum = off_diagonal(sum, a2, j2);
+      sum = off_diagonal(sum, a3, j3);
+    } else {
+      sum = take(sum, a0, j0);
+      sum = take(sum, a1, j1);
+      sum = take(sum, a2, j2);
+      sum = take(sum, a3, j3);
+    }
     if constexpr (hinted) {
       prefetch<cache::level2>(values, far_ahead);
-      if (is_beyond<Side>(j2, i)) prefetch<cache::level2>(indices, far_ahead);
+      if (third) prefetch<cache::level2>(indices, far_ahead);
     }
   }
-  for (; left > 0; --left) take(*values++, *indices++);
+  for (; left > 0; --left) sum = take(sum, *values++, *indices++);
+  return sum;
 }
+
+// The sum of a walk that only scatters.
+struct no_sum {};
 
 // How a complex product enters a sum: rotated into it by fused steps, or formed first and then
 // added part by part. Real elements: one fused operation.

@@ -6,7 +6,7 @@
 #pragma once
 
 #include "arith/lanes.h"
-#include "arith/prefetch.h"
+#include "mv/streams.h"
 
 namespace nevrad {
 
@@ -24,10 +24,12 @@ NEVRAD_INLINE void scatter_four(T* to,
                                 const T* values,
                                 const std::int32_t* indices,
                                 lane<T> factor) {
-  T* const t0 = to + indices[0];
-  T* const t1 = to + indices[1];
-  T* const t2 = to + indices[2];
-  T* const t3 = to + indices[3];
+  const auto [j0, j1] = load_indices(indices);
+  const auto [j2, j3] = load_indices(indices + 2);
+  T* const t0 = to + j0;
+  T* const t1 = to + j1;
+  T* const t2 = to + j2;
+  T* const t3 = to + j3;
   const lanes<T, 4> v = load<4>(values);
   const lane<T> s0 = multiply_add<C>(load<1>(t0), lane_at<0>(v), factor);
   const lane<T> s1 = multiply_add<C>(load<1>(t1), lane_at<1>(v), factor);
@@ -64,6 +66,7 @@ NEVRAD_INLINE void scatter_run(T* to, entry_run<T> run, T factor_at, const Hint&
     hint_half(run.values, run.indices, 0);
     half();
     hint_half(run.values, run.indices, 1);
+    fetch_streams(run.values, run.indices);
   }
   if constexpr (Rest == remainder::by_four) {
     if (left >= 4) {
@@ -90,6 +93,7 @@ NEVRAD_INLINE lane<T> gather_run(const T* from, entry_run<T> run, const Hint& hi
     hint_half(run.values, run.indices);
     half();
     hint_half(run.values, run.indices);
+    fetch_streams(run.values, run.indices);
   }
   if (left >= 4) {
     half();

@@ -22,17 +22,15 @@ void sym_mv_lines(const T& alpha_at,
   for (std::int32_t i = line_begin; i < line_end; ++i) {
     const T xi = x[i];
     const T xa = multiply_fused(xi, alpha);
-    T acc = Form.ones == diagonal::unit ? xi : zero<T>();
-    walk_line<Form.side, from>(
-        line_at(a, i, offset),
-        [&](T element, std::int32_t j) {
-          acc = add_product<sum, Form.terms.gather>(acc, element, x_at[j]);
+    const T acc = walk_line<Form.side, from>(
+        line_at(a, i, offset), Form.ones == diagonal::unit ? xi : zero<T>(),
+        [&](T so_far, T element, std::int64_t j) {
           y_at[j] = add_product<sum, Form.terms.mirror>(y_at[j], element, xa);
+          return add_product<sum, Form.terms.gather>(so_far, element, x_at[j]);
         },
-        [&](T element) {
-          if constexpr (Form.ones == diagonal::stored) {
-            acc = add_product<sum, Form.terms.diagonal>(acc, element, xi);
-          }
+        [&](T so_far, T element) {
+          if constexpr (Form.ones == diagonal::unit) return so_far;
+          return add_product<sum, Form.terms.diagonal>(so_far, element, xi);
         });
     const T yi = add_product<sum, conjugation::no>(y[i], acc, alpha);
     // Three more terms 0 * alpha follow in the symmetric forms; the first leaves the others nothing

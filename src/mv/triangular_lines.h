@@ -24,13 +24,16 @@ void tri_mv_rows(const T& alpha_at,
   const T beta = beta_at;
   const T* const x_at = x - a.base;
   for (std::int32_t i = row_begin; i < row_end; ++i) {
-    T acc = Ones == diagonal::unit ? x[i] : zero<T>();
-    const auto gather = [&](T element, std::int32_t j) {
-      acc = add_product<sum, conjugation::no>(acc, element, x_at[j]);
+    const auto gather = [&](T so_far, T element, std::int64_t j) {
+      return add_product<sum, conjugation::no>(so_far, element, x_at[j]);
     };
-    walk_line<Side, origin::base>(line_at(a, i, a.base), gather, [&](T element) {
-      if constexpr (Ones == diagonal::stored) gather(element, i + a.base);
-    });
+    const T acc = walk_line<Side, origin::base>(line_at(a, i, a.base),
+                                                Ones == diagonal::unit ? x[i] : zero<T>(), gather,
+                                                [&](T so_far, T element) {
+                                                  if constexpr (Ones == diagonal::unit)
+                                                    return so_far;
+                                                  return gather(so_far, element, i + a.base);
+                                                });
     y[i] = add_product<sum, conjugation::no>(multiply_fused(y[i], beta), acc, alpha);
   }
 }
@@ -51,11 +54,13 @@ void tri_mv_lines_scatter(const T& alpha_at,
   T* const y_at = y - offset;
   for (std::int32_t i = line_begin; i < line_end; ++i) {
     const T xa = multiply_fused(x[i], alpha);
-    const auto scatter = [&](T element, std::int32_t j) {
+    const auto scatter = [&](no_sum none, T element, std::int64_t j) {
       y_at[j] = add_product<Sum, C>(y_at[j], element, xa);
+      return none;
     };
-    walk_line<Side, From>(line_at(a, i, offset), scatter, [&](T element) {
-      if constexpr (Ones == diagonal::stored) scatter(element, i + offset);
+    walk_line<Side, From>(line_at(a, i, offset), no_sum{}, scatter, [&](no_sum none, T element) {
+      if constexpr (Ones == diagonal::stored) scatter(none, element, i + offset);
+      return none;
     });
     if constexpr (Ones == diagonal::unit) {
       y[i] = add_product<Sum, conjugation::no>(y[i], x[i], alpha);
@@ -76,13 +81,16 @@ void tri_mv_lines_gather(const T& alpha_at,
   const std::int32_t offset = a.begin[0];
   const T* const x_at = x - offset;
   for (std::int32_t i = line_begin; i < line_end; ++i) {
-    T acc = Ones == diagonal::unit ? x[i] : zero<T>();
-    const auto gather = [&](T element, std::int32_t j) {
-      acc = multiply_add<C>(acc, element, x_at[j]);
+    const auto gather = [&](T so_far, T element, std::int64_t j) {
+      return multiply_add<C>(so_far, element, x_at[j]);
     };
-    walk_line<Side, origin::first_begin>(line_at(a, i, offset), gather, [&](T element) {
-      if constexpr (Ones == diagonal::stored) gather(element, i + offset);
-    });
+    const T acc = walk_line<Side, origin::first_begin>(line_at(a, i, offset),
+                                                       Ones == diagonal::unit ? x[i] : zero<T>(),
+                                                       gather, [&](T so_far, T element) {
+                                                         if constexpr (Ones == diagonal::unit)
+                                                           return so_far;
+                                                         return gather(so_far, element, i + offset);
+                                                       });
     y[i] = multiply_add(y[i], acc, alpha);
   }
 }
