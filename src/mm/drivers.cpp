@@ -2,7 +2,7 @@
 
 #include "arith/dense.h"
 #include "frame/regions.h"
-#include "matrix/transpose.h"
+#include "matrix/sorted_rows.h"
 #include "mm/direct.h"
 #include "mm/panels.h"
 #include "mm/sweeps.h"
@@ -14,18 +14,22 @@ namespace nevrad {
 
 namespace {
 
-// Blocks of rows lo to hi - 1, then sweep(blocks, count) over them. Rows without entries have no
-// blocks and nothing to do.
+// Cuts rows lo to hi - 1 by columns, then runs sweep(source...) over blocks or over segments,
+// whichever is faster. Rows without entries have neither, and nothing to do.
 template <class T, class Sweep>
-status build_and_sweep(const owned_matrix<T>& a,
-                       std::int32_t lo,
-                       std::int32_t hi,
-                       const Sweep& sweep) {
+status cut_and_sweep(const owned_matrix<T>& a,
+                     std::int32_t lo,
+                     std::int32_t hi,
+                     const Sweep& sweep) {
+  if (segments_pay(a, lo, hi)) {
+    row_segments<T> segments;
+    const status built = segments.build(a, lo, hi);
+    return built != success || segments.empty() ? built : sweep(segments);
+  }
   scoped_matrix<T> blocks;
   std::int32_t count = 0;
   const status built = column_blocks_build(a, lo, hi, mm_block_cols, blocks.out(), &count);
-  if (built != success || blocks.get() == nullptr) return built;
-  return sweep(blocks.get(), count);
+  return built != success || blocks.get() == nullptr ? built : sweep(blocks.get(), count);
 }
 
 // Runs body(first row, last row) for each part of the rows, cut by entries, on a team of the
@@ -68,8 +72,8 @@ status mm_rows_serial_blocked(const owned_matrix<T>& a,
   const scratch<T> store = panel_store<T>(a.cols, n);
   if (!store) return alloc_failed;
   pack_rows_all(a.cols, b, n, ldb, store.get());
-  return build_and_sweep(a, 0, a.rows, [&](const column_block<T>* blocks, std::int32_t count) {
-    return sweep_rows(blocks, count, store.get(), n, a.cols, c, ldc, alpha);
+  return cut_and_sweep(a, 0, a.rows, [&](const auto&... source) {
+    return sweep_rows(source..., store.get(), n, a.cols, c, ldc, alpha);
   });
 }
 
@@ -128,8 +132,8 @@ status mm_cols_parallel(const owned_matrix<T>& a,
   if (!store) return alloc_failed;
   pack_cols_all(a.cols, b, n, ldb, store.get());
   return for_row_parts(budget, part, [&](std::int32_t lo, std::int32_t hi) {
-    return build_and_sweep(a, lo, hi, [&](const column_block<T>* blocks, std::int32_t count) {
-      return sweep_cols(blocks, count, b, store.get(), a.cols, n, ldb, c + lo, ldc, alpha);
+    return cut_and_sweep(a, lo, hi, [&](const auto&... source) {
+      return sweep_cols(source..., b, store.get(), a.cols, n, ldb, c + lo, ldc, alpha);
     });
   });
 }
@@ -147,11 +151,11 @@ status mm_cols_serial(const owned_matrix<T>& a,
   const scratch<T> store = panel_store<T>(a.cols, n);
   if (!store) return alloc_failed;
   pack_cols_all(a.cols, b, n, ldb, store.get());
-  const auto sweep = [&](const column_block<T>* blocks, std::int32_t count) {
-    return sweep_cols(blocks, count, b, store.get(), a.cols, n, ldb, c, ldc, alpha);
+  const auto sweep = [&](const auto&... source) {
+    return sweep_cols(source..., b, store.get(), a.cols, n, ldb, c, ldc, alpha);
   };
-  if (a.cols <= mm_block_cols) return sweep(&a, 1);
-  return build_and_sweep(a, 0, a.rows, sweep);
+  if (a.cols <= mm_block_cols) return sweep(&a, std::int32_t{1});
+  return cut_and_sweep(a, 0, a.rows, sweep);
 }
 
 template <class T>
@@ -166,10 +170,10 @@ status mm_rows_parallel(const owned_matrix<T>& a,
   const int budget = current_thread_budget();
   if (budget == 1) {
     if (a.sorted != 0) return mm_rows_serial(a, b, n, ldb, c, ldc, alpha, beta);
-    scoped_matrix<T> sorted;
-    const status result = csr_sort_by_double_transpose(a, sorted.out());
+    sorted_rows<T> sorted;
+    const status result = sorted.sort(a);
     if (result != success) return result;
-    return mm_rows_serial(*sorted, b, n, ldb, c, ldc, alpha, beta);
+    return mm_rows_serial(sorted.get(), b, n, ldb, c, ldc, alpha, beta);
   }
   part_bounds part;
   partition_by_nnz(a.end, a.rows, budget, part.at);
@@ -181,8 +185,8 @@ status mm_rows_parallel(const owned_matrix<T>& a,
     pack_rows_all(a.cols, b, n, ldb, store.get());
     return for_row_parts(budget, part, [&](std::int32_t lo, std::int32_t hi) {
       T* const rows = c + static_cast<std::int64_t>(lo) * ldc;
-      return build_and_sweep(a, lo, hi, [&](const column_block<T>* blocks, std::int32_t count) {
-        return sweep_rows(blocks, count, store.get(), n, a.cols, rows, ldc, alpha);
+      return cut_and_sweep(a, lo, hi, [&](const auto&... source) {
+        return sweep_rows(source..., store.get(), n, a.cols, rows, ldc, alpha);
       });
     });
   }

@@ -1,13 +1,13 @@
 #include "mm/general.h"
 
-#include "matrix/transpose.h"
+#include "matrix/sorted_rows.h"
 #include "mm/drivers.h"
 
 namespace nevrad {
 
 namespace {
 
-// Runs the driver on A itself when its rows are known to ascend, else on a sorted copy. Column
+// Runs the driver on A itself when its rows are known to ascend, else sorted. Column
 // blocks rely on the order, and so does the order of summation.
 template <class T>
 status run_sorted(mm_kernel<T> driver,
@@ -20,10 +20,10 @@ status run_sorted(mm_kernel<T> driver,
                   T alpha,
                   T beta) {
   if (a.sorted != 0) return driver(a, b, n, ldb, c, ldc, alpha, beta);
-  scoped_matrix<T> sorted;
-  const status result = csr_sort_by_double_transpose(a, sorted.out());
+  sorted_rows<T> sorted;
+  const status result = sorted.sort(a);
   if (result != success) return result;
-  return driver(*sorted, b, n, ldb, c, ldc, alpha, beta);
+  return driver(sorted.get(), b, n, ldb, c, ldc, alpha, beta);
 }
 
 // Runs the driver on the copy that `transpose` makes of A. A transposition leaves rows sorted; the

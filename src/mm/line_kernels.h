@@ -1,12 +1,12 @@
 // Line kernels: sparse rows times one column, for the columns that fill no panel.
 //
-// Real: one chain of fused operations a row, in stored order, and one fused update of y a block.
+// Real: one chain of fused operations a row and block, in stored order, and one fused update of y.
 // Complex: nothing is fused; each product is formed by itself, then added. A row without entries
 // goes through the update too, with a sum of zero, so an infinite alpha makes it NaN.
 #pragma once
 
 #include "arith/products.h"
-#include "mm/column_blocks.h"
+#include "mm/row_segments.h"
 
 namespace nevrad {
 
@@ -30,13 +30,10 @@ NEVRAD_INLINE T add_scaled(T y, T alpha, T sum) {
 }
 
 template <class T>
-NEVRAD_INLINE T multiply_line(const T* values,
-                              const std::int32_t* columns,
-                              std::int32_t first,
-                              std::int32_t stop,
-                              const T* x) {
+NEVRAD_INLINE T
+multiply_line(const T* values, const std::int32_t* columns, std::int32_t length, const T* x) {
   T sum = zero<T>();
-  for (std::int32_t p = first; p < stop; ++p) sum = add_product(sum, values[p], x[columns[p]]);
+  for (std::int32_t p = 0; p < length; ++p) sum = add_product(sum, values[p], x[columns[p]]);
   return sum;
 }
 
@@ -45,9 +42,8 @@ NEVRAD_INLINE std::int64_t line_stride(std::int32_t ldc, std::uint32_t unit_stri
   return (unit_stride & 1U) != 0 ? 1 : ldc;
 }
 
-template <class T>
-void line_kernel(const column_block<T>* blocks,
-                 std::int32_t count,
+template <class T, class Source>
+void line_kernel(const Source& source,
                  const T* x,
                  T* y,
                  std::int32_t ldc,
@@ -55,20 +51,16 @@ void line_kernel(const column_block<T>* blocks,
                  std::uint32_t unit_stride) {
   const T scale = *alpha;
   const std::int64_t stride = line_stride(ldc, unit_stride);
-  for (std::int32_t b = 0; b < count; ++b) {
-    const column_block<T> block = blocks[b];
-    T* at = y;
-    for (std::int32_t r = 0; r < block.rows; ++r, at += stride) {
-      const T sum = multiply_line(block.values, block.indices, block.begin[r], block.end[r], x);
-      *at = add_scaled(*at, scale, sum);
-    }
-  }
+  source.for_each_part_and_gap(
+      [=](std::int32_t r, const T* values, const std::int32_t* columns, std::int32_t length) {
+        T& target = y[r * stride];
+        target = add_scaled(target, scale, multiply_line(values, columns, length, x));
+      });
 }
 
-// With y * beta, rounded, in the place of y; for a single block. Real types.
+// With y * beta, rounded, in the place of y; for a whole matrix as a single block. Real types.
 template <class T>
-void line_kernel_beta(const column_block<T>* blocks,
-                      std::int32_t count,
+void line_kernel_beta(const block_list<T>& source,
                       const T* x,
                       T* y,
                       std::int32_t ldc,
@@ -78,14 +70,11 @@ void line_kernel_beta(const column_block<T>* blocks,
   const T scale = *alpha;
   const T scale_y = *beta;
   const std::int64_t stride = line_stride(ldc, unit_stride);
-  for (std::int32_t b = 0; b < count; ++b) {
-    const column_block<T> block = blocks[b];
-    T* at = y;
-    for (std::int32_t r = 0; r < block.rows; ++r, at += stride) {
-      const T sum = multiply_line(block.values, block.indices, block.begin[r], block.end[r], x);
-      *at = add_scaled(*at * scale_y, scale, sum);
-    }
-  }
+  source.for_each_part_and_gap(
+      [=](std::int32_t r, const T* values, const std::int32_t* columns, std::int32_t length) {
+        T& target = y[r * stride];
+        target = add_scaled(target * scale_y, scale, multiply_line(values, columns, length, x));
+      });
 }
 
 }  // namespace nevrad

@@ -1,55 +1,38 @@
 // Panel kernels: sparse rows times one panel, by where the finished sums go.
 //
-// A kernel walks its blocks in order and the rows of a block in order; row r of the result is at
-// c + r * ldc (row-major) or c + r (column-major), from the top again at each block. A row's sum is
-// one chain in stored order and reaches C in one fused update a block, C = sum * alpha + C, so the
-// last bits depend on the block boundaries and on nothing else. Rows without entries in a block
-// are not touched by it: even an infinite alpha leaves them.
-//
-// Every kernel needs at least one block.
+// A kernel walks the parts of its rows, block by block or row by row (see row_segments.h); row r of
+// the result is at c + r * ldc (row-major) or c + r (column-major). A part's sum is one chain in
+// stored order and reaches C in one fused update, C = sum * alpha + C, so the last bits depend on
+// the block boundaries and on nothing else. Rows without entries in a block are not touched by it:
+// even an infinite alpha leaves them.
 #pragma once
 
 #include "arith/panel_row.h"
-#include "mm/column_blocks.h"
+#include "mm/row_segments.h"
 
 namespace nevrad {
 
-template <int W, class T>
-NEVRAD_INLINE lanes<T, W> multiply_block_row(const column_block<T>& block,
-                                             std::int32_t first,
-                                             std::int32_t length,
-                                             const T* panel) {
-  return multiply_panel_row<W>(block.values + first, block.indices + first, length, panel);
-}
-
 // Row-major C.
-template <int W, class T>
-void panel_kernel_rows(const column_block<T>* blocks,
-                       std::int32_t count,
+template <int W, class T, class Source>
+void panel_kernel_rows(const Source& source,
                        const T* panel,
                        T* c,
                        std::int32_t ldc,
                        const T* alpha) {
   const lanes<T, W> scale = broadcast<W>(load<1>(alpha));
-  for (std::int32_t b = 0; b < count; ++b) {
-    const column_block<T> block = blocks[b];
-    T* row = c;
-    for (std::int32_t r = 0; r < block.rows; ++r, row += ldc) {
-      const std::int32_t first = block.begin[r];
-      const std::int32_t length = block.begin[r + 1] - first;
-      if (length <= 0) continue;
-      if constexpr (fixed_hints) prefetch<cache::level1>(row, 0);
-      const lanes<T, W> sum = multiply_block_row<W>(block, first, length, panel);
-      store(row, multiply_add(load<W>(row), sum, scale));
-    }
-  }
+  source.for_each_part(
+      [=](std::int32_t r, const T* values, const std::int32_t* columns, std::int32_t length) {
+        T* const row = c + static_cast<std::int64_t>(r) * ldc;
+        if constexpr (fixed_hints) prefetch<cache::level1>(row, 0);
+        const lanes<T, W> sum = multiply_panel_row<W>(values, columns, length, panel);
+        store(row, multiply_add(load<W>(row), sum, scale));
+      });
 }
 
-// Row-major C, C = sum * alpha + round(C * beta), for a single block; a row without entries becomes
-// C * beta. Real types.
+// Row-major C, C = sum * alpha + round(C * beta), for a whole matrix as a single block; a row
+// without entries becomes C * beta. Real types.
 template <int W, class T>
-void panel_kernel_rows_beta(const column_block<T>* blocks,
-                            std::int32_t count,
+void panel_kernel_rows_beta(const block_list<T>& source,
                             const T* panel,
                             T* c,
                             std::int32_t ldc,
@@ -57,21 +40,17 @@ void panel_kernel_rows_beta(const column_block<T>* blocks,
                             const T* beta) {
   const lanes<T, W> scale = broadcast<W>(load<1>(alpha));
   const lanes<T, W> scale_c = broadcast<W>(load<1>(beta));
-  for (std::int32_t b = 0; b < count; ++b) {
-    const column_block<T> block = blocks[b];
-    T* row = c;
-    for (std::int32_t r = 0; r < block.rows; ++r, row += ldc) {
-      const std::int32_t first = block.begin[r];
-      const std::int32_t length = block.begin[r + 1] - first;
-      if (length <= 0) {
-        store(row, multiply(load<W>(row), scale_c));
-        continue;
-      }
-      if constexpr (fixed_hints) prefetch<cache::level1>(row, 0);
-      const lanes<T, W> sum = multiply_block_row<W>(block, first, length, panel);
-      store(row, multiply_add(multiply(load<W>(row), scale_c), sum, scale));
-    }
-  }
+  source.for_each_part_and_gap(
+      [=](std::int32_t r, const T* values, const std::int32_t* columns, std::int32_t length) {
+        T* const row = c + static_cast<std::int64_t>(r) * ldc;
+        if (length <= 0) {
+          store(row, multiply(load<W>(row), scale_c));
+          return;
+        }
+        if constexpr (fixed_hints) prefetch<cache::level1>(row, 0);
+        const lanes<T, W> sum = multiply_panel_row<W>(values, columns, length, panel);
+        store(row, multiply_add(multiply(load<W>(row), scale_c), sum, scale));
+      });
 }
 
 // Element q of the lanes updates the element q * ldc on.
@@ -85,24 +64,18 @@ NEVRAD_INLINE void update_column_elements(T* c,
 }
 
 // Column-major C.
-template <int W, class T>
-void panel_kernel_cols(const column_block<T>* blocks,
-                       std::int32_t count,
+template <int W, class T, class Source>
+void panel_kernel_cols(const Source& source,
                        const T* panel,
                        T* c,
                        std::int32_t ldc,
                        const T* alpha) {
   const lane<T> scale = load<1>(alpha);
-  for (std::int32_t b = 0; b < count; ++b) {
-    const column_block<T> block = blocks[b];
-    for (std::int32_t r = 0; r < block.rows; ++r) {
-      const std::int32_t first = block.begin[r];
-      const std::int32_t length = block.begin[r + 1] - first;
-      if (length <= 0) continue;
-      const lanes<T, W> sum = multiply_block_row<W>(block, first, length, panel);
-      update_column_elements(c + r, ldc, sum, scale, std::make_integer_sequence<int, W>{});
-    }
-  }
+  source.for_each_part(
+      [=](std::int32_t r, const T* values, const std::int32_t* columns, std::int32_t length) {
+        const lanes<T, W> sum = multiply_panel_row<W>(values, columns, length, panel);
+        update_column_elements(c + r, ldc, sum, scale, std::make_integer_sequence<int, W>{});
+      });
 }
 
 }  // namespace nevrad

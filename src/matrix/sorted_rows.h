@@ -1,0 +1,29 @@
+// A CSR matrix with ascending rows, for the drivers that rely on the order.
+#pragma once
+
+#include "matrix/transpose.h"
+
+namespace nevrad {
+
+// Whether the column numbers of every row ascend, equal ones allowed: then sorting by transposing
+// twice, which is stable, would give the same arrays. One pass over the indices. The record has
+// base 0 and packed rows from position 0 on, as owned matrices have.
+template <class T>
+bool rows_ascend(const compressed_matrix<T>& a);
+
+// Sorts by csr_sort_by_double_transpose, unless the rows ascend already: then `get` is the source
+// itself, flagged as sorted, and only the memory that sorting takes is asked for, so that a call
+// fails where sorting would fail. That memory is never touched, which costs nothing.
+template <class T>
+class sorted_rows {
+ public:
+  // Statuses of csr_sort_by_double_transpose. The source must outlive the object.
+  status sort(const compressed_matrix<T>& source);
+  const owned_matrix<T>& get() const { return record_; }
+
+ private:
+  compressed_matrix<T> record_{};
+  scoped_matrix<T> copy_;
+};
+
+}  // namespace nevrad
