@@ -1,0 +1,9 @@
+# The sanitizers' own libraries come beside libc, libm and libomp.
+if(NEVRAD_SANITIZER)
+  set(dependencies any-dependencies)
+else()
+  set(dependencies "")
+endif()
+add_test(NAME abi_exports COMMAND
+  ${CMAKE_CURRENT_SOURCE_DIR}/abi/check_exports
+  $<TARGET_SONAME_FILE:nevrad> ${PROJECT_SOURCE_DIR}/include/nevrad.h ${dependencies})
