@@ -108,7 +108,7 @@ struct vector_run {
 
   static constexpr double tolerance = rounding_tolerance<T>;
 
-  explicit vector_run(lazy<packed<T>> operands) : p(&operands.get(), [operands](auto*) {}) {}
+  explicit vector_run(const lazy<packed<T>>& operands) : p(&operands.get(), [operands](auto*) {}) {}
 
   // Every element and index once; y is touched in every line.
   double bytes() const {
