@@ -1,5 +1,5 @@
-// Krylov methods on top of one matrix product. All matrix work goes through `product`; the vector
-// operations are plain loops on as many threads.
+// Krylov methods on top of one matrix product and one preconditioner, through which all matrix work
+// goes; the vector operations are plain loops on as many threads.
 #pragma once
 
 #include "matrix.h"
@@ -61,14 +61,14 @@ class krylov {
     std::function<void(long iteration, double residual)> progress;
   };
 
-  // scale holds the inverse of a diagonal preconditioner.
+  // precondition gives z = M^-1 r; for conjugate gradients M is Hermitian and positive definite.
   krylov(std::function<void(const T*, T*)> product,
+         std::function<void(const T*, T*)> precondition,
          const vector<T>& b,
-         const vector<T>& scale,
          settings how)
       : product_(std::move(product)),
+        precondition_(std::move(precondition)),
         b_(b),
-        scale_(scale),
         how_(std::move(how)),
         n_(static_cast<int>(b.size())),
         r_(b.size()) {}
@@ -125,11 +125,11 @@ class krylov {
     return end != outcome::converged;
   }
 
-  // Hestenes and Stiefel 1952, with a diagonal preconditioner.
+  // Hestenes and Stiefel 1952, preconditioned.
   outcome run_cg(vector<T>& x) {
     vector<T> z(r_.size());
     vector<T> q(r_.size());
-    for_elements(n_, how_.threads, [&](std::size_t i) { z[i] = scale_[i] * r_[i]; });
+    precondition_(r_.data(), z.data());
     vector<T> p = z;
     double rz = std::real(dot(r_, z));
     outcome end{};
@@ -144,10 +144,8 @@ class krylov {
         return squared(r_[i]);
       });
       if (is_over(std::sqrt(rr) / norm_b_, end)) return end;
-      const double rz_next = sum_elements(n_, how_.threads, [&](std::size_t i) {
-        z[i] = scale_[i] * r_[i];
-        return std::real(conjugate(r_[i]) * z[i]);
-      });
+      precondition_(r_.data(), z.data());
+      const double rz_next = std::real(dot(r_, z));
       const double beta = rz_next / rz;
       rz = rz_next;
       for_elements(n_, how_.threads, [&](std::size_t i) { p[i] = z[i] + beta * p[i]; });
@@ -166,14 +164,12 @@ class krylov {
     T rho = dot(shadow, r_);
     outcome end{};
     for (;;) {
-      for_elements(n_, how_.threads, [&](std::size_t i) { y[i] = scale_[i] * p[i]; });
+      precondition_(p.data(), y.data());
       product_(y.data(), v.data());
       const T alpha = rho / dot(shadow, v);
       if (!std::isfinite(std::abs(alpha))) return outcome::broken_down;
-      for_elements(n_, how_.threads, [&](std::size_t i) {
-        r_[i] -= alpha * v[i];
-        z[i] = scale_[i] * r_[i];
-      });
+      for_elements(n_, how_.threads, [&](std::size_t i) { r_[i] -= alpha * v[i]; });
+      precondition_(r_.data(), z.data());
       product_(z.data(), t.data());
       const double tt = norm(t);
       const T omega = tt == 0 ? T{} : dot(t, r_) / (tt * tt);
@@ -201,8 +197,8 @@ class krylov {
   }
 
   std::function<void(const T*, T*)> product_;
+  std::function<void(const T*, T*)> precondition_;
   const vector<T>& b_;
-  const vector<T>& scale_;
   settings how_;
   int n_;
   vector<T> r_;
