@@ -130,6 +130,7 @@ testing::AssertionResult equal_arrays(const char* got_text,
   }
   return testing::AssertionSuccess();
 }
+#define ASSERT_SAME_ARRAYS(got, want) ASSERT_PRED_FORMAT2(::nevrad_test::equal_arrays, got, want)
 #define EXPECT_SAME_ARRAYS(got, want) EXPECT_PRED_FORMAT2(::nevrad_test::equal_arrays, got, want)
 
 }  // namespace nevrad_test
