@@ -55,11 +55,26 @@ def format_time(nanoseconds):
     return f"{nanoseconds / 1e9:.3g} s"
 
 
-def table(times, work, peers, limits):
+def split_names(times):
+    """Peers and limits among the contestants, in a fixed order."""
+    found = {name for of in times.values() for name in of}
+    return sorted(found - set(LIMITS) - {OURS}), [name for name in LIMITS if name in found]
+
+
+def table(times, work):
+    """The cases of one family. Without a contestant of ours: the parts' times side by side."""
+    peers, limits = split_names(times)
+    if not any(OURS in of for of in times.values()):
+        yield "| case | " + " | ".join(peers + limits) + " |"
+        yield "|---|" + "---:|" * len(peers + limits)
+        for case, of in times.items():
+            cells = [format_time(of[name]) if name in of else "" for name in peers + limits]
+            yield f"| {case} | " + " | ".join(cells) + " |"
+        return
     heads = ["case", "time", "GB/s", "GFLOP/s"]
     heads += [f"{peer} / nevrad" for peer in peers] + [f"of the {LIMITS[x]} limit" for x in limits]
     yield "| " + " | ".join(heads) + " |"
-    yield "|" + "---|" + "---:|" * (len(heads) - 1)
+    yield "|---|" + "---:|" * (len(heads) - 1)
     for case, of in times.items():
         ours = of.get(OURS)
         if not ours:
@@ -72,7 +87,15 @@ def table(times, work, peers, limits):
         yield "| " + " | ".join(cells) + " |"
 
 
-def plot(times, peers, limits, paths):
+def by_family(times):
+    families = collections.defaultdict(dict)
+    for case, of in times.items():
+        families[case.split("/")[0]][case] = of
+    return families.values()
+
+
+def plot(times, paths):
+    peers, limits = split_names({case: of for case, of in times.items() if OURS in of})
     import matplotlib
 
     matplotlib.use("Agg")
@@ -123,23 +146,20 @@ def main():
     options = parser.parse_args()
 
     context, times, work = load_times(options.json, options.statistic)
-    if not work:
-        sys.exit(f"{options.json}: no {options.statistic} of a run named .../{OURS}")
-    found = [name for of in times.values() for name in of]
-    limits = [name for name in LIMITS if name in found]
-    peers = [name for name in sorted(set(found)) if name != OURS and name not in LIMITS]
+    if not times:
+        sys.exit(f"{options.json}: holds no {options.statistic}")
 
     lines = [
         f"{context['date'][:10]}, {context['num_cpus']} CPUs, {options.statistic} of the "
         "repetitions; time of the thread for 1T, of the wall for more.",
-        "",
-        *table(times, work, peers, limits),
     ]
+    for family in by_family(times):
+        lines += ["", *table(family, work)]
     print("\n".join(lines))
     if options.table:
         options.table.write_text("\n".join(lines) + "\n", encoding="utf-8")
-    if options.plot:
-        plot(times, peers, limits, options.plot)
+    if options.plot and work:
+        plot(times, options.plot)
 
 
 if __name__ == "__main__":

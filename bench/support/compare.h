@@ -119,7 +119,7 @@ class comparison {
     return *this;
   }
 
-  // The time that as many operations take on registers.
+  // The time that as many operations on doubles take on registers.
   comparison& add_compute_limit() {
     register_timed(name_ + "/peak", [data = data_, threads = threads_](::benchmark::State& state) {
       const double flops = data.get().flops();
