@@ -14,6 +14,12 @@ namespace nevrad {
 NEVRAD_INLINE float fma(float a, float b, float c) { return __builtin_fmaf(a, b, c); }
 NEVRAD_INLINE double fma(double a, double b, double c) { return __builtin_fma(a, b, c); }
 
+// The same number, of which the compiler knows nothing: a choice by mask does not become a branch.
+NEVRAD_INLINE std::int64_t opaque(std::int64_t n) {
+  asm("" : "+r"(n));
+  return n;
+}
+
 template <class T>
 NEVRAD_INLINE T zero() {
   return T{};
