@@ -88,12 +88,11 @@ void run_eigen_as(mm_product& p) {
   c.noalias() = p.a.as_eigen() * b;
 }
 void run_eigen(mm_product& p) {
-  if (p.by_columns()) {
+  // One column has no layout; the peer's row-major form takes none.
+  if (p.by_columns() || p.n == 1) {
     run_eigen_as<Eigen::ColMajor>(p);
-  } else if (p.n > 1) {
-    run_eigen_as<Eigen::RowMajor>(p);
   } else {
-    run_eigen_as<Eigen::ColMajor>(p);  // one column has no layout
+    run_eigen_as<Eigen::RowMajor>(p);
   }
 }
 

@@ -63,8 +63,8 @@ enum {
  * Sets the number of threads that an operation may use, for the whole process and all families.
  * n: 1 to 640; anything else gives status 3 and changes nothing.
  *
- * The budget is 1 when the library is loaded. orv_sparse_?csrmv may lower it (see there) and does
- * not restore it: set it again before a call that is to run on more threads.
+ * The budget is 1 when the library is loaded. orv_sparse_?csrmv, ?cscmv and ?cscmm may lower it
+ * (see there) and do not restore it: set it again before a call that is to run on more threads.
  */
 orv_sparse_status_t orv_set_thread_num(int n);
 orv_sparse_status_t orv_set_thread_num_(const int* n);
@@ -699,7 +699,10 @@ orv_sparse_status_t orv_csparse_zcsrtrsv_(const int* uplo, const int* transa, co
  * runtime's default team. The order of additions depends on the budget being one or more, on the
  * density and on the sizes, not on the number of threads.
  *
- * Present: general matrices. Other descriptors answer 6.
+ * Symmetric, Hermitian and triangular matrices are expanded into general ones; the diagonal of a
+ * Hermitian one is taken as stored. A diagonal matrix updates C element by element: of several
+ * entries on one diagonal place the last counts, and B may be C itself when ldb is ldc. Its plain
+ * and transposed products run on one thread.
  */
 orv_sparse_status_t orv_sparse_scsrmm(int transa, int m, int n, int k, float alpha,
                                       const char* matdescra, const float* val, const int* indx,
@@ -738,6 +741,61 @@ orv_sparse_status_t orv_sparse_zcsrmm(int transa, int m, int n, int k, nevrad_co
                                       nevrad_complex_double beta, nevrad_complex_double* c,
                                       int ldc);
 orv_sparse_status_t orv_sparse_zcsrmm_(const int* transa, const int* m, const int* n, const int* k,
+                                       const nevrad_complex_double* alpha, const char* matdescra,
+                                       const nevrad_complex_double* val, const int* indx,
+                                       const int* pntrb, const int* pntre,
+                                       const nevrad_complex_double* b, const int* ldb,
+                                       const nevrad_complex_double* beta, nevrad_complex_double* c,
+                                       const int* ldc);
+
+/*
+ * C = alpha * op(A) * B + beta * C, A stored by columns
+ *
+ * As orv_sparse_?csrmm, but pntrb and pntre have k entries and indx holds row numbers.
+ *
+ * A matrix without any entry gives status 3 when it is general, and when it is a complex triangular
+ * one to be conjugated; otherwise C is multiplied by beta, and a unit diagonal adds alpha * B.
+ *
+ * Threads: the call may lower the thread budget, and leaves it lowered: to 1 when A has fewer than
+ * 50000 entries or a density of at most 0.0005, and otherwise to 32 when it is above.
+ */
+orv_sparse_status_t orv_sparse_scscmm(int transa, int m, int n, int k, float alpha,
+                                      const char* matdescra, const float* val, const int* indx,
+                                      const int* pntrb, const int* pntre, const float* b, int ldb,
+                                      float beta, float* c, int ldc);
+orv_sparse_status_t orv_sparse_scscmm_(const int* transa, const int* m, const int* n, const int* k,
+                                       const float* alpha, const char* matdescra, const float* val,
+                                       const int* indx, const int* pntrb, const int* pntre,
+                                       const float* b, const int* ldb, const float* beta, float* c,
+                                       const int* ldc);
+orv_sparse_status_t orv_sparse_dcscmm(int transa, int m, int n, int k, double alpha,
+                                      const char* matdescra, const double* val, const int* indx,
+                                      const int* pntrb, const int* pntre, const double* b, int ldb,
+                                      double beta, double* c, int ldc);
+orv_sparse_status_t orv_sparse_dcscmm_(const int* transa, const int* m, const int* n, const int* k,
+                                       const double* alpha, const char* matdescra,
+                                       const double* val, const int* indx, const int* pntrb,
+                                       const int* pntre, const double* b, const int* ldb,
+                                       const double* beta, double* c, const int* ldc);
+orv_sparse_status_t orv_sparse_ccscmm(int transa, int m, int n, int k, nevrad_complex_float alpha,
+                                      const char* matdescra, const nevrad_complex_float* val,
+                                      const int* indx, const int* pntrb, const int* pntre,
+                                      const nevrad_complex_float* b, int ldb,
+                                      nevrad_complex_float beta, nevrad_complex_float* c, int ldc);
+orv_sparse_status_t orv_sparse_ccscmm_(const int* transa, const int* m, const int* n, const int* k,
+                                       const nevrad_complex_float* alpha, const char* matdescra,
+                                       const nevrad_complex_float* val, const int* indx,
+                                       const int* pntrb, const int* pntre,
+                                       const nevrad_complex_float* b, const int* ldb,
+                                       const nevrad_complex_float* beta, nevrad_complex_float* c,
+                                       const int* ldc);
+orv_sparse_status_t orv_sparse_zcscmm(int transa, int m, int n, int k, nevrad_complex_double alpha,
+                                      const char* matdescra, const nevrad_complex_double* val,
+                                      const int* indx, const int* pntrb, const int* pntre,
+                                      const nevrad_complex_double* b, int ldb,
+                                      nevrad_complex_double beta, nevrad_complex_double* c,
+                                      int ldc);
+orv_sparse_status_t orv_sparse_zcscmm_(const int* transa, const int* m, const int* n, const int* k,
                                        const nevrad_complex_double* alpha, const char* matdescra,
                                        const nevrad_complex_double* val, const int* indx,
                                        const int* pntrb, const int* pntre,

@@ -8,6 +8,7 @@ namespace nevrad_test {
 namespace {
 
 NEVRAD_BY_TYPE(csrmm, orv_sparse_, csrmm)
+NEVRAD_BY_TYPE(cscmm, orv_sparse_, cscmm)
 
 // What C may hold when memory is short: what it held before, or that times beta.
 enum class left { untouched, may_be_scaled };
@@ -17,6 +18,7 @@ struct failure_case {
   const char* descra;
   int op, rows, cols, typical, budget;
   left state;
+  bool by_columns = false;
 };
 const failure_case failure_cases[] = {
     {"columns, one block", "G00F", 0, 12, 20, 4, 1, left::may_be_scaled},
@@ -31,6 +33,16 @@ const failure_case failure_cases[] = {
     {"rows, chunks, transposed", "G00C", 1, 12, 20, 4, 1, left::untouched},
     {"rows, blocks", "G00C", 0, 6, 6000, 300, 1, left::may_be_scaled},
     {"rows, packed, three threads", "G00C", 0, 12, 20, 4, 3, left::may_be_scaled},
+    {"symmetric", "SLNF", 0, 12, 12, 4, 1, left::may_be_scaled},
+    {"hermitian", "HUUC", 1, 12, 12, 4, 1, left::untouched},
+    {"triangular", "TUNC", 0, 12, 12, 4, 1, left::untouched},
+    {"triangular, conjugated", "TLNF", 2, 12, 12, 4, 1, left::may_be_scaled},
+    {"diagonal", "D0NF", 0, 12, 12, 4, 1, left::untouched},
+    {"diagonal, conjugated, three threads", "D0NC", 2, 12, 12, 4, 3, left::untouched},
+    {"columns stored, converted", "G00C", 0, 12, 20, 4, 1, left::untouched, true},
+    {"columns stored, viewed", "G00F", 1, 12, 20, 4, 1, left::may_be_scaled, true},
+    {"columns stored, conjugated", "G00C", 2, 12, 20, 4, 1, left::untouched, true},
+    {"columns stored, triangular", "TLNC", 2, 12, 12, 4, 1, left::untouched, true},
 };
 
 template <class T>
@@ -43,11 +55,13 @@ TYPED_TEST(failing_mm, leaves_c_as_documented) {
     SCOPED_TRACE(row.what);
     generator random(1);
     const layout order = layout_of(row.descra);
-    const auto a = random_matrix<T>(random, {.rows = row.rows,
-                                             .cols = row.cols,
-                                             .base = order == layout::column_major ? 1 : 0,
-                                             .typical = row.typical,
-                                             .nasty = false});
+    const auto a =
+        random_matrix<T>(random, {.rows = row.rows,
+                                  .cols = row.cols,
+                                  .base = order == layout::column_major ? 1 : 0,
+                                  .kind = row.by_columns ? compression::columns : compression::rows,
+                                  .typical = row.typical,
+                                  .nasty = false});
     const T alpha = random.value<T>();
     // Times one half is exact, so a scaled element is known to the bit in every form of product.
     const T beta = make<T>(0.5);
@@ -57,9 +71,9 @@ TYPED_TEST(failing_mm, leaves_c_as_documented) {
     const budget_scope budget(row.budget);
     panel<T> done = before;
     const auto run = [&](const panel<T>& c) {
-      return csrmm<T>(row.op, a.rows, 11, a.cols, alpha, row.descra, a.values.data(),
-                      a.indices.data(), a.begin.data(), a.end.data(), b.data(), b.ld(), beta,
-                      c.data(), c.ld());
+      const auto call = row.by_columns ? cscmm<T> : csrmm<T>;
+      return call(row.op, a.rows, 11, a.cols, alpha, row.descra, a.values.data(), a.indices.data(),
+                  a.begin.data(), a.end.data(), b.data(), b.ld(), beta, c.data(), c.ld());
     };
     ASSERT_EQ(run(done), 0);
     const int calls = expect_clean_failures([&] {

@@ -1,0 +1,124 @@
+// Frames of the products with a symmetric, Hermitian or triangular matrix: an expansion makes a
+// general matrix of the stored triangle, and a gate of the general product multiplies with it as it
+// is. Transposition and conjugation are the expansion's business.
+//
+// A frame answers with the status of the expansion, C untouched, or with that of the gate. Frames
+// for compressed columns read the arrays as the rows of the transpose, in which the triangles have
+// changed places, or convert them first.
+#pragma once
+
+#include "matrix/expand.h"
+#include "matrix/transpose.h"
+#include "mm/general.h"
+
+namespace nevrad {
+
+template <class T>
+using mm_frame = status (*)(const owned_matrix<T>* a,
+                            const T* b,
+                            std::int32_t n,
+                            std::int32_t ldb,
+                            T* c,
+                            std::int32_t ldc,
+                            triangle side,
+                            diagonal ones,
+                            expansion<T> expand,
+                            mm_kernel<T> gate,
+                            T alpha,
+                            T beta);
+
+// Compressed rows. Answers 1 for a null.
+template <class T>
+status mm_structured(const owned_matrix<T>* a,
+                     const T* b,
+                     std::int32_t n,
+                     std::int32_t ldb,
+                     T* c,
+                     std::int32_t ldc,
+                     triangle side,
+                     diagonal ones,
+                     expansion<T> expand,
+                     mm_kernel<T> gate,
+                     T alpha,
+                     T beta);
+
+// Compressed columns, read as rows of the transpose. Answers 3 for a null.
+template <class T>
+status mm_structured_view(const owned_matrix<T>* a,
+                          const T* b,
+                          std::int32_t n,
+                          std::int32_t ldb,
+                          T* c,
+                          std::int32_t ldc,
+                          triangle side,
+                          diagonal ones,
+                          expansion<T> expand,
+                          mm_kernel<T> gate,
+                          T alpha,
+                          T beta);
+
+// Compressed columns, converted to rows. Answers 3 for a null, and for a matrix without entries.
+template <class T>
+status mm_structured_converted(const owned_matrix<T>* a,
+                               const T* b,
+                               std::int32_t n,
+                               std::int32_t ldb,
+                               T* c,
+                               std::int32_t ldc,
+                               triangle side,
+                               diagonal ones,
+                               expansion<T> expand,
+                               mm_kernel<T> gate,
+                               T alpha,
+                               T beta);
+
+// A slot of a structured row: one frame with its constants.
+template <class T,
+          mm_frame<T> Frame,
+          triangle Side,
+          diagonal Ones,
+          expansion<T> Expand,
+          mm_kernel<T> Gate>
+status mm_structured_slot(const owned_matrix<T>& a,
+                          const T* b,
+                          std::int32_t n,
+                          std::int32_t ldb,
+                          T* c,
+                          std::int32_t ldc,
+                          T alpha,
+                          T beta) {
+  return Frame(&a, b, n, ldb, c, ldc, Side, Ones, Expand, Gate, alpha, beta);
+}
+
+// A general slot of compressed columns: the rows of the transpose as they are.
+template <class T, mm_kernel<T> Gate>
+status mm_csc_view(const owned_matrix<T>& a,
+                   const T* b,
+                   std::int32_t n,
+                   std::int32_t ldb,
+                   T* c,
+                   std::int32_t ldc,
+                   T alpha,
+                   T beta) {
+  compressed_matrix<T> view;
+  csc_view_as_csr(&a, &view);
+  return Gate(view, b, n, ldb, c, ldc, alpha, beta);
+}
+
+// A general slot of compressed columns: converted to rows. Answers 3 for a matrix without entries.
+template <class T, mm_kernel<T> Gate>
+status mm_csc_converted(const owned_matrix<T>& a,
+                        const T* b,
+                        std::int32_t n,
+                        std::int32_t ldb,
+                        T* c,
+                        std::int32_t ldc,
+                        T alpha,
+                        T beta) {
+  scoped_matrix<T> converted;
+  const status result = csc_to_csr(&a, converted.out());
+  if (result != success) return result;
+  return Gate(*converted, b, n, ldb, c, ldc, alpha, beta);
+}
+
+}  // namespace nevrad
