@@ -804,6 +804,133 @@ orv_sparse_status_t orv_sparse_zcscmm_(const int* transa, const int* m, const in
                                        const int* ldc);
 
 /* ---------------------------------------------------------------------------------------------
+ * Solves with many right-hand sides
+ * ------------------------------------------------------------------------------------------- */
+
+/*
+ * op(A) * Y = alpha * X for Y, A triangular or diagonal, X and Y dense with n columns
+ *
+ * ?csrsm takes A by rows, ?cscsm by columns (pntrb and pntre run over columns, indx holds rows).
+ *
+ * transa     0: op(A) = A, 1: transpose, 2: conjugate transpose
+ * m          order of A, 1 to 2147483645
+ * n          right-hand sides, 1 to 2147483645
+ * matdescra  four characters: T or D (triangular, diagonal), stored triangle (L, U; not read for
+ *            D), diagonal (N stored, U taken as ones), and F: indices from 1, X and Y column-major,
+ *            or C: indices from 0, X and Y row-major. No other structure is taken.
+ * val, indx  elements and their minor indices, lines packed: each begins where the one before ended
+ * pntrb, pntre  m each: where a line's entries begin, and one past their end, in the index base;
+ *            pntrb[0] is the index base
+ * x, ldx     m by n; F: ldx >= m and n * ldx <= 2147483645, C: ldx >= n and m * ldx <= 2147483645
+ * y, ldy     m by n, the same bounds; written, never read. y may be x when ldy is ldx
+ *
+ * Entries of the other triangle are passed over, in a diagonal matrix all but the diagonal; lines
+ * need not be sorted. A triangular matrix must store its diagonal, also when that is taken as ones:
+ * in a row that does not, the entry nearest to the diagonal is taken for it (for its reciprocal as
+ * it stands, when not unit), and after a row that has no entry near the diagonal at all the rows
+ * behind it, up to the next multiple of 1024 from the side at which the substitution starts, are
+ * solved one place off. Neither is reported. A zero on the diagonal gives infinity or NaN. In a
+ * diagonal matrix a missing diagonal entry gives 0 * x, and of several the last counts.
+ *
+ * Rounding. The diagonal enters as its reciprocal, rounded, and alpha multiplies X first. Columns
+ * of A go in blocks of 1024 from the side at which the substitution starts. A row sums the products
+ * of each block by ascending column, one fused multiply-add each from zero, and subtracts every
+ * such sum once, block by block. So a result depends neither on the number of right-hand sides nor
+ * on the thread budget. alpha = 0 is not special.
+ *
+ * Memory, beyond a copy of A: once more the entries of A (triangular), 64 bytes a row and thread
+ * for panels, and 4 bytes a row for transient use. Address space for m * m / 2048 words of 4 bytes
+ * is asked for as well (2 GB at m = 1000000), of which only some 2 words for each row and each
+ * block of 1024 columns in which it has entries are touched; where the system does not grant what
+ * is not touched, status 2 is the answer, as it is from m = 2096128 or so on. Unsorted lines take
+ * two more copies for a while. Only the part of the panels that the profile of A spans is touched.
+ * Time grows with the entries of A times n, plus about two passes over A for the copies.
+ *
+ * Status: 1 null pointer; 3 transa, dimension, leading dimension, descriptor, or no entries in A
+ * (?csrsm, and triangular rows of ?cscsm); 2 memory. On 2 the columns that threads with enough
+ * memory had in hand are written, otherwise nothing.
+ *
+ * Threads: the columns are dealt out to the budget by fours, so n columns keep at most n / 4
+ * threads busy; in a row-major diagonal matrix the rows are.
+ */
+orv_sparse_status_t orv_sparse_scsrsm(int transa, int m, int n, float alpha, const char* matdescra,
+                                      const float* val, const int* indx, const int* pntrb,
+                                      const int* pntre, const float* x, int ldx, float* y, int ldy);
+orv_sparse_status_t orv_sparse_scsrsm_(const int* transa, const int* m, const int* n,
+                                       const float* alpha, const char* matdescra, const float* val,
+                                       const int* indx, const int* pntrb, const int* pntre,
+                                       const float* x, const int* ldx, float* y, const int* ldy);
+orv_sparse_status_t orv_sparse_dcsrsm(int transa, int m, int n, double alpha, const char* matdescra,
+                                      const double* val, const int* indx, const int* pntrb,
+                                      const int* pntre, const double* x, int ldx, double* y,
+                                      int ldy);
+orv_sparse_status_t orv_sparse_dcsrsm_(const int* transa, const int* m, const int* n,
+                                       const double* alpha, const char* matdescra,
+                                       const double* val, const int* indx, const int* pntrb,
+                                       const int* pntre, const double* x, const int* ldx, double* y,
+                                       const int* ldy);
+orv_sparse_status_t orv_sparse_ccsrsm(int transa, int m, int n, nevrad_complex_float alpha,
+                                      const char* matdescra, const nevrad_complex_float* val,
+                                      const int* indx, const int* pntrb, const int* pntre,
+                                      const nevrad_complex_float* x, int ldx,
+                                      nevrad_complex_float* y, int ldy);
+orv_sparse_status_t orv_sparse_ccsrsm_(const int* transa, const int* m, const int* n,
+                                       const nevrad_complex_float* alpha, const char* matdescra,
+                                       const nevrad_complex_float* val, const int* indx,
+                                       const int* pntrb, const int* pntre,
+                                       const nevrad_complex_float* x, const int* ldx,
+                                       nevrad_complex_float* y, const int* ldy);
+orv_sparse_status_t orv_sparse_zcsrsm(int transa, int m, int n, nevrad_complex_double alpha,
+                                      const char* matdescra, const nevrad_complex_double* val,
+                                      const int* indx, const int* pntrb, const int* pntre,
+                                      const nevrad_complex_double* x, int ldx,
+                                      nevrad_complex_double* y, int ldy);
+orv_sparse_status_t orv_sparse_zcsrsm_(const int* transa, const int* m, const int* n,
+                                       const nevrad_complex_double* alpha, const char* matdescra,
+                                       const nevrad_complex_double* val, const int* indx,
+                                       const int* pntrb, const int* pntre,
+                                       const nevrad_complex_double* x, const int* ldx,
+                                       nevrad_complex_double* y, const int* ldy);
+orv_sparse_status_t orv_sparse_scscsm(int transa, int m, int n, float alpha, const char* matdescra,
+                                      const float* val, const int* indx, const int* pntrb,
+                                      const int* pntre, const float* x, int ldx, float* y, int ldy);
+orv_sparse_status_t orv_sparse_scscsm_(const int* transa, const int* m, const int* n,
+                                       const float* alpha, const char* matdescra, const float* val,
+                                       const int* indx, const int* pntrb, const int* pntre,
+                                       const float* x, const int* ldx, float* y, const int* ldy);
+orv_sparse_status_t orv_sparse_dcscsm(int transa, int m, int n, double alpha, const char* matdescra,
+                                      const double* val, const int* indx, const int* pntrb,
+                                      const int* pntre, const double* x, int ldx, double* y,
+                                      int ldy);
+orv_sparse_status_t orv_sparse_dcscsm_(const int* transa, const int* m, const int* n,
+                                       const double* alpha, const char* matdescra,
+                                       const double* val, const int* indx, const int* pntrb,
+                                       const int* pntre, const double* x, const int* ldx, double* y,
+                                       const int* ldy);
+orv_sparse_status_t orv_sparse_ccscsm(int transa, int m, int n, nevrad_complex_float alpha,
+                                      const char* matdescra, const nevrad_complex_float* val,
+                                      const int* indx, const int* pntrb, const int* pntre,
+                                      const nevrad_complex_float* x, int ldx,
+                                      nevrad_complex_float* y, int ldy);
+orv_sparse_status_t orv_sparse_ccscsm_(const int* transa, const int* m, const int* n,
+                                       const nevrad_complex_float* alpha, const char* matdescra,
+                                       const nevrad_complex_float* val, const int* indx,
+                                       const int* pntrb, const int* pntre,
+                                       const nevrad_complex_float* x, const int* ldx,
+                                       nevrad_complex_float* y, const int* ldy);
+orv_sparse_status_t orv_sparse_zcscsm(int transa, int m, int n, nevrad_complex_double alpha,
+                                      const char* matdescra, const nevrad_complex_double* val,
+                                      const int* indx, const int* pntrb, const int* pntre,
+                                      const nevrad_complex_double* x, int ldx,
+                                      nevrad_complex_double* y, int ldy);
+orv_sparse_status_t orv_sparse_zcscsm_(const int* transa, const int* m, const int* n,
+                                       const nevrad_complex_double* alpha, const char* matdescra,
+                                       const nevrad_complex_double* val, const int* indx,
+                                       const int* pntrb, const int* pntre,
+                                       const nevrad_complex_double* x, const int* ldx,
+                                       nevrad_complex_double* y, const int* ldy);
+
+/* ---------------------------------------------------------------------------------------------
  * Sums and products of sparse matrices
  * ------------------------------------------------------------------------------------------- */
 

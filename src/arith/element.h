@@ -45,6 +45,7 @@ inline constexpr bool is_single = sizeof(real_of<T>) == sizeof(float);
 enum class conjugation : bool { no, yes };
 enum class triangle : bool { lower, upper };
 enum class diagonal : bool { stored, unit };
+enum class dense_layout : bool { row_major, column_major };
 
 constexpr triangle opposite(triangle side) {
   return side == triangle::lower ? triangle::upper : triangle::lower;

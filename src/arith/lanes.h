@@ -156,6 +156,34 @@ NEVRAD_INLINE lanes<T, W> multiply(lanes<T, W> a, lanes<T, W> b) {
   return {a.v * b.v};
 }
 
+namespace detail {
+
+// a b for complex elements side by side. With a = p + q i and b = u + v i the parts of the rounded
+// products are -(q v) and p v; the sign is exact wherever it is set.
+template <int... I, class V>
+NEVRAD_INLINE V multiply_complex(V a, V b, std::integer_sequence<int, I...>) {
+  const V re_b = __builtin_shufflevector(b, b, (I & ~1)...);
+  const V im_b = __builtin_shufflevector(b, b, (I | 1)...);
+  const V swapped_a = __builtin_shufflevector(a, a, (I ^ 1)...);
+  const V rounded = swapped_a * im_b;
+  const V negated = -rounded;
+  const V inner =
+      __builtin_shufflevector(negated, rounded, ((I & 1) != 0 ? I + int{sizeof...(I)} : I)...);
+  return __builtin_elementwise_fma(a, re_b, inner);
+}
+
+}  // namespace detail
+
+// The fused product of products.h, lane by lane.
+template <class T, int W>
+NEVRAD_INLINE lanes<T, W> multiply_fused(lanes<T, W> a, lanes<T, W> b) {
+  if constexpr (is_complex<T>) {
+    return {detail::multiply_complex(a.v, b.v, std::make_integer_sequence<int, 2 * W>{})};
+  } else {
+    return {a.v * b.v};
+  }
+}
+
 }  // namespace nevrad
 
 #if defined(__aarch64__)

@@ -1,0 +1,258 @@
+#include "sm/blocks.h"
+
+#include "arith/products.h"
+
+namespace nevrad {
+
+namespace {
+
+// 1 / a. Complex: no scaling against overflow; a zero gives NaN.
+template <class T>
+T reciprocal(T a) {
+  if constexpr (is_complex<T>) {
+    using real = real_of<T>;
+    const real size = fma(a.re, a.re, a.im * a.im);
+    return {fma(a.im, real{0}, a.re) / size, fma(a.re, real{0}, -a.im) / size};
+  } else {
+    return T{1} / a;
+  }
+}
+
+// Builds all blocks of one triangle. Rows and columns are counted in the direction of the
+// substitution ("steps": from 0 in a lower triangle, from order - 1 down in an upper one), in which
+// the two triangles are one: a block takes from each row, at its cursor, the entries whose step is
+// neither beyond the block nor beyond the row's own.
+template <triangle Side, class T>
+class block_builder {
+ public:
+  block_builder(const compressed_matrix<T>& a,
+                std::int32_t order,
+                std::int32_t* cursor,
+                sm_blocks<T>& blocks)
+      : a_(a),
+        order_(order),
+        cursor_(cursor),
+        blocks_(blocks),
+        position_(lower ? 0 : csr_entries(a)) {
+    for (std::int32_t i = 0; i < order; ++i) cursor[i] = lower ? a.begin[i] : a.end[i];
+    place_blocks();
+  }
+
+  void build(strip_lists lists) {
+    if (lists == strip_lists::where_they_fit) list_strip_rows();
+    for (std::int32_t b = 0; b < blocks_.count; ++b) {
+      fill_slab(blocks_.records[b]);
+      if (blocks_.records[b].strip != nullptr) {
+        fill_listed(blocks_.records[b]);
+      } else {
+        fill_all(blocks_.records[b]);
+      }
+      const std::int32_t slabs = blocks_.records[b].reach - b + 1;
+      if (slabs > blocks_.window) blocks_.window = slabs;
+    }
+  }
+
+ private:
+  static constexpr bool lower = Side == triangle::lower;
+
+  std::int32_t step_of(std::int32_t i) const { return lower ? i : order_ - 1 - i; }
+  std::int32_t row_at(std::int32_t step) const { return step_of(step); }
+  std::int32_t first_step(std::int32_t b) const { return b * sm_block_size; }
+  std::int32_t strip_length(std::int32_t b) const {
+    return order_ - first_step(b) - blocks_.records[b].cols;
+  }
+  // The words of a block that stand for rows of its strip.
+  strip_row* list_of(std::int32_t b) const {
+    std::int32_t* const begin = const_cast<std::int32_t*>(blocks_.records[b].begin);
+    std::int32_t* const words =
+        lower ? begin + blocks_.records[b].cols + 1 : begin - strip_length(b);
+    return reinterpret_cast<strip_row*>(words);
+  }
+
+  // Block b owns one word for each row from its slab on, and one more.
+  void place_blocks() {
+    std::int32_t* words = blocks_.pointers.get();
+    for (std::int32_t b = 0; b < blocks_.count; ++b) {
+      const std::int32_t left = order_ - first_step(b);
+      sm_block<T>& block = blocks_.records[b];
+      block.values = blocks_.values.get();
+      block.indices = blocks_.indices.get();
+      block.cols = left < sm_block_size ? left : sm_block_size;
+      block.first = lower ? first_step(b) : left - block.cols;
+      block.begin = lower ? words : words + block.first;
+      block.strip = nullptr;
+      block.strip_rows = 0;
+      block.reach = blocks_.count - 1;
+      words += left + 1;
+    }
+  }
+
+  // Lists, for every block, the rows of its strip that have entries in it. A block whose list
+  // outgrows its room goes without.
+  void list_strip_rows() {
+    for (std::int32_t step = sm_block_size; step < order_; ++step) {
+      const std::int32_t i = row_at(step);
+      const std::int32_t own = step & ~(sm_block_size - 1);
+      std::int32_t seen = 0;  // steps below it have been attended to
+      for (std::int32_t e = cursor_[i]; e != far_end(i); e += lower ? 1 : -1) {
+        const std::int32_t at = step_of(a_.indices[entry_at(e)]);
+        if (at >= own) break;
+        if (at < seen) continue;
+        const std::int32_t b = at / sm_block_size;
+        seen = first_step(b + 1);
+        sm_block<T>& block = blocks_.records[b];
+        if (block.strip_rows < strip_length(b) / 2) {
+          list_of(b)[block.strip_rows].row = i - block.first;
+        }
+        ++block.strip_rows;
+        block.reach = step / sm_block_size;
+      }
+    }
+    for (std::int32_t b = 0; b < blocks_.count; ++b) {
+      sm_block<T>& block = blocks_.records[b];
+      if (block.strip_rows <= strip_length(b) / 2) {
+        block.strip = list_of(b);
+        if (block.strip_rows == 0) block.reach = b;
+      } else {
+        block.reach = blocks_.count - 1;
+      }
+    }
+  }
+
+  // A cursor stands at the next entry in a lower triangle, one behind it in an upper one.
+  std::int32_t entry_at(std::int32_t cursor) const { return lower ? cursor : cursor - 1; }
+  std::int32_t far_end(std::int32_t i) const { return lower ? a_.end[i] : a_.begin[i]; }
+
+  void take_entries(const sm_block<T>& block, std::int32_t limit, std::int32_t i) {
+    const std::int32_t step = step_of(i);
+    const std::int32_t stop = far_end(i);
+    std::int32_t cursor = cursor_[i];
+    for (; cursor != stop; cursor += lower ? 1 : -1) {
+      const std::int32_t from = entry_at(cursor);
+      const std::int32_t at = step_of(a_.indices[from]);
+      if (at >= limit || at > step) break;
+      if (!lower) --position_;
+      blocks_.values[position_] = at == step ? reciprocal(a_.values[from]) : a_.values[from];
+      blocks_.indices[position_] = a_.indices[from] - block.first;
+      if (lower) ++position_;
+    }
+    cursor_[i] = cursor;
+  }
+
+  std::int32_t limit_of(const sm_block<T>& block) const {
+    return lower ? block.first + block.cols : order_ - block.first;
+  }
+
+  // Rows in the order of steps, each with its near bound written before and its far one after it.
+  void fill_rows(const sm_block<T>& block, std::int32_t from_step, std::int32_t to_step) {
+    std::int32_t* const begin = const_cast<std::int32_t*>(block.begin);
+    const std::int32_t limit = limit_of(block);
+    for (std::int32_t step = from_step; step < to_step; ++step) {
+      const std::int32_t i = row_at(step);
+      begin[i - block.first + (lower ? 0 : 1)] = position_;
+      take_entries(block, limit, i);
+      begin[i - block.first + (lower ? 1 : 0)] = position_;
+    }
+  }
+  void fill_slab(const sm_block<T>& block) {
+    const std::int32_t limit = limit_of(block);
+    fill_rows(block, limit - block.cols, limit);
+  }
+  void fill_all(const sm_block<T>& block) { fill_rows(block, limit_of(block), order_); }
+
+  void fill_listed(const sm_block<T>& block) {
+    strip_row* const strip = const_cast<strip_row*>(block.strip);
+    const std::int32_t limit = limit_of(block);
+    for (std::int32_t k = 0; k < block.strip_rows; ++k) {
+      take_entries(block, limit, block.first + strip[k].row);
+      strip[k].bound = position_;
+    }
+  }
+
+  const compressed_matrix<T>& a_;
+  std::int32_t order_;
+  std::int32_t* cursor_;
+  sm_blocks<T>& blocks_;
+  std::int32_t position_;  // where the next entry goes, or in an upper triangle one behind it
+};
+
+template <triangle Side, class T>
+status build_blocks(const compressed_matrix<T>& a,
+                    std::int32_t order,
+                    sm_blocks<T>& blocks,
+                    strip_lists lists) {
+  const std::int32_t nnz = csr_entries(a);
+  if (nnz == 0) return success;
+  const std::uint64_t cursor_size = sizeof(std::int32_t) * static_cast<std::uint64_t>(order);
+  const scratch<std::int32_t> cursor(rounded_aligned_alloc(cache_line, cursor_size));
+  if (!cursor) return alloc_failed;
+  const std::int32_t count = (a.cols - 1) / sm_block_size + 1;
+  const status made = sm_block_storage_alloc(order, nnz, count, blocks);
+  if (made != success) return made;
+  block_builder<Side, T>(a, order, cursor.get(), blocks).build(lists);
+  return success;
+}
+
+}  // namespace
+
+template <class T>
+status sm_block_storage_alloc(std::int32_t order,
+                              std::int32_t nnz,
+                              std::int32_t block_count,
+                              sm_blocks<T>& blocks) {
+  const auto entries = static_cast<std::uint64_t>(nnz);
+  scratch<std::int32_t> indices(rounded_aligned_alloc(cache_line, sizeof(std::int32_t) * entries));
+  if (!indices) return alloc_failed;
+  scratch<T> values(rounded_aligned_alloc(cache_line, sizeof(T) * entries));
+  if (!values) return alloc_failed;
+
+  const std::int64_t n = block_count;
+  const std::int64_t words =
+      n * (static_cast<std::int64_t>(order) + 1) - sm_block_size * ((n - 1) * n / 2);
+  std::uint64_t size = 0;
+  if (words > INT32_MAX) return alloc_failed;
+  if (checked_multiply(sizeof(std::int32_t), static_cast<std::uint64_t>(words), &size) != success) {
+    return alloc_failed;
+  }
+  scratch<std::int32_t> pointers(rounded_aligned_alloc(cache_line, size));
+  if (!pointers) return alloc_failed;
+  scratch<sm_block<T>> records(
+      plain_alloc(sizeof(sm_block<T>) * static_cast<std::uint64_t>(block_count)));
+  if (!records) return alloc_failed;
+
+  blocks.indices = static_cast<scratch<std::int32_t>&&>(indices);
+  blocks.values = static_cast<scratch<T>&&>(values);
+  blocks.pointers = static_cast<scratch<std::int32_t>&&>(pointers);
+  blocks.records = static_cast<scratch<sm_block<T>>&&>(records);
+  blocks.count = block_count;
+  blocks.order = order;
+  blocks.window = 0;
+  return success;
+}
+
+template <class T>
+status sm_build_lower_blocks(const compressed_matrix<T>& a,
+                             std::int32_t order,
+                             sm_blocks<T>& blocks,
+                             strip_lists lists) {
+  return build_blocks<triangle::lower>(a, order, blocks, lists);
+}
+
+template <class T>
+status sm_build_upper_blocks(const compressed_matrix<T>& a,
+                             std::int32_t order,
+                             sm_blocks<T>& blocks,
+                             strip_lists lists) {
+  return build_blocks<triangle::upper>(a, order, blocks, lists);
+}
+
+#define NEVRAD_INSTANTIATE(letter, T)                                                              \
+  template status sm_block_storage_alloc(std::int32_t, std::int32_t, std::int32_t, sm_blocks<T>&); \
+  template status sm_build_lower_blocks(const compressed_matrix<T>&, std::int32_t, sm_blocks<T>&,  \
+                                        strip_lists);                                              \
+  template status sm_build_upper_blocks(const compressed_matrix<T>&, std::int32_t, sm_blocks<T>&,  \
+                                        strip_lists);
+NEVRAD_FOR_EACH_TYPE(NEVRAD_INSTANTIATE)
+#undef NEVRAD_INSTANTIATE
+
+}  // namespace nevrad

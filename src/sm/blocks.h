@@ -1,0 +1,88 @@
+// A triangle cut into column blocks, as the panel solves take it.
+//
+// Columns go in blocks of 1024, counted from the side at which the substitution begins: from the
+// left for a lower triangle, from the right for an upper one. The rows with the same numbers as a
+// block's columns are its slab: solved first, and then subtracted from all rows beyond it that have
+// entries in the block, which is called the strip. Rows of a block are counted from the slab's
+// first row, so those of an upper block's strip are negative.
+//
+//      lower  \ 0                  upper  1 x x x       x  strip
+//             x \                         \ x x x       \  diagonal part: the slab's own entries
+//             x x \ 1                       \ x x 0
+//             x x x \                         \ x
+//                                               \ (block 0 on the right)
+//
+// Entries of a row stand in ascending column order, and entries of the other triangle in no block.
+// Diagonal elements are stored as their reciprocals.
+#pragma once
+
+#include "matrix/record.h"
+
+namespace nevrad {
+
+inline constexpr std::int32_t sm_block_size = 1024;
+
+// A row of a strip: its number, and the far bound of its entries in the order in which the strip
+// is stored, which is away from the slab. The near bound is that of the row before it.
+struct strip_row {
+  std::int32_t row;
+  std::int32_t bound;
+};
+
+template <class T>
+struct sm_block {
+  const T* values;
+  const std::int32_t* indices;  // columns, counted from the block's first
+  // Entries of row r are begin[r] to begin[r + 1] - 1, for the slab's rows, 0 to cols - 1; in a
+  // block without a list for those of the strip as well.
+  const std::int32_t* begin;
+  // The rows of the strip that have entries, nearest first; null when there is no list.
+  const strip_row* strip;
+  std::int32_t strip_rows;
+  std::int32_t first;  // the matrix row and column of the slab's first row
+  std::int32_t cols;   // 1024, or less in the last block
+  std::int32_t reach;  // the last block whose slab the strip touches, at least this one
+};
+
+// All blocks of a matrix. Three arrays are shared by them.
+template <class T>
+struct sm_blocks {
+  scratch<std::int32_t> indices;
+  scratch<T> values;
+  scratch<std::int32_t> pointers;
+  scratch<sm_block<T>> records;
+  std::int32_t count = 0;
+  std::int32_t order = 0;
+  // The largest number of slabs from a block's own to the last that its strip touches.
+  std::int32_t window = 0;
+};
+
+// Rows with entries in a block are listed in the room that the block's pointers would take, where
+// they fit: when at most half of the strip's rows have entries. `never` keeps a pointer a row
+// everywhere. Both forms give the same bits; without lists every strip visits all rows beyond its
+// slab, and the work grows with the square of the order whatever the matrix.
+enum class strip_lists : bool { never, where_they_fit };
+
+// Allocates the four arrays for nnz entries. Pointers take a word for every row from each block's
+// slab on, about order^2 / 2048 words in all; those that are not needed are not touched. Answers 2
+// when memory is short, or when the words are not a 32-bit number (orders beyond two million).
+template <class T>
+status sm_block_storage_alloc(std::int32_t order,
+                              std::int32_t nnz,
+                              std::int32_t block_count,
+                              sm_blocks<T>& blocks);
+
+// Cut the triangle out of a matrix with base 0 and ascending rows. A matrix without entries gives
+// no block. Answer 2 when memory is short.
+template <class T>
+status sm_build_lower_blocks(const compressed_matrix<T>& a,
+                             std::int32_t order,
+                             sm_blocks<T>& blocks,
+                             strip_lists lists = strip_lists::where_they_fit);
+template <class T>
+status sm_build_upper_blocks(const compressed_matrix<T>& a,
+                             std::int32_t order,
+                             sm_blocks<T>& blocks,
+                             strip_lists lists = strip_lists::where_they_fit);
+
+}  // namespace nevrad

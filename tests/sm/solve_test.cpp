@@ -1,0 +1,252 @@
+// Triangular solves with many right-hand sides: to the bit, and against higher precision.
+#include "sm/panels.h"
+#include "sm/reference.h"
+
+namespace nevrad_test {
+namespace {
+
+template <class T>
+class many_solve : public testing::Test {};
+TYPED_TEST_SUITE(many_solve, all_types, type_names);
+
+constexpr int column_counts[] = {1, 3, 4, 15, 16, 17, 21, 23, 31};
+constexpr int count_of_columns(int k) { return column_counts[k % 9]; }
+
+// The 48 combinations of triangular code, operation and compression.
+struct combination {
+  solve_case what;
+  compression kind;
+};
+combination combination_number(int k) {
+  return {{triangular_codes[k % 8], k / 8 % 3},
+          k / 24 % 2 == 0 ? compression::rows : compression::columns};
+}
+
+template <class T>
+void expect_reference(generator& random, const matrix<T>& a, const solve_case& c, int columns) {
+  SCOPED_TRACE(testing::Message() << c.code << ", op " << c.op << ", order " << a.rows << ", "
+                                  << columns << " columns");
+  const T alpha = random.value<T>();
+  const auto x = panel<T>::random(random, a.rows, columns, c.order(), random.integer(0, 3));
+  const panel<T> y(a.rows, columns, c.order(), random.integer(0, 3));
+  ASSERT_EQ(solve(a, c, alpha, x, y), 0);
+  EXPECT_TRUE(same_panels(y, reference_solution(a, c, alpha, x)));
+}
+
+TYPED_TEST(many_solve, agrees_with_higher_precision) {
+  using T = TypeParam;
+  for (int k = 0; k < 96; ++k) {
+    generator random(static_cast<std::uint64_t>(k));
+    SCOPED_TRACE(random);
+    auto [c, kind] = combination_number(k);
+    matrix_kind like{.base = c.base(), .typical = random.integer(0, 6)};
+    like.rows = like.cols = k % 3 == 0 ? 7 : random.integer(1, 40);
+    like.kind = kind;
+    like.diagonal = stored_diagonal::dominant;
+    const auto a = random_matrix<T>(random, like);
+    const int n = count_of_columns(k / 2);
+    SCOPED_TRACE(testing::Message() << c.code << ", op " << c.op << ", " << n << " columns");
+    const T alpha = random.value<T>();
+    const auto x = panel<T>::random(random, a.rows, n, c.order(), k % 2);
+    const panel<T> y(a.rows, n, c.order(), k % 3);
+    const budget_scope budget(budgets[k % 4]);
+    ASSERT_EQ(solve(a, c, alpha, x, y), 0);
+    EXPECT_TRUE(is_solution(y, dense_of(a, c.code.c_str(), c.op), alpha, x));
+  }
+}
+
+TYPED_TEST(many_solve, has_the_documented_bits_at_small_orders) {
+  using T = TypeParam;
+  for (int k = 0; k < 240; ++k) {
+    generator random(static_cast<std::uint64_t>(1000 + k));
+    SCOPED_TRACE(random);
+    const auto [c, kind] = combination_number(k);
+    matrix_kind like{.base = c.base(), .typical = random.integer(0, 6)};
+    like.rows = like.cols = k % 5 == 0 ? 1 : (k % 5 == 1 ? 7 : random.integer(2, 30));
+    like.kind = kind;
+    like.duplicates = random.chance(2);
+    // Missing diagonals and empty rows have an outcome too.
+    like.diagonal = k % 2 == 0 ? stored_diagonal::some : stored_diagonal::all;
+    const budget_scope budget(budgets[k % 4]);
+    expect_reference(random, random_matrix<T>(random, like), c, count_of_columns(k / 3));
+  }
+}
+
+TYPED_TEST(many_solve, has_the_documented_bits_across_blocks) {
+  using T = TypeParam;
+  int k = 0;
+  for (const int order : {1023, 1024, 1025, 2048, 2500}) {
+    // Every kind of solve at every order; operation, storage, flaw and columns go round.
+    for (int code = 0; code < 8; ++code, ++k) {
+      generator random(static_cast<std::uint64_t>(2000 + k));
+      SCOPED_TRACE(random);
+      const solve_case c{triangular_codes[code], k % 3};
+      const auto wrong = static_cast<flaw>((k / 2) % 4);
+      const auto kind = k / 3 % 2 == 0 ? compression::rows : compression::columns;
+      const budget_scope budget(budgets[k % 4]);
+      expect_reference(random, large_matrix<T>(random, order, c.base(), kind, wrong), c,
+                       count_of_columns(k));
+    }
+  }
+}
+
+TYPED_TEST(many_solve, solves_large_systems) {
+  using T = TypeParam;
+  for (int k = 0; k < 4; ++k) {
+    generator random(static_cast<std::uint64_t>(3000 + k));
+    SCOPED_TRACE(random);
+    const solve_case c{triangular_codes[2 * k + (k & 1)], k % 3};
+    const auto a = large_matrix<T>(random, 2500, c.base(), compression::rows, flaw::none);
+    const T alpha = random.value<T>();
+    const auto x = panel<T>::random(random, a.rows, 21, c.order());
+    const panel<T> y(a.rows, 21, c.order());
+    ASSERT_EQ(solve(a, c, alpha, x, y), 0);
+    const lines<T> rows = operated_rows(a, c.op);
+    for (std::int64_t j = 0; j < x.cols(); ++j) {
+      for (int i = 0; i < a.rows; ++i) {
+        wide<T> residual = widen(alpha) * widen(x(i, j));
+        wide_real<T> size = std::abs(residual);
+        const auto take = [&](wide<T> value, int column) {
+          residual -= value * widen(y(column, j));
+          size += std::abs(value) * std::abs(widen(y(column, j)));
+        };
+        for (const auto& [column, value] : rows[static_cast<std::size_t>(i)]) {
+          const bool inside = c.upper() ? column > i : column < i;
+          if (inside || (column == i && !c.unit())) take(widen(value), column);
+        }
+        if (c.unit()) take(1, i);
+        ASSERT_LE(std::abs(residual), 200 * epsilon<T> * size) << c.code << " row " << i;
+      }
+    }
+  }
+}
+
+TYPED_TEST(many_solve, is_the_same_for_every_budget_and_in_place) {
+  using T = TypeParam;
+  for (const int order : {40, 2500}) {
+    for (int code = 0; code < 8; code += order == 40 ? 1 : 5) {
+      const solve_case c{triangular_codes[code], 0};
+      generator random(static_cast<std::uint64_t>(4000 + code));
+      SCOPED_TRACE(random);
+      const auto a = large_matrix<T>(random, order, c.base(), compression::rows, flaw::none);
+      const T alpha = random.value<T>();
+      const auto x = panel<T>::random(random, order, 31, c.order(), 2);
+      const panel<T> alone(order, 31, c.order());
+      ASSERT_EQ(solve(a, c, alpha, x, alone), 0);
+      for (const int threads : budgets) {
+        const budget_scope budget(threads);
+        panel<T> y = x;
+        ASSERT_EQ(solve(a, c, alpha, y, y), 0);
+        EXPECT_TRUE(same_panels(y, alone)) << c.code << ", budget " << threads;
+        const panel<T> nested(order, 31, c.order(), 1);
+        in_callers_region([&] { EXPECT_EQ(solve(a, c, alpha, x, nested), 0); });
+        EXPECT_TRUE(same_panels(nested, alone)) << c.code << ", nested, budget " << threads;
+      }
+    }
+  }
+}
+
+// Strips with a list of their rows against strips that visit every row, on profiles for which the
+// scratch is used in turn, is just full, and has to hold everything.
+template <class T, nevrad::triangle Side>
+void expect_same_without_lists(int order, int reach) {
+  using nevrad::diagonal;
+  using nevrad::strip_lists;
+  constexpr auto by_rows = nevrad::dense_layout::row_major;
+  generator random(static_cast<std::uint64_t>(order + reach));
+  SCOPED_TRACE(testing::Message() << random << ", order " << order << ", reach " << reach);
+  lines<T> source(static_cast<std::size_t>(order));
+  for (int i = 0; i < order; ++i) {
+    const int j = Side == nevrad::triangle::lower ? i - reach : i + reach;
+    auto& line = source[static_cast<std::size_t>(i)];
+    if (0 <= j && j < i) line.emplace_back(j, random.value<T>());
+    if (i % 50 != 49) line.emplace_back(i, random.value<T>());
+    if (i < j && j < order) line.emplace_back(j, random.value<T>());
+  }
+  const auto a = compress<T>(source, order, compression::rows, 0);
+  const auto x = random.values<T>(std::int64_t{order} * 20);
+  array<T> y[2] = {array<T>(x.size()), array<T>(x.size())};
+  for (const strip_lists lists : {strip_lists::never, strip_lists::where_they_fit}) {
+    nevrad::sm_blocks<T> blocks;
+    constexpr auto build = Side == nevrad::triangle::lower ? nevrad::sm_build_lower_blocks<T>
+                                                           : nevrad::sm_build_upper_blocks<T>;
+    ASSERT_EQ(build(a.view(), order, blocks, lists), 0);
+    // Few enough rows to be listed: all of the last strips belong to the profile.
+    EXPECT_EQ(blocks.records[0].strip != nullptr, lists == strip_lists::where_they_fit);
+    const auto status =
+        nevrad::sm_panels<Side, diagonal::stored, by_rows>(blocks, x.data(), 20, 20,
+                                                           y[static_cast<int>(lists)].data(), 20,
+                                                           make<T>(0.5));
+    ASSERT_EQ(status, 0);
+  }
+  EXPECT_SAME_ARRAYS(y[1], y[0]);
+}
+
+TYPED_TEST(many_solve, visits_listed_rows_to_the_same_effect) {
+  for (const int order : {4096, 5001}) {
+    for (const int reach : {1, 700, 1024, 1025, 2047}) {
+      expect_same_without_lists<TypeParam, nevrad::triangle::lower>(order, reach);
+      expect_same_without_lists<TypeParam, nevrad::triangle::upper>(order, reach);
+    }
+  }
+}
+
+// Outcomes that are documented where a diagonal is missing, on a matrix for the naked eye:
+//
+//        . . . .      Row 0 has no entry in the lower triangle: the rows behind it work one place
+//        3 2 . .      off. Row 1: y0 = (x0 - 3 x0) / 2; row 2: y1 = (x1 - 5 y1's old x1) / 4 ...
+//        . 5 4 .
+//        . . . .
+TEST(many_solve_outcomes, an_empty_row_moves_those_behind_it) {
+  const lines<double> source = {{}, {{0, 3.0}, {1, 2.0}}, {{1, 5.0}, {2, 4.0}}, {}};
+  const auto a = compress<double>(source, 4, compression::rows, 0);
+  const array<double> x{7, 11, 13, 17};
+  array<double> y(4);
+  ASSERT_EQ(csrsm<double>(0, 4, 1, 1.0, "TLNC", a.values.data(), a.indices.data(), a.begin.data(),
+                          a.end.data(), x.data(), 1, y.data(), 1),
+            0);
+  EXPECT_SAME_ARRAYS(y, (array<double>{(7 - 3 * 7) * 0.5, (11 - 5 * 11) * 0.25, 13, 17}));
+}
+
+//        2 . .        Row 1 stores no diagonal: 3 is taken for its reciprocal as it stands, and for
+//        3 . .        a unit diagonal is passed over. Row 2 has its diagonal.
+//        . 5 4
+TEST(many_solve_outcomes, a_missing_diagonal_is_taken_from_its_neighbour) {
+  const lines<double> source = {{{0, 2.0}}, {{0, 3.0}}, {{1, 5.0}, {2, 4.0}}};
+  const auto a = compress<double>(source, 3, compression::rows, 0);
+  const array<double> x{8, 11, 13};
+  array<double> y(3);
+  const auto run = [&](const char* code) {
+    return csrsm<double>(0, 3, 1, 1.0, code, a.values.data(), a.indices.data(), a.begin.data(),
+                         a.end.data(), x.data(), 1, y.data(), 1);
+  };
+  ASSERT_EQ(run("TLNC"), 0);
+  EXPECT_SAME_ARRAYS(y, (array<double>{4, 33, (13 - 5 * 33) * 0.25}));
+  ASSERT_EQ(run("TLUC"), 0);
+  EXPECT_SAME_ARRAYS(y, (array<double>{8, 11, 13 - 5 * 11}));
+}
+
+TEST(many_solve_outcomes, a_zero_diagonal_shows_in_the_result_alone) {
+  const array<double> zero{0.0};
+  const array<complex64> complex_zero{complex64{0, 0}};
+  const array<int> index{0}, begin{0}, end{1};
+  array<double> y(1);
+  const array<double> x{3.0};
+  ASSERT_EQ(csrsm<double>(0, 1, 1, 1.0, "TLNC", zero.data(), index.data(), begin.data(), end.data(),
+                          x.data(), 1, y.data(), 1),
+            0);
+  EXPECT_TRUE(std::isinf(y[0]));
+  ASSERT_EQ(csrsm<double>(0, 1, 1, 0.0, "TLNC", zero.data(), index.data(), begin.data(), end.data(),
+                          x.data(), 1, y.data(), 1),
+            0);
+  EXPECT_TRUE(std::isnan(y[0])) << "alpha = 0 is not special";
+  array<complex64> v(1);
+  const array<complex64> u{complex64{3, 1}};
+  ASSERT_EQ(csrsm<complex64>(0, 1, 1, {1, 0}, "TUNC", complex_zero.data(), index.data(),
+                             begin.data(), end.data(), u.data(), 1, v.data(), 1),
+            0);
+  EXPECT_TRUE(element_is_nan(v[0]));
+}
+
+}  // namespace
+}  // namespace nevrad_test
