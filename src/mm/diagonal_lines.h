@@ -54,8 +54,8 @@ NEVRAD_INLINE void diag_update_line(std::int32_t length,
   std::int32_t i = 0;
   if (length >= diag_step && !overlap) {
     const std::int32_t whole = length / diag_step * diag_step;
-#pragma clang loop vectorize(assume_safety)
-    for (; i < whole; ++i) c[i] = diag_updated(c[i], diag(i), b[i], beta);
+    T* __restrict to = c;
+    for (; i < whole; ++i) to[i] = diag_updated(to[i], diag(i), b[i], beta);
   }
   for (; i < length; ++i) diag_update_element(c + i, diag(i), b + i, beta);
 }

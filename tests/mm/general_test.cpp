@@ -144,16 +144,17 @@ matrix<T> wide_rows(generator& random, int rows, int cols, int typical, int base
 
 TYPED_TEST(general_mm, adds_block_by_block) {
   using T = TypeParam;
-  for (const int cols : {5119, 5120, 5121, 10239, 10240, 10241, 12000, 15361}) {
+  // A panel and two more columns: the widths are tested elsewhere.
+  for (const int cols : {5120, 5121, 10240, 10241, 12000}) {
     // Few entries a block and many: both ways of walking blocks.
     for (const int typical : {6, 400}) {
       generator random(static_cast<std::uint64_t>(cols + typical));
       SCOPED_TRACE(testing::Message() << random << ", " << cols << " columns");
       const problem<T> by_columns(random, wide_rows<T>(random, 9, cols, typical, 1), 0,
-                                  layout::column_major, 21);
+                                  layout::column_major, 6);
       // 400 of 5119 and more entries a row are dense enough to be packed, 6 are not.
       const problem<T> by_rows(random, wide_rows<T>(random, 9, cols, typical, 0), 0,
-                               layout::row_major, 21);
+                               layout::row_major, 6);
       for (const int budget : {1, 3}) {
         SCOPED_TRACE(testing::Message() << "budget " << budget);
         EXPECT_SAME_ARRAYS(by_columns.run(budget).elements(),
