@@ -244,7 +244,7 @@ TYPED_TEST(sum, tests_values_before_pointers) {
   EXPECT_EQ((p = good, p.ib = nullptr, call(0, 0, 0, 2, 2, p)), 1);
   for (const int request : {0, 1, 2}) {
     const int unless_pattern = request == 1 ? 0 : 1;
-    ic = {1, 1, 1};
+    std::fill(ic.begin(), ic.end(), 1);
     EXPECT_EQ((p = good, p.c = nullptr, call(0, request, 0, 2, 2, p)), unless_pattern);
     EXPECT_EQ((p = good, p.jc = nullptr, call(0, request, 0, 2, 2, p)), unless_pattern);
     EXPECT_EQ((p = good, p.ic = nullptr, call(0, request, 0, 2, 2, p)), 1);
@@ -256,7 +256,7 @@ TYPED_TEST(sum, tests_values_before_pointers) {
   for (const int budget : budgets) {
     const budget_scope threads(budget);
     for (const int request : {0, 1, 2}) {
-      ic = {1, 1, 1};
+      std::fill(ic.begin(), ic.end(), 1);
       EXPECT_EQ(call(0, request, 0, 2, 2, good), 0);
       EXPECT_SAME_ARRAYS(ic, (array<int>{1, 1, 1}));
       for (const int sort : {1, 2, 3}) EXPECT_EQ(call(0, request, sort, 2, 2, good), 3);
