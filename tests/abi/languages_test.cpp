@@ -9,6 +9,12 @@
 
 namespace {
 
+// The values are compiled into users' programs; 4 is left out on purpose.
+static_assert(ORV_SPARSE_STATUS_SUCCESS == 0 && ORV_SPARSE_STATUS_NULL_POINTER == 1 &&
+              ORV_SPARSE_STATUS_ALLOC_FAILED == 2 && ORV_SPARSE_STATUS_INVALID_VALUE == 3 &&
+              ORV_SPARSE_STATUS_OVERFLOW == 5 && ORV_SPARSE_STATUS_NOT_SUPPORTED == 6);
+static_assert(sizeof(orv_sparse_status_t) == 4);
+
 // y = alpha (2 + 3i) (1 - i) + (2 + i) (10 + 20i), in numbers that every rounding leaves alone.
 template <class R>
 std::complex<R> product(std::complex<R> alpha) {

@@ -66,13 +66,14 @@ struct fault {
 template <class T>
 std::vector<fault<T>> pointer_faults(const std::vector<std::size_t>& which) {
   std::vector<fault<T>> all;
+  all.reserve(which.size());
   for (const std::size_t p : which) {
     all.push_back({ORV_SPARSE_STATUS_NULL_POINTER, [p](auto& v) { v.null[p] = true; }});
   }
   return all;
 }
 template <class T, class U>
-void add_values(std::vector<fault<T>>& all, U arguments<T>::* field, std::vector<U> values) {
+void add_values(std::vector<fault<T>>& all, U arguments<T>::* field, const std::vector<U>& values) {
   for (const U value : values) {
     all.push_back({ORV_SPARSE_STATUS_INVALID_VALUE, [=](auto& v) { v.*field = value; }});
   }
@@ -184,8 +185,11 @@ TYPED_TEST(thread_policy, lowers_to_eight_or_to_one_and_never_raises) {
       {"G00C", {1000, 1000, 799999}, 1},     // one entry too few
       {"G00F", {100000, 80000, 800000}, 8},  // a density of 0.0001 to the bit
       {"G00F", {100000, 80001, 800000}, 1},  // just below
+      {"G00F", {90000, 88889, 800001}, 1},   // 0.0001 if m * k were formed first
       {"G00C", {2, 2, 0}, 1},
       {"G00F", {1, 1, 1}, 1},
+      {"SLNF", {900, 900, 800000}, 8},
+      {"D0NC", {900, 900, 800000}, 1},  // a diagonal matrix is never worth a team
   };
   for (const auto& c : cases) {
     for (const int before : {1, 2, 7, 8, 9, 16}) {
