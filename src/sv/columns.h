@@ -38,7 +38,7 @@ inline std::int64_t split_at_diagonal(const std::int32_t* indices,
 }
 
 // y[r] -= v t over a range of entries.
-template <conjugation C, class T>
+template <conjugation C, walk Direction, class T>
 NEVRAD_INLINE void scatter_line(const T* values,
                                 const std::int32_t* indices,
                                 entry_range entries,
@@ -52,6 +52,7 @@ NEVRAD_INLINE void scatter_line(const T* values,
   };
   for (; p + entries_a_trip <= entries.last; p += entries_a_trip) {
     fetch_entries_ahead<cache::level1>(indices + p, values + p);
+    fetch_values_unless_fixed<Direction>(values + p);
     update(p);
     update(p + 1);
     update(p + 2);
@@ -81,6 +82,8 @@ void tri_solve_columns_forward(const compressed_view<T>& a,
     const std::int32_t diagonal_index = j + offset;
     const entry_range line = {begin[j] - offset, end[j] - offset};
     std::int64_t p = line.first;
+    fetch_indices_unless_fixed<walk::up>(indices + p);
+    fetch_values_unless_fixed<walk::up>(values + p);
     bool follows = false;  // whether the line's first update is that of the unknown that comes next
     lane<T> t = current;
     if (line.first < line.last) {
@@ -103,7 +106,7 @@ void tri_solve_columns_forward(const compressed_view<T>& a,
       } while (p < line.last && indices[p] == diagonal_index + 1);
       store(y + j + 1, current);
     }
-    scatter_line<C>(values, indices, {p, line.last}, t, to);
+    scatter_line<C, walk::up>(values, indices, {p, line.last}, t, to);
     if (!follows && j + 1 < line_end) current = load<1>(y + j + 1);
   }
 }
@@ -128,6 +131,8 @@ void tri_solve_columns_backward(const compressed_view<T>& a,
     const std::int32_t diagonal_index = j + offset;
     const entry_range line = {begin[j] - offset, end[j] - offset};
     std::int64_t p = line.first;
+    fetch_indices_unless_fixed<walk::down>(indices + p);
+    fetch_values_unless_fixed<walk::down>(values + p);
     bool follows = false;  // whether the line's last update is that of the unknown that comes next
     lane<T> t = current;
     if (line.first < line.last) {
@@ -150,7 +155,7 @@ void tri_solve_columns_backward(const compressed_view<T>& a,
       }
       store(y + j - 1, current);
     }
-    scatter_line<C>(values, indices, {line.first, p}, t, to);
+    scatter_line<C, walk::down>(values, indices, {line.first, p}, t, to);
     if (!follows && j > line_begin) current = load<1>(y + j - 1);
   }
 }

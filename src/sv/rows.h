@@ -89,6 +89,7 @@ NEVRAD_INLINE forward_row<T> gather_forward_row(const T* values,
   for (std::int32_t trips = length / entries_a_trip; trips > 0; --trips) {
     const std::int32_t c3 = indices[3];
     fetch_entries_ahead<cache::level1>(indices, values);
+    fetch_values_unless_fixed<walk::up>(values);
     if (c3 < diagonal_column) {
       row.s0 = multiply_add<C>(row.s0, load<1>(values), y[indices[0]]);
       row.s1 = multiply_add<C>(row.s1, load<1>(values + 1), y[indices[1]]);
@@ -138,6 +139,7 @@ void tri_solve_rows_forward(T alpha,
   for (std::int32_t i = line_begin; i < line_end; ++i) {
     const known_unknowns<T> known = {y - offset, i + offset - 1, newest};
     const std::int64_t first = begin[i] - offset;
+    fetch_indices_unless_fixed<walk::up>(indices + first);
     const T scaled = multiply_fused(x[i], alpha);
     const forward_row<T> row = gather_forward_row<D, C>(values + first, indices + first,
                                                         end[i] - begin[i], i + offset, known);
@@ -202,6 +204,7 @@ NEVRAD_INLINE backward_row<T> gather_backward_row(const T* values_end,
     values -= entries_a_trip;
     indices -= entries_a_trip;
     const std::int32_t c0 = indices[0];
+    fetch_values_unless_fixed<walk::down>(values);
     if (c0 <= diagonal_column) {
       end_backward_row<C>(row, values, indices, diagonal_column, y);
       return row;
@@ -238,6 +241,7 @@ void tri_solve_rows_backward(const compressed_view<T>& a,
   for (std::int32_t i = line_end - 1; i >= line_begin; --i) {
     const known_unknowns<T> known = {y - offset, i + offset + 1, newest};
     const std::int64_t last = end[i] - offset;
+    fetch_indices_unless_fixed<walk::down>(indices + last);
     const backward_row<T> row =
         gather_backward_row<C>(values + last, indices + last, end[i] - begin[i], i + offset, known);
     lane<T> t = load<1>(y + i);

@@ -26,6 +26,23 @@ NEVRAD_INLINE void fetch_entries_ahead(const std::int32_t* indices, const T* val
   }
 }
 
+// Where no hints are fixed, these are used: values once a trip, indices once a line, in the
+// direction of the walk. Measured against none (x86-64, d): matrices outside the last-level cache
+// gain 1.14 to 1.33 with 14 entries a line and up to 1.13 with 4, those in the second-level cache
+// lose 3 to 7 %.
+enum class walk : int { up = 1, down = -1 };
+
+template <walk Direction, class T>
+NEVRAD_INLINE void fetch_values_unless_fixed(const T* values) {
+  constexpr int ahead = 2048 * static_cast<int>(Direction);
+  if constexpr (!fixed_hints) prefetch<cache::level1>(values, ahead);
+}
+template <walk Direction>
+NEVRAD_INLINE void fetch_indices_unless_fixed(const std::int32_t* indices) {
+  constexpr int ahead = 1024 * static_cast<int>(Direction);
+  if constexpr (!fixed_hints) prefetch<cache::level1>(indices, ahead);
+}
+
 // a / d, or a / conj(d). Complex: both parts of the fused product conj(d) a (or d a) over the one
 // real denominator |d|^2, whose two products are rounded. The denominator does not wait for a.
 template <conjugation C, class T>
