@@ -165,23 +165,49 @@ double product_bytes(const matrix<T>& a) {
          static_cast<double>(a.rows()) * (sizeof(int) + 2.0 * sizeof(T));
 }
 
-// Bytes a second at which a working set as large as the product's can be read: the median of a few
-// passes of at least a millisecond.
-double read_bandwidth(double bytes, int threads) {
-  const auto size = static_cast<std::size_t>(bytes);
-  double keep = bench::read_once(size, threads);
+// Seconds of one product, and of reading as many bytes from a working set of that size. The two
+// take turns, since other users of the machine change what it can do from second to second; medians
+// of passes of at least a millisecond.
+struct pace {
+  double product = 0;
+  double read = 0;
+};
+
+template <class Run>
+double time_pass(int repeats, const Run& run) {
+  run();
   const double start = now();
-  keep += bench::read_once(size, threads);
-  const int repeats = std::max(1, static_cast<int>(1e-3 / std::max(now() - start, 1e-7)));
-  std::vector<double> seconds;
-  for (int pass = 0; pass < 9; ++pass) {
-    const double pass_start = now();
-    for (int i = 0; i < repeats; ++i) keep += bench::read_once(size, threads);
-    seconds.push_back((now() - pass_start) / repeats);
+  for (int i = 0; i < repeats; ++i) run();
+  return (now() - start) / repeats;
+}
+
+template <class T>
+pace measure_pace(const matrix<T>& a, int threads) {
+  product<T> multiply(a, threads);
+  orv_set_thread_num(threads);
+  const vector<T> x(static_cast<std::size_t>(a.cols()), T{1});
+  vector<T> y(static_cast<std::size_t>(a.rows()));
+  const auto bytes = static_cast<std::size_t>(product_bytes(a));
+  double sum = 0;
+  const auto run_product = [&] { multiply(x.data(), y.data()); };
+  const auto run_read = [&] { sum += bench::read_once(bytes, threads); };
+
+  const double first = std::max(time_pass(1, run_read), 1e-7);
+  const int repeats = std::max(1, static_cast<int>(1e-3 / first));
+  constexpr std::size_t rounds = 15;
+  vector<double> products;
+  vector<double> reads;
+  for (std::size_t round = 0; round < rounds; ++round) {
+    products.push_back(time_pass(repeats, run_product));
+    reads.push_back(time_pass(repeats, run_read));
   }
-  if (keep == 0.125) std::puts("");  // the sum is used, so the loads stay
-  std::nth_element(seconds.begin(), seconds.begin() + 4, seconds.end());
-  return bytes / seconds[4];
+  if (sum == 0.125) std::puts("");  // the sum is used, so the loads stay
+  const auto median = [](vector<double>& seconds) {
+    const auto middle = seconds.begin() + rounds / 2;
+    std::nth_element(seconds.begin(), middle, seconds.end());
+    return *middle;
+  };
+  return {median(products), median(reads)};
 }
 
 const char* explain(outcome end) {
@@ -250,15 +276,20 @@ result run(const matrix<T>& a,
 }
 
 template <class T>
-void print_speed(const matrix<T>& a, int threads, const result& got, double bandwidth) {
+void print_speed(const matrix<T>& a, int threads, const result& got, pace found) {
   const double flops = (is_complex<T> ? 8.0 : 2.0) * static_cast<double>(a.nonZeros());
   const double each = got.product_seconds / static_cast<double>(got.products);
   const double moved = product_bytes(a) / each;
   std::printf(
-      "%d thread%s %ld iterations in %.3f s, of which %.3f s in %ld products:\n"
-      "           %.2f GFLOP/s, %.2f GB/s = %.0f%% of the %.2f GB/s that this machine reads here\n",
+      "%d thread%s %ld iterations in %.3f s, of which %.3f s in %ld products: %.2f GFLOP/s, "
+      "%.2f GB/s\n",
       threads, threads == 1 ? ",  " : "s, ", got.iterations, got.seconds, got.product_seconds,
-      got.products, flops / each * 1e-9, moved * 1e-9, 100 * moved / bandwidth, bandwidth * 1e-9);
+      got.products, flops / each * 1e-9, moved * 1e-9);
+  std::printf(
+      "           in turns with reads of as many bytes: %.2f GB/s, %.0f%% of the %.2f GB/s "
+      "that this machine reads\n",
+      product_bytes(a) / found.product * 1e-9, 100 * found.read / found.product,
+      product_bytes(a) / found.read * 1e-9);
 }
 
 // Whether the answer of a run holds; says so, and why not.
@@ -357,7 +388,6 @@ int solve(const std::string& title, const matrix<T>& a, options chosen) {
   result on_one;
   for (const int threads : teams) {
     const diagonal_scaling<T> scaling(scale, threads);
-    const double before = read_bandwidth(product_bytes(a), threads);
     result got = run<T>(a, b, scaling, which, threads, chosen);
     if (got.end == outcome::indefinite && chosen.method == "auto") {
       std::puts("           the matrix is not positive definite: on with a method for any matrix");
@@ -365,8 +395,7 @@ int solve(const std::string& title, const matrix<T>& a, options chosen) {
       announce();
       got = run<T>(a, b, scaling, which, threads, chosen);
     }
-    const double after = read_bandwidth(product_bytes(a), threads);
-    print_speed(a, threads, got, std::max(before, after));
+    print_speed(a, threads, got, measure_pace(a, threads));
     all_hold = judge(got, chosen) && all_hold;
     if (threads == 1) on_one = got;
     std::fflush(stdout);
