@@ -7,7 +7,8 @@ set(NEVRAD_SANITIZER_ENVIRONMENT "")
 if(NEVRAD_SANITIZER STREQUAL "address")
   set(sanitizer_flags -fsanitize=address,undefined -fno-sanitize-recover=all)
   set(NEVRAD_SANITIZER_ENVIRONMENT
-    "ASAN_OPTIONS=detect_stack_use_after_return=1" "UBSAN_OPTIONS=print_stacktrace=1")
+    "ASAN_OPTIONS=detect_stack_use_after_return=1" "UBSAN_OPTIONS=print_stacktrace=1"
+    "LSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/cmake/leaks.supp:print_suppressions=0")
 elseif(NEVRAD_SANITIZER STREQUAL "thread")
   set(sanitizer_flags -fsanitize=thread)
   # Archer tells ThreadSanitizer how the runtime synchronises; it stands beside the runtime itself.

@@ -78,6 +78,7 @@ void for_each_dispatched_on_team(int threads, std::int32_t count, const Body& bo
 #pragma omp parallel num_threads(threads)
   {
     const int thread = omp_get_thread_num();
+    // NOLINTNEXTLINE(bugprone-branch-clone): the pragmas differ
     if constexpr (Kind == dispatch::guided) {
 #pragma omp for schedule(nonmonotonic : guided, Chunk) nowait
       for (std::int32_t i = 0; i < count; ++i) body(thread, i);

@@ -7,7 +7,6 @@ namespace nevrad_test {
 namespace {
 
 using nevrad::conjugation;
-using nevrad::lanes;
 using nevrad::rotation;
 
 template <class T, int W>

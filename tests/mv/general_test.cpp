@@ -7,6 +7,8 @@
 #include "support/oracle.h"
 #include "support/threads.h"
 
+#include <numeric>
+
 namespace nevrad_test {
 namespace {
 
@@ -166,8 +168,8 @@ TYPED_TEST(general_product, treats_gaps_as_each_walk_does) {
   using T = TypeParam;
   for (const int typical : {3, 14}) {
     generator random(4);
-    std::vector<int> lengths;
-    for (int i = 0; i < 21; ++i) lengths.push_back(random.integer(typical - 2, typical + 2));
+    std::vector<int> lengths(21);
+    for (int& length : lengths) length = random.integer(typical - 2, typical + 2);
     auto a = rows_of_lengths<T>(random, lengths, 19, 1, 2);
     for (T& value : a.values) {
       if (element_is_nan(value)) value = random.value<T>();  // gaps that show in the bits
@@ -367,8 +369,8 @@ TYPED_TEST_SUITE(conjugated_rows, complex_types, type_names);
 TYPED_TEST(conjugated_rows, conjugate_the_matrix_alone) {
   using T = TypeParam;
   generator random(11);
-  std::vector<int> lengths;
-  for (int length = 0; length < 20; ++length) lengths.push_back(length);
+  std::vector<int> lengths(20);
+  std::iota(lengths.begin(), lengths.end(), 0);
   const auto a = rows_of_lengths<T>(random, lengths, 13, 1, 1);
   const auto x = random.values<T>(13);
   const auto before = random.values<T>(20);
