@@ -51,18 +51,6 @@ void for_static_blocks_on_team(int threads, std::int32_t count, const Body& body
   }
 }
 
-// Runs body(i) for every item, on a team of `threads` threads, dealt out in turn in chunks of
-// `Chunk` items.
-template <int Chunk, class Body>
-void for_each_in_static_chunks_on_team(int threads, std::int32_t count, const Body& body) {
-  if (threads < 2) {
-    for (std::int32_t i = 0; i < count; ++i) body(i);
-    return;
-  }
-#pragma omp parallel for num_threads(threads) schedule(static, Chunk)
-  for (std::int32_t i = 0; i < count; ++i) body(i);
-}
-
 // How items of uneven cost are handed out: in chunks that shrink with what remains, or of one size.
 enum class dispatch : bool { guided, dynamic };
 

@@ -38,7 +38,7 @@ status chunked_mv_driver(const compressed_view<T>& a,
   if (vectors.allocate(count, budget) != success) return alloc_failed;
   const std::int32_t n = partition_by_fours(count, budget, vectors.bounds.get());
   for_each_chunk_on_default_team(n, [&](int c) {
-    lines(alpha, a, x, vectors[c], vectors.bounds[c], vectors.bounds[c + 1]);
+    lines(alpha, a, x, vectors.cleared(c), vectors.bounds[c], vectors.bounds[c + 1]);
   });
   for_static_blocks_on_team(n, a.rows, [&](std::int32_t first, std::int32_t last) {
     dense_scale(last - first, y + first, beta);

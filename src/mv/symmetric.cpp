@@ -26,7 +26,7 @@ status sym_mv_driver(const compressed_view<T>& a,
   scale_on_team(budget, rows, y, beta);
   const std::int32_t n = partition_by_fours(rows, budget, vectors.bounds.get());
   for_each_chunk_on_default_team(n, [&](int c) {
-    lines(alpha, a, x, vectors[c], vectors.bounds[c], vectors.bounds[c + 1]);
+    lines(alpha, a, x, vectors.cleared(c), vectors.bounds[c], vectors.bounds[c + 1]);
   });
   for_static_blocks_on_team(budget, rows, [&](std::int32_t first, std::int32_t last) {
     add_vectors(first, last, y, n, vectors);

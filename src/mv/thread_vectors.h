@@ -2,6 +2,9 @@
 #pragma once
 
 #include "frame/memory.h"
+#include "frame/regions.h"
+
+#include <string.h>
 
 namespace nevrad {
 
@@ -43,13 +46,15 @@ thread_vectors<T> thread_vectors_alloc(int budget, std::int32_t rows) {
   scratch<T*> pointers(rounded_aligned_alloc(cache_line, sizeof(T*) * budget_size));
   if (!pointers) return {};
   thread_vectors<T> vectors(static_cast<scratch<T*>&&>(pointers), 0);
+  const auto size = sizeof(T) * static_cast<std::uint64_t>(rows);
   for (int t = 0; t < budget; ++t) {
-    const auto size = sizeof(T) * static_cast<std::uint64_t>(rows);
-    void* const vector = zeroed_aligned_alloc(cache_line, size);
+    void* const vector = rounded_aligned_alloc(cache_line, size);
     if (vector == nullptr) return {};
     vectors.at_[t] = static_cast<T*>(vector);
     vectors.count_ = t + 1;
   }
+  // Each thread clears the vector that it will most likely fill.
+  for_each_part_on_team(budget, [&](int t) { memset(vectors[t], 0, size); });
   return vectors;
 }
 

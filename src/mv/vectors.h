@@ -6,6 +6,8 @@
 #include "frame/regions.h"
 #include "mv/thread_vectors.h"
 
+#include <string.h>
+
 namespace nevrad {
 
 // y_i *= beta on a team of `threads`.
@@ -26,6 +28,12 @@ struct chunk_vectors {
 
   T* operator[](int c) const { return elements.get() + static_cast<std::int64_t>(c) * length; }
 
+  T* cleared(int c) const {
+    T* const vector = (*this)[c];
+    memset(vector, 0, sizeof(T) * static_cast<std::uint64_t>(length));
+    return vector;
+  }
+
   // Answers 2 when memory is short, and also when the size does not fit.
   status allocate(std::int32_t count, int budget) {
     const auto parts = static_cast<std::uint64_t>(budget);
@@ -33,7 +41,7 @@ struct chunk_vectors {
     if (checked_multiply(static_cast<std::uint64_t>(count), parts * sizeof(T), &size) != success) {
       return alloc_failed;
     }
-    elements = scratch<T>(zeroed_aligned_alloc(cache_line, size));
+    elements = scratch<T>(rounded_aligned_alloc(cache_line, size));
     if (!elements) return alloc_failed;
     bounds = scratch<std::int32_t>(plain_alloc((parts + 1) * sizeof(std::int32_t)));
     if (!bounds) return alloc_failed;
@@ -60,26 +68,27 @@ NEVRAD_INLINE void add_vectors(std::int32_t first,
   }
 }
 
-// Phases one and three of a walk over columns, dealt out to the team in chunks of four elements.
-inline constexpr int elements_a_chunk = 4;
+// Phases one and three of a walk over columns. Elements could be dealt out in chunks of any size,
+// to the same bits; whole blocks, because small chunks make two threads write to one cache line:
+// chunks of four take four times as long.
 
 // y_i = beta y_i, and for a diagonal of ones y_i += x_i alpha: it is added here and nowhere else.
 template <diagonal Ones, class T>
 void prepare_y_on_team(int budget, std::int32_t rows, const T* x, T* y, T alpha, T beta) {
-  for_each_in_static_chunks_on_team<elements_a_chunk>(budget, rows, [=](std::int32_t i) {
-    T yi = multiply_fused(y[i], beta);
-    if constexpr (Ones == diagonal::unit) yi = multiply_add(yi, x[i], alpha);
-    y[i] = yi;
+  for_static_blocks_on_team(budget, rows, [=](std::int32_t first, std::int32_t last) {
+    for (std::int32_t i = first; i < last; ++i) {
+      T yi = multiply_fused(y[i], beta);
+      if constexpr (Ones == diagonal::unit) yi = multiply_add(yi, x[i], alpha);
+      y[i] = yi;
+    }
   });
 }
 
 // y_i += vectors[t][i], t ascending.
 template <class T>
 void add_thread_vectors(int budget, std::int32_t rows, T* y, const thread_vectors<T>& vectors) {
-  for_each_in_static_chunks_on_team<elements_a_chunk>(budget, rows, [&](std::int32_t i) {
-    T yi = y[i];
-    for (int t = 0; t < budget; ++t) yi = add(yi, vectors[t][i]);
-    y[i] = yi;
+  for_static_blocks_on_team(budget, rows, [&](std::int32_t first, std::int32_t last) {
+    add_vectors(first, last, y, budget, vectors);
   });
 }
 
