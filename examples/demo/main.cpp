@@ -167,7 +167,7 @@ double product_bytes(const matrix<T>& a) {
 
 // Seconds of one product, and of reading as many bytes from a working set of that size. The two
 // take turns, since other users of the machine change what it can do from second to second; medians
-// of passes of at least a millisecond.
+// of passes of about a millisecond.
 struct pace {
   double product = 0;
   double read = 0;
@@ -181,6 +181,13 @@ double time_pass(int repeats, const Run& run) {
   return (now() - start) / repeats;
 }
 
+// Repeats that make a pass of a millisecond, which is short enough to go undisturbed.
+template <class Run>
+int repeats_for_pass(const Run& run) {
+  const double least = std::min({time_pass(1, run), time_pass(1, run), time_pass(1, run)});
+  return std::max(1, static_cast<int>(1e-3 / std::max(least, 1e-7)));
+}
+
 template <class T>
 pace measure_pace(const matrix<T>& a, int threads) {
   product<T> multiply(a, threads);
@@ -192,14 +199,14 @@ pace measure_pace(const matrix<T>& a, int threads) {
   const auto run_product = [&] { multiply(x.data(), y.data()); };
   const auto run_read = [&] { sum += bench::read_once(bytes, threads); };
 
-  const double first = std::max(time_pass(1, run_read), 1e-7);
-  const int repeats = std::max(1, static_cast<int>(1e-3 / first));
+  const int product_repeats = repeats_for_pass(run_product);
+  const int read_repeats = repeats_for_pass(run_read);
   constexpr std::size_t rounds = 15;
   vector<double> products;
   vector<double> reads;
   for (std::size_t round = 0; round < rounds; ++round) {
-    products.push_back(time_pass(repeats, run_product));
-    reads.push_back(time_pass(repeats, run_read));
+    products.push_back(time_pass(product_repeats, run_product));
+    reads.push_back(time_pass(read_repeats, run_read));
   }
   if (sum == 0.125) std::puts("");  // the sum is used, so the loads stay
   const auto median = [](vector<double>& seconds) {
