@@ -38,18 +38,17 @@ class block_builder {
     place_blocks();
   }
 
-  void build(strip_lists lists) {
-    if (lists == strip_lists::where_they_fit) list_strip_rows();
-    for (std::int32_t b = 0; b < blocks_.count; ++b) {
-      fill_slab(blocks_.records[b]);
-      if (blocks_.records[b].strip != nullptr) {
-        fill_listed(blocks_.records[b]);
-      } else {
-        fill_all(blocks_.records[b]);
-      }
-      const std::int32_t slabs = blocks_.records[b].reach - b + 1;
-      if (slabs > blocks_.window) blocks_.window = slabs;
+  void build(triangle_form form) {
+    if (form == triangle_form::by_length) {
+      form = rows_pay() ? triangle_form::rows : triangle_form::listed_blocks;
     }
+    if (form == triangle_form::rows && find_diagonals()) {
+      blocks_.rows = &a_;
+    } else {
+      if (form != triangle_form::blocks) list_strip_rows();
+      fill_blocks();
+    }
+    place_slabs();
   }
 
  private:
@@ -61,6 +60,15 @@ class block_builder {
   std::int32_t strip_length(std::int32_t b) const {
     return order_ - first_step(b) - blocks_.records[b].cols;
   }
+  // Panels of this many slabs stay in cache by themselves; beyond it, blocks pay from this many
+  // entries on that a row has in a block in the mean.
+  static constexpr std::int32_t slabs_in_cache = 16;
+  static constexpr std::int64_t long_row = 8;
+  bool rows_pay() const {
+    const std::int64_t pairs = std::int64_t{order_} * blocks_.count / 2;
+    return blocks_.count <= slabs_in_cache || csr_entries(a_) < long_row * pairs;
+  }
+
   // The words of a block that stand for rows of its strip.
   strip_row* list_of(std::int32_t b) const {
     std::int32_t* const begin = const_cast<std::int32_t*>(blocks_.records[b].begin);
@@ -84,6 +92,54 @@ class block_builder {
       block.strip_rows = 0;
       block.reach = blocks_.count - 1;
       words += left + 1;
+    }
+  }
+
+  // Finds every row's diagonal element, and how many slabs rows reach across. False when a row has
+  // none, or several.
+  bool find_diagonals() {
+    std::int32_t slabs = 1;
+    for (std::int32_t i = 0; i < order_; ++i) {
+      const std::int32_t first = a_.begin[i];
+      const std::int32_t last = a_.end[i] - 1;
+      std::int32_t d = lower ? last : first;
+      while (first <= d && d <= last && step_of(a_.indices[d]) > step_of(i)) d += lower ? -1 : 1;
+      if (d < first || d > last || a_.indices[d] != i) return false;
+      const bool again =
+          lower ? d > first && a_.indices[d - 1] == i : d < last && a_.indices[d + 1] == i;
+      if (again) return false;
+      blocks_.pointers[i] = d;
+      blocks_.values[i] = reciprocal(a_.values[d]);
+      const std::int32_t far = step_of(a_.indices[lower ? first : last]);
+      const std::int32_t across = step_of(i) / sm_block_size - far / sm_block_size + 1;
+      if (across > slabs) slabs = across;
+    }
+    slabs_ = slabs;
+    return true;
+  }
+
+  void fill_blocks() {
+    for (std::int32_t b = 0; b < blocks_.count; ++b) {
+      fill_slab(blocks_.records[b]);
+      if (blocks_.records[b].strip != nullptr) {
+        fill_listed(blocks_.records[b]);
+      } else {
+        fill_all(blocks_.records[b]);
+      }
+      const std::int32_t across = blocks_.records[b].reach - b + 1;
+      if (across > slabs_) slabs_ = across;
+    }
+  }
+
+  // Slabs take turns where fewer than all are in use at once; else the panel is the matrix's own.
+  void place_slabs() {
+    const bool turns = slabs_ < blocks_.count;
+    blocks_.panel_rows = turns ? slabs_ * sm_block_size : order_;
+    for (std::int32_t b = 0; b < blocks_.count; ++b) {
+      sm_block<T>& block = blocks_.records[b];
+      const std::int32_t turn = b % slabs_ * sm_block_size;
+      const std::int32_t taking_turns = lower ? turn : blocks_.panel_rows - turn - block.cols;
+      block.place = turns ? taking_turns : block.first;
     }
   }
 
@@ -173,14 +229,15 @@ class block_builder {
   std::int32_t order_;
   std::int32_t* cursor_;
   sm_blocks<T>& blocks_;
-  std::int32_t position_;  // where the next entry goes, or in an upper triangle one behind it
+  std::int32_t slabs_ = 1;  // in use at once
+  std::int32_t position_;   // where the next entry goes, or in an upper triangle one behind it
 };
 
 template <triangle Side, class T>
 status build_blocks(const compressed_matrix<T>& a,
                     std::int32_t order,
                     sm_blocks<T>& blocks,
-                    strip_lists lists) {
+                    triangle_form form) {
   const std::int32_t nnz = csr_entries(a);
   if (nnz == 0) return success;
   const std::uint64_t cursor_size = sizeof(std::int32_t) * static_cast<std::uint64_t>(order);
@@ -189,7 +246,7 @@ status build_blocks(const compressed_matrix<T>& a,
   const std::int32_t count = (a.cols - 1) / sm_block_size + 1;
   const status made = sm_block_storage_alloc(order, nnz, count, blocks);
   if (made != success) return made;
-  block_builder<Side, T>(a, order, cursor.get(), blocks).build(lists);
+  block_builder<Side, T>(a, order, cursor.get(), blocks).build(form);
   return success;
 }
 
@@ -214,7 +271,8 @@ status sm_block_storage_alloc(std::int32_t order,
   if (checked_multiply(sizeof(std::int32_t), static_cast<std::uint64_t>(words), &size) != success) {
     return alloc_failed;
   }
-  scratch<std::int32_t> pointers(rounded_aligned_alloc(cache_line, size));
+  // Not where large blocks come from: most of these pages are never touched.
+  scratch<std::int32_t> pointers(plain_alloc(size));
   if (!pointers) return alloc_failed;
   scratch<sm_block<T>> records(
       plain_alloc(sizeof(sm_block<T>) * static_cast<std::uint64_t>(block_count)));
@@ -226,7 +284,8 @@ status sm_block_storage_alloc(std::int32_t order,
   blocks.records = static_cast<scratch<sm_block<T>>&&>(records);
   blocks.count = block_count;
   blocks.order = order;
-  blocks.window = 0;
+  blocks.panel_rows = order;
+  blocks.rows = nullptr;
   return success;
 }
 
@@ -234,24 +293,24 @@ template <class T>
 status sm_build_lower_blocks(const compressed_matrix<T>& a,
                              std::int32_t order,
                              sm_blocks<T>& blocks,
-                             strip_lists lists) {
-  return build_blocks<triangle::lower>(a, order, blocks, lists);
+                             triangle_form form) {
+  return build_blocks<triangle::lower>(a, order, blocks, form);
 }
 
 template <class T>
 status sm_build_upper_blocks(const compressed_matrix<T>& a,
                              std::int32_t order,
                              sm_blocks<T>& blocks,
-                             strip_lists lists) {
-  return build_blocks<triangle::upper>(a, order, blocks, lists);
+                             triangle_form form) {
+  return build_blocks<triangle::upper>(a, order, blocks, form);
 }
 
 #define NEVRAD_INSTANTIATE(letter, T)                                                              \
   template status sm_block_storage_alloc(std::int32_t, std::int32_t, std::int32_t, sm_blocks<T>&); \
   template status sm_build_lower_blocks(const compressed_matrix<T>&, std::int32_t, sm_blocks<T>&,  \
-                                        strip_lists);                                              \
+                                        triangle_form);                                              \
   template status sm_build_upper_blocks(const compressed_matrix<T>&, std::int32_t, sm_blocks<T>&,  \
-                                        strip_lists);
+                                        triangle_form);
 NEVRAD_FOR_EACH_TYPE(NEVRAD_INSTANTIATE)
 #undef NEVRAD_INSTANTIATE
 

@@ -14,6 +14,11 @@
 //
 // Entries of a row stand in ascending column order, and entries of the other triangle in no block.
 // Diagonal elements are stored as their reciprocals.
+//
+// Where every row has its diagonal element, once, the entries may stay where they are: a row of the
+// panel meets its blocks in the order of the substitution whether blocks or rows are the outer
+// loop, so the bits are the same. Rows save the copy and a pass over the panel; blocks, which keep
+// a slab in cache while all rows pass, pay when rows are long.
 #pragma once
 
 #include "matrix/record.h"
@@ -42,6 +47,7 @@ struct sm_block {
   std::int32_t first;  // the matrix row and column of the slab's first row
   std::int32_t cols;   // 1024, or less in the last block
   std::int32_t reach;  // the last block whose slab the strip touches, at least this one
+  std::int32_t place;  // the slab's first row in the panel
 };
 
 // All blocks of a matrix. Three arrays are shared by them.
@@ -53,15 +59,25 @@ struct sm_blocks {
   scratch<sm_block<T>> records;
   std::int32_t count = 0;
   std::int32_t order = 0;
-  // The largest number of slabs from a block's own to the last that its strip touches.
-  std::int32_t window = 0;
+  // Rows of the panel that are in use at once. A slab is loaded when the sweep first reaches it and
+  // stored as soon as it is solved, so slabs follow each other in as many places as the matrix
+  // couples, and the panel stays in cache for matrices with a narrow profile.
+  std::int32_t panel_rows = 0;
+  // The matrix, when the entries have stayed there; it has to outlive the blocks. The blocks are
+  // empty then, `pointers` holds the position of each row's diagonal element, and `values` its
+  // reciprocal.
+  const compressed_matrix<T>* rows = nullptr;
 };
 
-// Rows with entries in a block are listed in the room that the block's pointers would take, where
-// they fit: when at most half of the strip's rows have entries. `never` keeps a pointer a row
-// everywhere. Both forms give the same bits; without lists every strip visits all rows beyond its
-// slab, and the work grows with the square of the order whatever the matrix.
-enum class strip_lists : bool { never, where_they_fit };
+// How a triangle is held. All forms give the same bits.
+//   blocks        a pointer for every row in every block that spans it: the work grows with the
+//                 square of the order, whatever the matrix
+//   listed_blocks rows with entries in a block are listed, in the room of the pointers that are
+//                 then not needed, where they fit: at most half of a strip's rows
+//   rows          entries stay in the matrix; listed_blocks where a diagonal element is not there,
+//                 or there twice
+//   by_length     rows, or listed_blocks for long ones
+enum class triangle_form : std::uint8_t { blocks, listed_blocks, rows, by_length };
 
 // Allocates the four arrays for nnz entries. Pointers take a word for every row from each block's
 // slab on, about order^2 / 2048 words in all; those that are not needed are not touched. Answers 2
@@ -78,11 +94,11 @@ template <class T>
 status sm_build_lower_blocks(const compressed_matrix<T>& a,
                              std::int32_t order,
                              sm_blocks<T>& blocks,
-                             strip_lists lists = strip_lists::where_they_fit);
+                             triangle_form form = triangle_form::by_length);
 template <class T>
 status sm_build_upper_blocks(const compressed_matrix<T>& a,
                              std::int32_t order,
                              sm_blocks<T>& blocks,
-                             strip_lists lists = strip_lists::where_they_fit);
+                             triangle_form form = triangle_form::by_length);
 
 }  // namespace nevrad

@@ -1,6 +1,7 @@
 #include "sm/drivers.h"
 
 #include "frame/regions.h"
+#include "matrix/sorted_rows.h"
 #include "sm/panels.h"
 
 #include <atomic>
@@ -9,18 +10,6 @@ namespace nevrad {
 
 namespace {
 
-// Whether every row's columns stand in order, so that sorting would change nothing: the sort is
-// stable.
-template <class T>
-bool rows_ascend(const compressed_matrix<T>& a) {
-  for (std::int32_t i = 0; i < a.rows; ++i) {
-    for (std::int64_t e = std::int64_t{a.begin[i]} + 1; e < a.end[i]; ++e) {
-      if (a.indices[e] < a.indices[e - 1]) return false;
-    }
-  }
-  return true;
-}
-
 template <triangle Side, class T>
 status build_blocks(const compressed_matrix<T>& a, sm_blocks<T>& blocks) {
   if constexpr (Side == triangle::lower) {
@@ -28,18 +17,6 @@ status build_blocks(const compressed_matrix<T>& a, sm_blocks<T>& blocks) {
   } else {
     return sm_build_upper_blocks(a, a.rows, blocks);
   }
-}
-
-// The sorted copy lives no longer than the blocks take to build.
-template <triangle Side, class T>
-status build_sorted_blocks(const compressed_matrix<T>& a, sm_blocks<T>& blocks) {
-  if (a.sorted != 0 && a.sorted != 1) return invalid_value;
-  if (csr_entries(a) < 1) return invalid_value;
-  if (a.sorted == 1 || rows_ascend(a)) return build_blocks<Side>(a, blocks);
-  scoped_matrix<T> sorted;
-  const status made = csr_sort_by_double_transpose(a, sorted.out());
-  if (made != success) return made;
-  return build_blocks<Side>(*sorted, blocks);
 }
 
 }  // namespace
@@ -52,8 +29,14 @@ status sm_driver(const compressed_matrix<T>& a,
                  T* y,
                  std::int32_t ldy,
                  T alpha) {
+  if (a.sorted != 0 && a.sorted != 1) return invalid_value;
+  sorted_rows<T> sorted;
+  if (a.sorted == 0) {
+    const status made = sorted.sort(a);
+    if (made != success) return made;
+  }
   sm_blocks<T> blocks;
-  const status built = build_sorted_blocks<Side>(a, blocks);
+  const status built = build_blocks<Side>(a.sorted == 0 ? sorted.get() : a, blocks);
   if (built != success) return built;
   const int budget = current_thread_budget();
   if (budget == 1) {

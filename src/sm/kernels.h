@@ -63,18 +63,15 @@ void sm_strip(const sm_block<T>& block,
   }
 }
 
-// The same for a block with a list. `slab_row` is the slab's row in a panel of `panel_rows` rows
-// that continues at its other end.
+// The same for a block with a list, in a panel of `panel_rows` rows that continues at its other
+// end.
 template <triangle Side, int W, class T>
-void sm_strip_listed(const sm_block<T>& block,
-                     T* panel,
-                     std::int32_t slab_row,
-                     std::int32_t panel_rows) {
-  const T* const slab = panel + static_cast<std::int64_t>(slab_row) * W;
+void sm_strip_listed(const sm_block<T>& block, T* panel, std::int32_t panel_rows) {
+  const T* const slab = panel + static_cast<std::int64_t>(block.place) * W;
   std::int32_t near_bound = block.begin[Side == triangle::lower ? block.cols : 0];
   for (std::int32_t k = 0; k < block.strip_rows; ++k) {
     const strip_row row = block.strip[k];
-    std::int32_t at = slab_row + row.row;
+    std::int32_t at = block.place + row.row;
     if constexpr (Side == triangle::lower) {
       if (at >= panel_rows) at -= panel_rows;
       subtract_row<W>(block, slab, panel + static_cast<std::int64_t>(at) * W, near_bound,
@@ -85,6 +82,17 @@ void sm_strip_listed(const sm_block<T>& block,
                       near_bound);
     }
     near_bound = row.bound;
+  }
+}
+
+// row * factor at the end of a solve.
+template <int W, class T>
+NEVRAD_INLINE lanes<T, W> multiply_solved(lanes<T, W> row, T factor) {
+  const lanes<T, W> factors = broadcast<W>(to_lane(factor));
+  if constexpr (is_complex<T>) {
+    return multiply_add(zero_lanes<T, W>(), row, factors);
+  } else {
+    return multiply_fused(row, factors);
   }
 }
 
@@ -108,15 +116,60 @@ void sm_solve(const sm_block<T>& block, T* slab) {
     if constexpr (!lower) cursor -= W;
     lanes<T, W> row = subtract(load<W>(cursor), sum);
     if constexpr (Diagonal == diagonal::stored) {
-      const lanes<T, W> factor = broadcast<W>(load<1>(block.values + (lower ? e - 1 : p)));
-      if constexpr (is_complex<T>) {
-        row = multiply_add(zero_lanes<T, W>(), row, factor);
-      } else {
-        row = multiply_fused(row, factor);
-      }
+      row = multiply_solved<W>(row, block.values[lower ? e - 1 : p]);
     }
     store(cursor, row);
     if constexpr (lower) cursor += W;
+  }
+}
+
+// Whole rows of a triangle that has stayed in its matrix: rows `first` to `last` - 1 of block b's
+// slab, in the order of the substitution. The blocks of a row are subtracted in that order too, the
+// slab's own last, each as one sum.
+template <triangle Side, diagonal Diagonal, int W, class T>
+void sm_solve_rows(const sm_blocks<T>& blocks,
+                   std::int32_t b,
+                   T* panel,
+                   std::int32_t first,
+                   std::int32_t last) {
+  constexpr bool lower = Side == triangle::lower;
+  constexpr panel_hints hints = panel_solve_table::strip_hints<T, W>;
+  const sm_block<T>& own = blocks.records[b];
+  const T* const values = blocks.rows->values;
+  const std::int32_t* const indices = blocks.rows->indices;
+  const auto sum_of = [&](const sm_block<T>& block, std::int32_t p, std::int32_t e) {
+    const T* const row_zero = panel + static_cast<std::int64_t>(block.place - block.first) * W;
+    return multiply_panel_row<W, T, hints>(values + p, indices + p, e - p, row_zero);
+  };
+  for (std::int32_t step = first; step < last; ++step) {
+    const std::int32_t i = own.first + (lower ? step : first + last - 1 - step);
+    const std::int32_t d = blocks.pointers[i];
+    std::int32_t p = lower ? blocks.rows->begin[i] : d + 1;
+    std::int32_t e = lower ? d : blocks.rows->end[i];
+    T* const at = panel + static_cast<std::int64_t>(own.place - own.first + i) * W;
+    lanes<T, W> row = load<W>(at);
+    // The diagonal element stops the search for a segment's end: it is in the slab's own block.
+    if constexpr (lower) {
+      while (indices[p] < own.first) {
+        const sm_block<T>& block = blocks.records[indices[p] / sm_block_size];
+        std::int32_t stop = p + 1;
+        while (indices[stop] < block.first + sm_block_size) ++stop;
+        row = subtract(row, sum_of(block, p, stop));
+        p = stop;
+      }
+    } else {
+      while (indices[e - 1] >= own.first + own.cols) {
+        const sm_block<T>& block =
+            blocks.records[(blocks.order - 1 - indices[e - 1]) / sm_block_size];
+        std::int32_t start = e - 1;
+        while (indices[start - 1] >= block.first) --start;
+        row = subtract(row, sum_of(block, start, e));
+        e = start;
+      }
+    }
+    row = subtract(row, sum_of(own, p, e));
+    if constexpr (Diagonal == diagonal::stored) row = multiply_solved<W>(row, blocks.values[i]);
+    store(at, row);
   }
 }
 

@@ -19,99 +19,100 @@ struct panel_operands {
   T alpha;
 };
 
-// Where slabs stand in the scratch. A slab is loaded when the sweep first reaches it and stored as
-// soon as it is solved, so no more of them are alive at once than a strip reaches across, and the
-// scratch is used in turn: the panel stays in cache for matrices with a narrow profile. When all
-// slabs are alive, the scratch is the panel, row by row.
-template <triangle Side>
-class slab_places {
- public:
-  template <class T>
-  explicit slab_places(const sm_blocks<T>& blocks)
-      : turns_(blocks.window < blocks.count ? blocks.window : 0),
-        rows_(turns_ > 0 ? turns_ * sm_block_size : blocks.order) {}
-
-  std::int32_t rows() const { return rows_; }
-  // The scratch row of the first row of block b's slab.
-  template <class T>
-  std::int32_t row_of(const sm_block<T>& block, std::int32_t b) const {
-    if (turns_ == 0) return block.first;
-    const std::int32_t turn = b % turns_ * sm_block_size;
-    return Side == triangle::lower ? turn : rows_ - turn - block.cols;
-  }
-
- private:
-  std::int32_t turns_;
-  std::int32_t rows_;
-};
-
 template <triangle Side, diagonal Diagonal, dense_layout Layout, class T>
 class panel_solver {
  public:
   panel_solver(const sm_blocks<T>& blocks, const panel_operands<Layout, T>& operands, T* panel)
-      : blocks_(blocks), operands_(operands), panel_(panel), places_(blocks) {}
+      : blocks_(blocks), operands_(operands), panel_(panel) {}
 
   // Solves columns j to j + W - 1.
   template <int W>
   void solve(std::int32_t j) const {
-    std::int32_t loaded = 0;
-    for (std::int32_t b = 0; b < blocks_.count; ++b) {
-      const sm_block<T>& block = blocks_.records[b];
-      for (; loaded <= block.reach; ++loaded) load_slab<W>(loaded, j);
-      sm_solve<Side, Diagonal, W>(block, slab_of<W>(b));
-      if (b + 1 < blocks_.count) subtract_strip<W>(b);
-      store_slab<W>(b, j);
+    if (blocks_.rows != nullptr) {
+      solve_by_rows<W>(j);
+    } else {
+      solve_by_blocks<W>(j);
     }
   }
 
  private:
+  // Rows that are loaded, solved and stored at once: few enough for the first level of cache, and
+  // whole cache lines of a column.
+  static constexpr std::int32_t rows_at_once = 32;
+
   template <int W>
-  T* slab_of(std::int32_t b) const {
-    return panel_ + static_cast<std::int64_t>(places_.row_of(blocks_.records[b], b)) * W;
+  void solve_by_rows(std::int32_t j) const {
+    for (std::int32_t b = 0; b < blocks_.count; ++b) {
+      const std::int32_t cols = blocks_.records[b].cols;
+      for (std::int32_t done = 0; done < cols; done += rows_at_once) {
+        const std::int32_t rows = cols - done < rows_at_once ? cols - done : rows_at_once;
+        const std::int32_t first = Side == triangle::lower ? done : cols - done - rows;
+        load_rows<W>(b, first, first + rows, j);
+        sm_solve_rows<Side, Diagonal, W>(blocks_, b, panel_, first, first + rows);
+        store_rows<W>(b, first, first + rows, j);
+      }
+    }
+  }
+
+  template <int W>
+  void solve_by_blocks(std::int32_t j) const {
+    std::int32_t loaded = 0;
+    for (std::int32_t b = 0; b < blocks_.count; ++b) {
+      const sm_block<T>& block = blocks_.records[b];
+      for (; loaded <= block.reach; ++loaded) {
+        load_rows<W>(loaded, 0, blocks_.records[loaded].cols, j);
+      }
+      sm_solve<Side, Diagonal, W>(block, row_of<W>(b, 0));
+      if (b + 1 < blocks_.count) subtract_strip<W>(b);
+      store_rows<W>(b, 0, block.cols, j);
+    }
+  }
+
+  // Row r of block b's slab in the panel.
+  template <int W>
+  T* row_of(std::int32_t b, std::int32_t r) const {
+    return panel_ + (static_cast<std::int64_t>(blocks_.records[b].place) + r) * W;
   }
 
   template <int W>
   void subtract_strip(std::int32_t b) const {
     const sm_block<T>& block = blocks_.records[b];
     if (block.strip != nullptr) {
-      sm_strip_listed<Side, W>(block, panel_, places_.row_of(block, b), places_.rows());
+      sm_strip_listed<Side, W>(block, panel_, blocks_.panel_rows);
       return;
     }
     for (std::int32_t t = b + 1; t < blocks_.count; ++t) {
       const sm_block<T>& target = blocks_.records[t];
       const std::int32_t row = target.first - block.first;
-      sm_strip<W>(block, slab_of<W>(b), slab_of<W>(t), row, row + target.cols);
+      sm_strip<W>(block, row_of<W>(b, 0), row_of<W>(t, 0), row, row + target.cols);
     }
   }
 
   template <int W>
-  void load_slab(std::int32_t b, std::int32_t j) const {
-    const sm_block<T>& block = blocks_.records[b];
+  void load_rows(std::int32_t b, std::int32_t first, std::int32_t last, std::int32_t j) const {
     const auto& o = operands_;
-    const T* const at = o.x + o.element(block.first, j, o.ldx);
+    const T* const at = o.x + o.element(blocks_.records[b].first + first, j, o.ldx);
     if constexpr (Layout == dense_layout::column_major) {
-      sm_load_col<W>(slab_of<W>(b), at, o.ldx, block.cols, o.alpha);
+      sm_load_col<W>(row_of<W>(b, first), at, o.ldx, last - first, o.alpha);
     } else {
-      sm_load_row<W>(slab_of<W>(b), at, o.ldx, block.cols, o.alpha);
+      sm_load_row<W>(row_of<W>(b, first), at, o.ldx, last - first, o.alpha);
     }
   }
 
   template <int W>
-  void store_slab(std::int32_t b, std::int32_t j) const {
-    const sm_block<T>& block = blocks_.records[b];
+  void store_rows(std::int32_t b, std::int32_t first, std::int32_t last, std::int32_t j) const {
     const auto& o = operands_;
-    T* const at = o.y + o.element(block.first, j, o.ldy);
+    T* const at = o.y + o.element(blocks_.records[b].first + first, j, o.ldy);
     if constexpr (Layout == dense_layout::column_major) {
-      sm_store_col<W>(slab_of<W>(b), at, o.ldy, block.cols);
+      sm_store_col<W>(row_of<W>(b, first), at, o.ldy, last - first);
     } else {
-      sm_store_row<W>(slab_of<W>(b), at, o.ldy, block.cols);
+      sm_store_row<W>(row_of<W>(b, first), at, o.ldy, last - first);
     }
   }
 
   const sm_blocks<T>& blocks_;
   panel_operands<Layout, T> operands_;
   T* panel_;
-  slab_places<Side> places_;
 };
 
 }  // namespace
