@@ -838,13 +838,16 @@ orv_sparse_status_t orv_sparse_zcscmm_(const int* transa, const int* m, const in
  * such sum once, block by block. So a result depends neither on the number of right-hand sides nor
  * on the thread budget. alpha = 0 is not special.
  *
- * Memory, beyond a copy of A: once more the entries of A (triangular), 64 bytes a row and thread
- * for panels, and 4 bytes a row for transient use. Address space for m * m / 2048 words of 4 bytes
- * is asked for as well (2 GB at m = 1000000), of which only some 2 words for each row and each
- * block of 1024 columns in which it has entries are touched; where the system does not grant what
- * is not touched, status 2 is the answer, as it is from m = 2096128 or so on. Unsorted lines take
- * two more copies for a while. Only the part of the panels that the profile of A spans is touched.
- * Time grows with the entries of A times n, plus about two passes over A for the copies.
+ * Memory. Triangular: a copy of A (transposed operations of ?csrsm and plain ones of ?cscsm: two;
+ * lines that do not ascend: two more for a while), room for its entries once more, 64 bytes a row
+ * and thread for panels, 4 bytes a row, and address space for about m * m / 2048 words of 4 bytes:
+ * 2 GB at m = 1000000. Little of it is touched: the copies, some 12 bytes a row, and of the panels
+ * the part that the profile of A spans. A matrix with a diagonal element missing or stored twice,
+ * or with long rows, has its entries copied once more, and in addition two words touched for each
+ * row and block of 1024 columns in which it has entries. Where the system does not grant what is
+ * not touched, status 2 is the answer, as it always is from m = 2096639 on. Diagonal: the copy
+ * and, when not unit, one element a row.
+ * Time: some five passes over A, and the entries of A times n.
  *
  * Status: 1 null pointer; 3 transa, dimension, leading dimension, descriptor, or no entries in A
  * (?csrsm, and triangular rows of ?cscsm); 2 memory. On 2 the columns that threads with enough

@@ -308,7 +308,7 @@ status sm_build_upper_blocks(const compressed_matrix<T>& a,
 #define NEVRAD_INSTANTIATE(letter, T)                                                              \
   template status sm_block_storage_alloc(std::int32_t, std::int32_t, std::int32_t, sm_blocks<T>&); \
   template status sm_build_lower_blocks(const compressed_matrix<T>&, std::int32_t, sm_blocks<T>&,  \
-                                        triangle_form);                                              \
+                                        triangle_form);                                            \
   template status sm_build_upper_blocks(const compressed_matrix<T>&, std::int32_t, sm_blocks<T>&,  \
                                         triangle_form);
 NEVRAD_FOR_EACH_TYPE(NEVRAD_INSTANTIATE)
