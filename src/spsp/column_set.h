@@ -30,6 +30,7 @@ class column_set {
   }
   column_set(const column_set&) = delete;
   column_set& operator=(const column_set&) = delete;
+  ~column_set() = default;
 
   NEVRAD_INLINE void insert(std::int32_t column) {
     const auto c = static_cast<std::uint32_t>(column);
@@ -70,7 +71,7 @@ class column_set {
   static constexpr std::int64_t words_for(std::int64_t n) { return (n + bits - 1) / bits; }
   static word bit(std::uint32_t n) { return word{1} << (n % bits); }
   static int lowest(word w) { return __builtin_ctzll(w); }
-  static word* aligned(std::int32_t* memory) {
+  static word* aligned(void* memory) {
     const auto address = reinterpret_cast<std::uintptr_t>(memory);
     return reinterpret_cast<word*>((address + sizeof(word) - 1) / sizeof(word) * sizeof(word));
   }

@@ -192,7 +192,7 @@ class row_merge {
             T beta,
             const sum_target<T>& C,
             std::int64_t pos)
-      : C_(C),
+      : target_(C),
         a_(row_of(A, i)),
         b_(row_of(B, i)),
         pos_(pos),
@@ -237,9 +237,11 @@ class row_merge {
     return true;
   }
 
-  NEVRAD_INLINE void take_a(std::int32_t column) { C_.put(pos_++, column, values_a_[a_.first++]); }
+  NEVRAD_INLINE void take_a(std::int32_t column) {
+    target_.put(pos_++, column, values_a_[a_.first++]);
+  }
   NEVRAD_INLINE void take_b(std::int32_t column) {
-    C_.put(pos_++, column, scaled_entry(beta_, values_b_[b_.first++]));
+    target_.put(pos_++, column, scaled_entry(beta_, values_b_[b_.first++]));
   }
 
   NEVRAD_INLINE void step_by_branches() {
@@ -249,7 +251,7 @@ class row_merge {
       take_a(a);
       turns_ = turns_ << 2 | turn_of_a;
     } else if (a == b) {
-      C_.put(pos_++, b, summed_entry(values_a_[a_.first++], beta_, values_b_[b_.first++]));
+      target_.put(pos_++, b, summed_entry(values_a_[a_.first++], beta_, values_b_[b_.first++]));
       turns_ = turns_ << 2 | turn_of_a | turn_of_b;
     } else {
       take_b(b);
@@ -266,14 +268,14 @@ class row_merge {
     const T value = values_a_[a_.first];
     const T addend = chosen(from_a, value, minus_zero<T>());
     const T sum = summed_entry(addend, beta_, values_b_[b_.first]);
-    C_.put(pos_++, a < b ? a : b, chosen(from_b, sum, value));
+    target_.put(pos_++, a < b ? a : b, chosen(from_b, sum, value));
     a_.first -= from_a;
     b_.first -= from_b;
     turns_ = turns_ << 2 | (static_cast<std::uint64_t>(from_a) & turn_of_a) |
              (static_cast<std::uint64_t>(from_b) & turn_of_b);
   }
 
-  sum_target<T> C_;
+  sum_target<T> target_;
   row_range a_;
   row_range b_;
   std::int64_t pos_;
@@ -304,6 +306,10 @@ NEVRAD_INLINE std::int64_t merge_row(const compressed_matrix<T>& A,
 }
 
 inline constexpr std::int64_t no_limit = INT64_MAX;
+
+// The record of a dependent type carries these pointers to where they are written; lint does not
+// see it.
+// NOLINTBEGIN(readability-non-const-parameter)
 
 // Rows first to last - 1 into the places that ic gives them.
 template <class T>
@@ -343,5 +349,7 @@ status csradd_merge_checked(const compressed_matrix<T>& A,
   }
   return success;
 }
+
+// NOLINTEND(readability-non-const-parameter)
 
 }  // namespace nevrad
