@@ -34,12 +34,12 @@ class scratch {
   scratch(scratch&& other) noexcept : p_(other.release()) {}
   scratch& operator=(scratch&& other) noexcept {
     if (this != &other) {
-      release_memory(p_);
+      release_memory(static_cast<void*>(p_));
       p_ = other.release();
     }
     return *this;
   }
-  ~scratch() { release_memory(p_); }
+  ~scratch() { release_memory(static_cast<void*>(p_)); }
 
   explicit operator bool() const { return p_ != nullptr; }
   T* get() const { return p_; }

@@ -150,8 +150,10 @@ panel<T> reference_solution(const matrix<T>& a, const solve_case& c, T alpha, co
   const lines<T> rows = operated_rows(a, c.op);
   panel<T> y(x.rows(), x.cols(), c.order());
   for (std::int64_t j = 0; j < x.cols(); ++j) {
-    std::vector<T> v;
-    for (std::int64_t i = 0; i < x.rows(); ++i) v.push_back(multiply_fused(alpha, x(i, j)));
+    std::vector<T> v(static_cast<std::size_t>(x.rows()));
+    for (std::int64_t i = 0; i < x.rows(); ++i) {
+      v[static_cast<std::size_t>(i)] = multiply_fused(alpha, x(i, j));
+    }
     reference_solve<T> solve(rows, c.unit(), v);
     c.upper() ? solve.upper() : solve.lower();
     for (std::int64_t i = 0; i < x.rows(); ++i) y(i, j) = v[static_cast<std::size_t>(i)];
@@ -213,7 +215,8 @@ matrix<T> large_matrix(generator& random, int order, int base, compression kind,
         if (j != i) add(j, 0.1 / order);
       }
     }
-    if (!(wrong == flaw::missing_diagonals && random.chance(10))) {
+    const bool missing = wrong == flaw::missing_diagonals && random.chance(10);
+    if (!missing) {
       add(i, 0.5);
       line.back().second =
           nevrad::add(line.back().second, make<T>(widen(line.back().second).real() > 0 ? 1 : -1));
