@@ -2,13 +2,17 @@
 // goes; the vector operations are plain loops on as many threads.
 #pragma once
 
-#include "matrix.h"
+#include "support/problem.h"
 
 #include <cmath>
 #include <functional>
 #include <vector>
 
 namespace demo {
+
+using bench::complex;
+using bench::is_complex;
+using bench::matrix;
 
 template <class T>
 using vector = std::vector<T>;

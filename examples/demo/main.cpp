@@ -1,10 +1,10 @@
 // Solves a linear system by a Krylov method whose matrix products are nevrad's, checks the answer
 // independently, and says how fast the products ran on one thread and on all.
 #include "krylov.h"
-#include "matrix.h"
 #include "preconditioner.h"
 
 #include "support/limits.h"
+#include "support/problem.h"
 
 #include "nevrad.h"
 
@@ -457,8 +457,8 @@ int run_program(int argc, char** argv) {
   const int parsed = parse_options(argc, argv, chosen);
   if (parsed != 0) return parsed < 0 ? solved : parsed;
   try {
-    const problem given =
-        chosen.file.empty() ? make_diffusion(chosen.grid) : read_market_file(chosen.file);
+    const bench::problem given = chosen.file.empty() ? bench::make_diffusion(chosen.grid)
+                                                     : bench::read_market_system(chosen.file);
     return std::visit([&](const auto& a) { return solve(given.title, a, chosen); }, given.a);
   } catch (const std::bad_alloc&) {
     std::fprintf(stderr, "nevrad_demo: out of memory\n");

@@ -2,7 +2,8 @@
 #pragma once
 
 #include "krylov.h"
-#include "matrix.h"
+
+#include "support/problem.h"
 
 #include "nevrad.h"
 

@@ -1,4 +1,4 @@
-#include "matrix.h"
+#include "support/problem.h"
 
 #include <unsupported/Eigen/SparseExtra>
 
@@ -16,18 +16,9 @@
 #include <string_view>
 #include <vector>
 
-namespace demo {
+namespace bench {
 
 namespace {
-
-// What a file's banner and size line say.
-struct header {
-  std::string field;
-  std::string symmetry;
-  long rows = 0;
-  long cols = 0;
-  long entries = 0;
-};
 
 std::string lower_case(std::string text) {
   std::transform(text.begin(), text.end(), text.begin(),
@@ -58,13 +49,13 @@ bool parse(std::string_view word, Number& number) {
 // what stood in memory where a value is missing.
 class checker {
  public:
-  explicit checker(const std::string& path) : path_(path) {
+  checker(const std::string& path, const market_visitor& visit) : path_(path), visit_(visit) {
     if (std::filesystem::is_directory(path)) throw std::runtime_error(path + ": is a directory");
     input_.open(path);
     if (!input_) throw std::runtime_error(path + ": " + std::strerror(errno));
   }
 
-  header check() {
+  market_header check() {
     read_banner();
     read_sizes();
     check_entries();
@@ -95,12 +86,12 @@ class checker {
     const std::string object = lower_case(std::string(words[1]));
     const std::string format = lower_case(std::string(words[2]));
     if (object != "matrix" || format != "coordinate") {
-      refuse("holds a " + format + " " + object + "; only 'matrix coordinate' can be solved here");
+      refuse("holds a " + format + " " + object + "; only 'matrix coordinate' can be used here");
     }
     header_.field = lower_case(std::string(words[3]));
     header_.symmetry = lower_case(std::string(words[4]));
-    if (header_.field == "pattern") refuse("holds a pattern without values: no system to solve");
-    if (header_.field != "real" && header_.field != "integer" && header_.field != "complex") {
+    if (header_.field != "real" && header_.field != "integer" && header_.field != "complex" &&
+        header_.field != "pattern") {
       refuse("unknown field '" + header_.field + "'");
     }
     if (header_.symmetry != "general" && header_.symmetry != "symmetric" &&
@@ -114,26 +105,30 @@ class checker {
       if (line_.starts_with('%')) continue;
       const auto words = split(line_);
       if (words.empty()) continue;
-      if (words.size() != 3 || !parse(words[0], header_.rows) || !parse(words[1], header_.cols) ||
+      long rows = 0;
+      long cols = 0;
+      if (words.size() != 3 || !parse(words[0], rows) || !parse(words[1], cols) ||
           !parse(words[2], header_.entries)) {
         refuse("expected 'ROWS COLUMNS ENTRIES'");
       }
       constexpr long most = 2147483645;
-      if (header_.rows < 1 || header_.cols < 1 || header_.entries < 1 || header_.rows > most ||
-          header_.cols > most || header_.entries > most / 2) {
+      if (rows < 1 || cols < 1 || header_.entries < 1 || rows > most || cols > most ||
+          header_.entries > most / 2) {
         refuse("sizes must lie between 1 and " + std::to_string(most));
       }
-      if (header_.rows != header_.cols) {
-        refuse("the matrix is " + std::to_string(header_.rows) + " by " +
-               std::to_string(header_.cols) + ": only a square system can be solved");
+      if (header_.symmetry != "general" && rows != cols) {
+        refuse("a " + header_.symmetry + " matrix must be square");
       }
+      header_.rows = static_cast<int>(rows);
+      header_.cols = static_cast<int>(cols);
       return;
     }
     refuse("the file ends before the line with the sizes");
   }
 
   void check_entries() {
-    const std::size_t words_needed = header_.field == "complex" ? 4 : 3;
+    const std::size_t words_needed =
+        header_.field == "complex" ? 4 : (header_.field == "pattern" ? 2 : 3);
     long count = 0;
     while (next_line()) {
       if (line_.starts_with('%')) continue;
@@ -142,8 +137,11 @@ class checker {
       long row = 0;
       long col = 0;
       if (words.size() != words_needed || !parse(words[0], row) || !parse(words[1], col)) {
-        refuse("expected 'ROW COLUMN VALUE'" +
-               std::string(words_needed == 4 ? " with a real and an imaginary part" : ""));
+        refuse(
+            words_needed == 2
+                ? "expected 'ROW COLUMN'"
+                : "expected 'ROW COLUMN VALUE'" +
+                      std::string(words_needed == 4 ? " with a real and an imaginary part" : ""));
       }
       if (row < 1 || row > header_.rows || col < 1 || col > header_.cols) {
         refuse("place (" + std::to_string(row) + ", " + std::to_string(col) +
@@ -152,12 +150,15 @@ class checker {
       if (header_.symmetry != "general" && row < col) {
         refuse("an entry above the diagonal in a file that stores the lower triangle");
       }
+      bool zero = words_needed > 2;
       for (std::size_t w = 2; w < words_needed; ++w) {
         double value = 0;
         if (!parse(words[w], value) || !std::isfinite(value)) {
           refuse("'" + std::string(words[w]) + "' is not a finite number");
         }
+        zero = zero && value == 0;
       }
+      visit_(static_cast<int>(row - 1), static_cast<int>(col - 1), zero);
       ++count;
     }
     if (count != header_.entries) {
@@ -167,10 +168,11 @@ class checker {
   }
 
   std::string path_;
+  const market_visitor& visit_;
   std::ifstream input_;
   std::string line_;
   long line_number_ = 0;
-  header header_;
+  market_header header_;
 };
 
 // The reader complains of empty lines on the error stream; the checker has accepted them.
@@ -228,19 +230,35 @@ void check_lines(const std::string& path, const matrix<T>& a) {
   }
 }
 
-template <class T>
-problem load_problem(const std::string& path, const std::string& symmetry) {
-  matrix<T> a = load<T>(path, symmetry);
-  check_lines(path, a);
-  return {std::filesystem::path(path).filename().string(), std::move(a)};
-}
-
 }  // namespace
 
-problem read_market_file(const std::string& path) {
-  const header found = checker(path).check();
-  return found.field == "complex" ? load_problem<complex>(path, found.symmetry)
-                                  : load_problem<double>(path, found.symmetry);
+market_header scan_market_file(const std::string& path, const market_visitor& visit) {
+  return checker(path, visit).check();
 }
 
-}  // namespace demo
+problem read_market_file(const std::string& path) {
+  const market_header found = scan_market_file(path, [](int, int, bool) {});
+  if (found.field == "pattern") {
+    throw std::runtime_error(path + ": holds a pattern without values: no matrix to compute with");
+  }
+  const std::string title = std::filesystem::path(path).filename().string();
+  if (found.field == "complex") return {title, load<complex>(path, found.symmetry)};
+  return {title, load<double>(path, found.symmetry)};
+}
+
+problem read_market_system(const std::string& path) {
+  problem found = read_market_file(path);
+  std::visit(
+      [&](const auto& a) {
+        if (a.rows() != a.cols()) {
+          throw std::runtime_error(path + ": the matrix is " + std::to_string(a.rows()) + " by " +
+                                   std::to_string(a.cols()) +
+                                   ": only a square system can be solved");
+        }
+        check_lines(path, a);
+      },
+      found.a);
+  return found;
+}
+
+}  // namespace bench

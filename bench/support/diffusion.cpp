@@ -1,8 +1,8 @@
-#include "matrix.h"
+#include "support/problem.h"
 
 #include <cmath>
 
-namespace demo {
+namespace bench {
 
 namespace {
 
@@ -54,4 +54,4 @@ problem make_diffusion(int side) {
           std::move(a)};
 }
 
-}  // namespace demo
+}  // namespace bench
