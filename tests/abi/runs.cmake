@@ -7,3 +7,11 @@ endif()
 add_test(NAME abi_exports COMMAND
   ${CMAKE_CURRENT_SOURCE_DIR}/abi/check_exports
   $<TARGET_SONAME_FILE:nevrad> ${PROJECT_SOURCE_DIR}/include/nevrad.h ${dependencies})
+
+# Anew after functions have been added: tests/abi/check_abi --store LIBRARY include tests/abi/nevrad.abi
+if(NOT NEVRAD_SANITIZER)
+  add_test(NAME abi_types COMMAND
+    ${CMAKE_CURRENT_SOURCE_DIR}/abi/check_abi
+    $<TARGET_SONAME_FILE:nevrad> ${PROJECT_SOURCE_DIR}/include
+    ${CMAKE_CURRENT_SOURCE_DIR}/abi/nevrad.abi)
+endif()
