@@ -311,9 +311,11 @@ const registration all([] {
   const auto random = [](int n, int row, unsigned seed) {
     return [=] { return uniform_random(n, row, seed); };
   };
+  const auto far_arrow = [] { return arrow(333000); };
   compare_sum("7-point, itself, 1M", grid(52), grid(52));
   compare_sum("7-point, itself, 5M", grid(90), grid(90));
   compare_sum("27-point and 7-point, 5M and 1M", cube(57), grid(57));
+  compare_sum("arrow, itself, 1M", far_arrow, far_arrow);
   compare_sum("random of 10, random of 10, 1M", random(100000, 10, 1), random(100000, 10, 2));
   compare_sum("random of 5, random of 5, 5M", random(1000000, 5, 1), random(1000000, 5, 2));
   compare_sum("random of 50, random of 50, 5M", random(100000, 50, 1), random(100000, 50, 2));

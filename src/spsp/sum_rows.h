@@ -115,6 +115,46 @@ NEVRAD_INLINE std::int32_t common_of_ascending(const compressed_matrix<T>& A,
   return __builtin_reduce_add(found);
 }
 
+// The same for rows too close to the end of their array for blocks.
+template <class T>
+bool ascends_by_entry(const compressed_matrix<T>& a, row_range row) {
+  for (std::int64_t p = row.first + 1; p < row.last; ++p) {
+    if (a.indices[p - 1] >= a.indices[p]) return false;
+  }
+  return true;
+}
+
+template <class T>
+std::int32_t common_by_entry(const compressed_matrix<T>& A,
+                             row_range a,
+                             const compressed_matrix<T>& B,
+                             row_range b) {
+  std::int32_t common = 0;
+  while (a.first < a.last && b.first < b.last) {
+    const std::int32_t in_a = A.indices[a.first] - A.base;
+    const std::int32_t in_b = B.indices[b.first] - B.base;
+    common += in_a == in_b ? 1 : 0;
+    a.first += in_a <= in_b ? 1 : 0;
+    b.first += in_b <= in_a ? 1 : 0;
+  }
+  return common;
+}
+
+// Pairs of one row, by the cheapest way that gives the same count.
+template <class T>
+NEVRAD_INLINE std::int32_t count_common(const compressed_matrix<T>& A,
+                                        row_range a,
+                                        const compressed_matrix<T>& B,
+                                        row_range b,
+                                        bool whole_blocks) {
+  if (whole_blocks) {
+    if (ascends(A, a) && ascends(B, b)) return common_of_ascending(A, a, B, b);
+  } else if (ascends_by_entry(A, a) && ascends_by_entry(B, b)) {
+    return common_by_entry(A, a, B, b);
+  }
+  return common_columns(A, a, B, b);
+}
+
 // counts[i] = entries of row i of the sum, for rows first to last - 1.
 template <class T>
 void csradd_count(const compressed_matrix<T>& A,
@@ -128,9 +168,7 @@ void csradd_count(const compressed_matrix<T>& A,
     const row_range a = row_of(A, i);
     const row_range b = row_of(B, i);
     const bool whole_blocks = a.last <= blocks_of_a && b.last <= blocks_of_b;
-    const std::int32_t common = whole_blocks && ascends(A, a) && ascends(B, b)
-                                    ? common_of_ascending(A, a, B, b)
-                                    : common_columns(A, a, B, b);
+    const std::int32_t common = count_common(A, a, B, b, whole_blocks);
     counts[i] = static_cast<std::int32_t>(a.length() + b.length()) - common;
   }
 }

@@ -10,60 +10,10 @@ template <class T>
 class product_of_rows : public testing::Test {};
 TYPED_TEST_SUITE(product_of_rows, all_types, type_names);
 
-template <class T>
-int run(const sparse_call<T>& call, sparse_result<T>& out) {
-  const array<int> ia = call.A.pointers();
-  const array<int> ib = call.B.pointers();
-  return csrmultcsr<T>(call.transa, call.request, call.sort, call.A.rows, call.A.cols, call.B.cols,
-                       call.A.values.data(), call.A.indices.data(), ia.data(), call.B.values.data(),
-                       call.B.indices.data(), ib.data(), out.c.data(), out.jc.data(), out.ic.data(),
-                       call.nzmax);
-}
-
-template <class T>
-int rows_of_result(const sparse_call<T>& call) {
-  return call.transa == 0 ? call.A.rows : call.A.cols;
-}
-
-template <class T>
-array<int> pattern(sparse_call<T> call) {
-  call.request = 1;
-  sparse_result<T> out(rows_of_result(call), 0);
-  reference_product(call, 1, out);
-  return out.ic;
-}
-
-template <class T>
-void compare(const sparse_call<T>& call, int budget, const sparse_result<T>& before) {
-  SCOPED_TRACE(testing::Message() << "transa " << call.transa << " request " << call.request
-                                  << " nzmax " << call.nzmax << " budget " << budget);
-  sparse_result<T> want = before;
-  want.status = reference_product(call, budget, want);
-  sparse_result<T> got = before;
-  const budget_scope threads(budget);
-  got.status = run(call, got);
-  expect_same(got, want);
-}
-
-template <class T>
-void compare_capacities(sparse_call<T> call, int budget) {
-  const array<int> ic = pattern(call);
-  const int total = ic[ic.size() - 1] - 1;
-  for (call.request = 0; call.request < 3; ++call.request) {
-    for (const int nzmax :
-         {total, total - 1, total / 2, 0, -1, by_first_touch - 1, by_first_touch}) {
-      call.nzmax = nzmax;
-      sparse_result<T> before(rows_of_result(call), total);
-      if (call.request == 2) before.ic = ic;
-      compare(call, budget, before);
-    }
-  }
-}
-
 // A, B with `inner` columns and rows, `cols` columns of the result.
 template <class T>
 sparse_call<T> random_call(generator& random, int transa, int rows, int inner, int cols) {
-  sparse_call<T> call;
+  sparse_call<T> call(operation::product);
   call.transa = transa;
   call.sort = random.integer(-1000, 1000);
   matrix_kind kind{.rows = rows, .cols = inner, .base = 1};
@@ -94,7 +44,7 @@ TYPED_TEST(product_of_rows, orders_columns_of_wide_matrices) {
   for (const int cols : {1, 2, 31, 32, 33, 63, 64, 65, 1023, 1025, 4096, 4097, 40000, 300001}) {
     generator random(static_cast<std::uint64_t>(cols));
     SCOPED_TRACE(random);
-    sparse_call<T> call;
+    sparse_call<T> call(operation::product);
     lines<T> b(6);
     for (row<T>& entries : b) {
       for (int e = 0; e < 9; ++e)
@@ -121,7 +71,7 @@ TYPED_TEST(product_of_rows, orders_columns_of_wide_matrices) {
 TYPED_TEST(product_of_rows, stops_before_the_row_that_does_not_fit) {
   using T = TypeParam;
   generator random(11);
-  sparse_call<T> call;
+  sparse_call<T> call(operation::product);
   call.A = random_matrix<T>(random,
                             {.rows = 360, .cols = 5, .base = 1, .typical = 2, .duplicates = true});
   call.B = random_matrix<T>(random, {.rows = 5, .cols = 800, .base = 1, .typical = 300});
@@ -136,45 +86,19 @@ TYPED_TEST(product_of_rows, stops_before_the_row_that_does_not_fit) {
 
 TYPED_TEST(product_of_rows, follows_the_callers_row_pointers) {
   generator random(17);
-  auto call = random_call<TypeParam>(random, 0, 14, 9, 50);
-  call.request = 2;
-  array<int> ic = pattern(call);
-  for (std::int64_t i = 0; i < ic.size(); ++i) ic[i] += static_cast<int>(2 * i);
-  const int room = ic[ic.size() - 1] - ic[0];
-  for (const int budget : budgets) {
-    for (const int nzmax : {room, room - 1}) {
-      call.nzmax = nzmax;
-      sparse_result<TypeParam> before(14, room);
-      before.ic = ic;
-      compare(call, budget, before);
-    }
-  }
+  compare_callers_pointers(random_call<TypeParam>(random, 0, 14, 9, 50));
 }
 
 TYPED_TEST(product_of_rows, is_the_dense_product) {
   using T = TypeParam;
   for (int transa = 0; transa < 3; ++transa) {
     generator random(60 + static_cast<std::uint64_t>(transa));
-    auto call = random_call<T>(random, transa, 14, 11, 33);
-    const array<int> ic = pattern(call);
-    for (const int nzmax : {ic[ic.size() - 1] - 1, by_first_touch}) {
-      call.nzmax = nzmax;
-      sparse_result<T> out(14, ic[ic.size() - 1] - 1);
-      ASSERT_EQ(run(call, out), 0);
-      matrix<T> c;
-      c.rows = 14;
-      c.cols = 33;
-      c.base = 1;
-      c.values = out.c;
-      c.indices = out.jc;
-      c.begin = array<int>(14);
-      c.end = array<int>(14);
-      std::copy(out.ic.begin(), out.ic.end() - 1, c.begin.begin());
-      std::copy(out.ic.begin() + 1, out.ic.end(), c.end.begin());
-      const auto want = product(dense_of(call.A, "G00F", transa), dense_of(call.B, "G00F"),
-                                make<T>(1), make<T>(0), dense<T>(14, 33));
-      // Columns stored twice make sums of more terms than the matrix is wide.
-      EXPECT_TRUE(is_close(dense_of(c, "G00F"), want, 64));
+    const auto call = random_call<T>(random, transa, 14, 11, 33);
+    const auto want = product(dense_of(call.A, "G00F", transa), dense_of(call.B, "G00F"),
+                              make<T>(1), make<T>(0), dense<T>(14, 33));
+    // Columns stored twice make sums of more terms than the matrix is wide.
+    for (const int nzmax : {14 * 33, by_first_touch}) {
+      EXPECT_TRUE(is_close(dense_result(call, nzmax), want, 64));
     }
   }
 }
@@ -210,10 +134,8 @@ TEST(product_pattern, keeps_entries_that_cancel_and_their_order) {
 // A sum begins at +0, so that a first product of -0 does not keep its sign.
 TYPED_TEST(product_of_rows, keeps_special_values) {
   using T = TypeParam;
-  const double infinity = std::numeric_limits<double>::infinity();
-  const std::vector<T> specials{make<T>(0, -0.0), make<T>(-0.0, 0), make<T>(infinity, 1),
-                                quiet_nan<T>(), make<T>(3, -2)};
-  sparse_call<T> call;
+  const std::vector<T> specials = special_values<T>();
+  sparse_call<T> call(operation::product);
   lines<T> a;
   lines<T> b(2);
   for (const T u : specials) {

@@ -3,6 +3,7 @@
 // output arrays and statuses alike.
 #pragma once
 
+#include "support/exact.h"
 #include "support/oracle.h"
 #include "support/threads.h"
 
@@ -17,66 +18,36 @@ NEVRAD_BY_TYPE(csrmultd, orv_sparse_, csrmultd)
 template <class T>
 using row = std::vector<std::pair<int, T>>;
 
-// a b + sum by fused steps, a the first operand; conj(a) b + sum where asked for.
-template <class T>
-T fused(T a, T b, T sum, bool conjugated = false) {
-  if constexpr (is_complex<T>) {
-    const auto im = conjugated ? -a.im : a.im;
-    return {std::fma(-im, b.im, std::fma(a.re, b.re, sum.re)),
-            std::fma(im, b.re, std::fma(a.re, b.im, sum.im))};
-  } else {
-    return std::fma(a, b, sum);
-  }
-}
-
-template <class T>
-T scaled(T beta, T b) {
-  if constexpr (is_complex<T>) {
-    return {std::fma(beta.re, b.re, -(beta.im * b.im)), std::fma(beta.im, b.re, beta.re * b.im)};
-  } else {
-    return b * beta;
-  }
-}
-
-template <class T>
-T summed(T a, T beta, T b) {
-  if constexpr (is_complex<T>) {
-    const T product = scaled(beta, b);
-    return {product.re + a.re, product.im + a.im};
-  } else {
-    return std::fma(b, beta, a);
-  }
-}
+inline std::size_t at(std::int64_t i) { return static_cast<std::size_t>(i); }
 
 template <class T>
 lines<T> lines_of(const matrix<T>& a) {
-  lines<T> all(static_cast<std::size_t>(a.major()));
+  lines<T> all(at(a.major()));
   for (int i = 0; i < a.major(); ++i) {
     for (int p = a.begin[i] - a.base; p < a.end[i] - a.base; ++p) {
-      all[static_cast<std::size_t>(i)].emplace_back(a.indices[p] - a.base, a.values[p]);
+      all[at(i)].emplace_back(a.indices[p] - a.base, a.values[p]);
     }
   }
   return all;
 }
 
-// Ascending columns; equal ones keep their order.
 template <class T>
-row<T> ascending(const row<T>& entries) {
-  std::multimap<int, T> sorted;
-  for (const auto& entry : entries) sorted.insert(entry);
-  return {sorted.begin(), sorted.end()};
-}
-
-template <class T>
-lines<T> transposed(const lines<T>& a, int cols, bool conjugated) {
-  lines<T> t(static_cast<std::size_t>(cols));
+lines<T> transposed(const lines<T>& a, int cols, bool conjugated = false) {
+  lines<T> t(at(cols));
   for (std::size_t i = 0; i < a.size(); ++i) {
     for (auto [column, value] : a[i]) {
       if constexpr (is_complex<T>) value.im = conjugated ? -value.im : value.im;
-      t[static_cast<std::size_t>(column)].emplace_back(static_cast<int>(i), value);
+      t[at(column)].emplace_back(static_cast<int>(i), value);
     }
   }
   return t;
+}
+
+// Ascending columns; equal ones keep their order.
+template <class T>
+row<T> ascending(const row<T>& entries) {
+  const std::multimap<int, T> sorted(entries.begin(), entries.end());
+  return {sorted.begin(), sorted.end()};
 }
 
 template <class T>
@@ -84,9 +55,12 @@ bool has_entries(const lines<T>& a) {
   return std::any_of(a.begin(), a.end(), [](const row<T>& entries) { return !entries.empty(); });
 }
 
-// A call with a compressed result. The output arrays go in as the caller left them.
+// A call with a compressed result: A + beta op(B), or op(A) B.
+enum class operation { sum, product };
+
 template <class T>
 struct sparse_call {
+  operation what;
   int transa = 0;
   int request = 0;
   int sort = 0;
@@ -94,8 +68,13 @@ struct sparse_call {
   matrix<T> B;
   T beta = make<T>(1);
   int nzmax = 0;
+
+  explicit sparse_call(operation kind) : what(kind) {}
+  bool adds() const { return what == operation::sum; }
+  int rows() const { return adds() || transa == 0 ? A.rows : A.cols; }
 };
 
+// The output arrays go in as the caller left them.
 template <class T>
 struct sparse_result {
   int status = 0;
@@ -107,176 +86,231 @@ struct sparse_result {
   sparse_result(int rows, std::int64_t room)
       : c(room, make<T>(-77, 77)), jc(room, -77), ic(rows + 1, -77) {}
 
-  void put(std::int64_t at, int column, T value) {
-    jc[at] = column;
-    c[at] = value;
+  void put(std::int64_t p, int column, T value) {
+    jc[p] = column;
+    c[p] = value;
   }
+  int total() const { return ic[ic.size() - 1] - ic[0]; }
 };
 
 template <class T>
-void expect_same(const sparse_result<T>& got, const sparse_result<T>& want) {
+int run(const sparse_call<T>& x, sparse_result<T>& out) {
+  const array<int> ia = x.A.pointers();
+  const array<int> ib = x.B.pointers();
+  const T* const a = x.A.values.data();
+  const T* const b = x.B.values.data();
+  const int* const ja = x.A.indices.data();
+  const int* const jb = x.B.indices.data();
+  return x.adds()
+             ? csradd<T>(x.transa, x.request, x.sort, x.A.rows, x.A.cols, a, ja, ia.data(), x.beta,
+                         b, jb, ib.data(), out.c.data(), out.jc.data(), out.ic.data(), x.nzmax)
+             : csrmultcsr<T>(x.transa, x.request, x.sort, x.A.rows, x.A.cols, x.B.cols, a, ja,
+                             ia.data(), b, jb, ib.data(), out.c.data(), out.jc.data(),
+                             out.ic.data(), x.nzmax);
+}
+
+// A row of a result: how many entries are counted for it, and what is written. On one thread each
+// entry below `together` looks for its own room, the others for the room of all of them.
+template <class T>
+struct result_row {
+  int count = 0;
+  row<T> entries;
+  std::size_t together = 0;
+};
+
+template <class T>
+result_row<T> added(const row<T>& a, const row<T>& b, T beta) {
+  const auto scaled = [&](const auto& e) {
+    return std::make_pair(e.first, exact_fused_product(beta, e.second));
+  };
+  result_row<T> sum;
+  std::size_t p = 0;
+  std::size_t q = 0;
+  while (p < a.size() && q < b.size()) {
+    if (a[p].first < b[q].first) {
+      sum.entries.push_back(a[p++]);
+    } else if (a[p].first > b[q].first) {
+      sum.entries.push_back(scaled(b[q++]));
+    } else if constexpr (is_complex<T>) {
+      sum.entries.push_back(scaled(b[q++]));
+      sum.entries.back().second = exact_add(sum.entries.back().second, a[p++].second);
+    } else {
+      sum.entries.emplace_back(a[p].first, fused(b[q].second, beta, a[p].second));
+      ++p, ++q;
+    }
+  }
+  sum.together = sum.entries.size();
+  for (; p < a.size(); ++p) sum.entries.push_back(a[p]);
+  for (; q < b.size(); ++q) sum.entries.push_back(scaled(b[q]));
+  sum.count = static_cast<int>(a.size() + b.size());
+  for (const auto& e : a) {
+    for (const auto& f : b) sum.count -= e.first == f.first ? 1 : 0;
+  }
+  return sum;
+}
+
+// Columns in order of first touch.
+template <class T>
+result_row<T> multiplied(const row<T>& a, const lines<T>& b, int cols) {
+  result_row<T> product;
+  std::vector<int> place(at(cols), -1);
+  for (const auto& [k, v] : a) {
+    for (const auto& [column, u] : b[at(k)]) {
+      if (place[at(column)] < 0) {
+        place[at(column)] = product.count++;
+        product.entries.emplace_back(column, T{});
+      }
+      T& sum = product.entries[at(place[at(column)])].second;
+      sum = exact_multiply_add(sum, v, u);
+    }
+  }
+  return product;
+}
+
+// Writes the rows as the request, the budget and the capacity have it.
+template <class T>
+int deliver(const sparse_call<T>& call,
+            const std::vector<result_row<T>>& rows,
+            bool one_thread,
+            bool whole_rows,
+            sparse_result<T>& out) {
+  array<int>& ic = out.ic;
+  if (one_thread && call.request == 0) {
+    ic[0] = 1;
+    int pos = 0;
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+      const row<T>& entries = rows[i].entries;
+      for (std::size_t e = 0; e <= entries.size(); ++e) {
+        if (whole_rows && e == rows[i].together) {
+          if (pos + static_cast<int>(entries.size() - e) > call.nzmax) return 3;
+        }
+        if (e == entries.size()) break;
+        if ((!whole_rows || e < rows[i].together) && pos >= call.nzmax) return 3;
+        out.put(pos++, entries[e].first + 1, entries[e].second);
+      }
+      ic[static_cast<int>(i) + 1] = pos + 1;
+    }
+    return 0;
+  }
+  if (call.request < 2) {
+    ic[0] = 1;
+    for (int i = 1; i < ic.size(); ++i) ic[i] = ic[i - 1] + rows[at(i) - 1].count;
+  }
+  if (call.request == 1 && (one_thread || !call.adds())) return 0;
+  if (out.total() > call.nzmax) return 3;
+  if (call.request == 1) return 0;
+  const int origin = call.adds() ? ic[0] : 1;
+  for (std::size_t i = 0; i < rows.size(); ++i) {
+    std::int64_t pos = ic[static_cast<int>(i)] - origin;
+    for (const auto& [column, value] : rows[i].entries) out.put(pos++, column + origin, value);
+  }
+  return 0;
+}
+
+template <class T>
+int reference(const sparse_call<T>& call, int budget, sparse_result<T>& out) {
+  lines<T> a = lines_of(call.A);
+  lines<T> b = lines_of(call.B);
+  lines<T>* const operands[] = {&a, &b};
+  for (int o = 0; call.adds() && o < 2; ++o) {
+    if (call.sort != o + 1 && call.sort != 3) continue;
+    if (!has_entries(*operands[o])) return 3;
+    for (row<T>& entries : *operands[o]) entries = ascending(entries);
+  }
+  if (call.transa != 0) {
+    lines<T>& op = call.adds() ? b : a;
+    if (!has_entries(op)) return 3;
+    op = transposed(op, call.adds() ? call.B.cols : call.A.cols, call.transa == 2);
+  }
+  const bool one_thread = budget == 1;
+  const bool by_first_touch = one_thread && call.request == 0 && call.nzmax >= 102400;
+  std::vector<result_row<T>> rows;
+  for (std::size_t i = 0; i < a.size(); ++i) {
+    rows.push_back(call.adds() ? added(a[i], b[i], call.beta) : multiplied(a[i], b, call.B.cols));
+    if (call.adds() || by_first_touch) continue;
+    rows.back().entries = ascending(rows.back().entries);
+  }
+  return deliver(call, rows, one_thread, call.adds() || by_first_touch, out);
+}
+
+// Row pointers as request 1 gives them.
+template <class T>
+array<int> pattern(sparse_call<T> call) {
+  call.request = 1;
+  sparse_result<T> out(call.rows(), 0);
+  reference(call, 1, out);
+  return out.ic;
+}
+
+template <class T>
+void compare(const sparse_call<T>& call, int budget, const sparse_result<T>& before) {
+  SCOPED_TRACE(testing::Message() << "transa " << call.transa << " request " << call.request
+                                  << " sort " << call.sort << " nzmax " << call.nzmax << " budget "
+                                  << budget);
+  sparse_result<T> want = before;
+  want.status = reference(call, budget, want);
+  sparse_result<T> got = before;
+  const budget_scope threads(budget);
+  got.status = run(call, got);
   EXPECT_EQ(got.status, want.status);
   EXPECT_SAME_ARRAYS(got.ic, want.ic);
   EXPECT_SAME_ARRAYS(got.jc, want.jc);
   EXPECT_SAME_ARRAYS(got.c, want.c);
 }
 
-inline void sum_up(array<int>& ic) {
-  ic[0] = 1;
-  for (std::int64_t i = 1; i < ic.size(); ++i) ic[i] += ic[i - 1];
+// All requests, and capacities around the size of the result, from the arrays that request 1 would
+// give. Room beyond the capacity is what a merge of rows in no order may need.
+template <class T>
+void compare_capacities(sparse_call<T> call, int budget, int slack = 0) {
+  const array<int> ic = pattern(call);
+  const int total = ic[ic.size() - 1] - 1;
+  for (call.request = 0; call.request < 3; ++call.request) {
+    for (const int nzmax : {total, total - 1, total / 2, 0, -1, 102399, 102400}) {
+      call.nzmax = nzmax;
+      sparse_result<T> before(call.rows(), total + slack);
+      if (call.request == 2) before.ic = ic;
+      compare(call, budget, before);
+    }
+  }
 }
 
-// One row of a sum; what stands from `tail` on was copied after one of the rows had ended.
+// A caller's row pointers may leave room behind rows, and those of a sum count from another base.
 template <class T>
-struct merged_row {
-  row<T> entries;
-  std::size_t tail = 0;
-};
-template <class T>
-merged_row<T> merge(const row<T>& a, const row<T>& b, T beta) {
-  merged_row<T> m;
-  std::size_t p = 0;
-  std::size_t q = 0;
-  while (p < a.size() && q < b.size()) {
-    if (a[p].first < b[q].first) {
-      m.entries.push_back(a[p++]);
-    } else if (a[p].first == b[q].first) {
-      m.entries.emplace_back(b[q].first, summed(a[p].second, beta, b[q].second));
-      ++p, ++q;
-    } else {
-      m.entries.emplace_back(b[q].first, scaled(beta, b[q].second));
-      ++q;
+void compare_callers_pointers(sparse_call<T> call) {
+  call.request = 2;
+  array<int> ic = pattern(call);
+  for (int i = 0; i < ic.size(); ++i) ic[i] += 2 * i + (call.adds() ? 4 : 0);
+  sparse_result<T> before(call.rows(), ic[ic.size() - 1] - ic[0]);
+  before.ic = ic;
+  for (const int budget : budgets) {
+    for (const int spare : {0, -1}) {
+      call.nzmax = before.total() + spare;
+      compare(call, budget, before);
     }
   }
-  m.tail = m.entries.size();
-  for (; p < a.size(); ++p) m.entries.push_back(a[p]);
-  for (; q < b.size(); ++q) m.entries.emplace_back(b[q].first, scaled(beta, b[q].second));
-  return m;
 }
 
+// The result of a call with room enough, as a matrix.
 template <class T>
-int pairs(const row<T>& a, const row<T>& b) {
-  int n = 0;
-  for (const auto& p : a) {
-    for (const auto& q : b) n += p.first == q.first ? 1 : 0;
+dense<T> dense_result(sparse_call<T> call, int nzmax) {
+  sparse_result<T> out(call.rows(), nzmax);
+  call.nzmax = nzmax;
+  EXPECT_EQ(run(call, out), 0);
+  lines<T> c(at(call.rows()));
+  for (int i = 0; i < call.rows(); ++i) {
+    for (int p = out.ic[i] - 1; p < out.ic[i + 1] - 1; ++p) {
+      c[at(i)].emplace_back(out.jc[p] - 1, out.c[p]);
+    }
   }
-  return n;
+  const int cols = call.adds() ? call.A.cols : call.B.cols;
+  return dense_of(compress<T>(c, cols, compression::rows, 1), "G00F");
 }
 
+// Signs of zero, infinities and NaN.
 template <class T>
-int reference_sum(const sparse_call<T>& call, int budget, sparse_result<T>& out) {
-  lines<T> a = lines_of(call.A);
-  lines<T> b = lines_of(call.B);
-  if (call.sort == 1 || call.sort == 3) {
-    if (!has_entries(a)) return 3;
-    for (row<T>& entries : a) entries = ascending(entries);
-  }
-  if (call.sort == 2 || call.sort == 3) {
-    if (!has_entries(b)) return 3;
-    for (row<T>& entries : b) entries = ascending(entries);
-  }
-  if (call.transa != 0) {
-    if (!has_entries(b)) return 3;
-    b = transposed(b, call.B.cols, call.transa == 2);
-  }
-
-  if (budget == 1 && call.request == 0) {
-    out.ic[0] = 1;
-    int pos = 0;
-    for (std::size_t i = 0; i < a.size(); ++i) {
-      const merged_row<T> m = merge(a[i], b[i], call.beta);
-      for (std::size_t t = 0; t < m.tail; ++t, ++pos) {
-        if (pos >= call.nzmax) return 3;
-        out.put(pos, m.entries[t].first + 1, m.entries[t].second);
-      }
-      if (pos + static_cast<int>(m.entries.size() - m.tail) > call.nzmax) return 3;
-      for (std::size_t t = m.tail; t < m.entries.size(); ++t, ++pos) {
-        out.put(pos, m.entries[t].first + 1, m.entries[t].second);
-      }
-      out.ic[static_cast<std::int64_t>(i) + 1] = pos + 1;
-    }
-    return 0;
-  }
-  if (call.request < 2) {
-    for (std::size_t i = 0; i < a.size(); ++i) {
-      out.ic[static_cast<std::int64_t>(i) + 1] =
-          static_cast<int>(a[i].size() + b[i].size()) - pairs(a[i], b[i]);
-    }
-    sum_up(out.ic);
-  }
-  if (budget == 1 && call.request == 1) return 0;
-  if (out.ic[out.ic.size() - 1] - out.ic[0] > call.nzmax) return 3;
-  if (call.request == 1) return 0;
-  for (std::size_t i = 0; i < a.size(); ++i) {
-    std::int64_t pos = out.ic[static_cast<std::int64_t>(i)] - out.ic[0];
-    for (const auto& [column, value] : merge(a[i], b[i], call.beta).entries) {
-      out.put(pos++, out.ic[0] + column, value);
-    }
-  }
-  return 0;
-}
-
-// One row of a product, columns in order of first touch.
-template <class T>
-row<T> multiplied_row(const row<T>& a, const lines<T>& b, int cols) {
-  row<T> found;
-  std::vector<int> place(static_cast<std::size_t>(cols), -1);
-  for (const auto& [k, v] : a) {
-    for (const auto& [column, u] : b[static_cast<std::size_t>(k)]) {
-      int& at = place[static_cast<std::size_t>(column)];
-      if (at < 0) {
-        at = static_cast<int>(found.size());
-        found.emplace_back(column, T{});
-      }
-      T& sum = found[static_cast<std::size_t>(at)].second;
-      sum = fused(v, u, sum);
-    }
-  }
-  return found;
-}
-
-template <class T>
-int reference_product(const sparse_call<T>& call, int budget, sparse_result<T>& out) {
-  lines<T> a = lines_of(call.A);
-  const lines<T> b = lines_of(call.B);
-  if (call.transa != 0) {
-    if (!has_entries(a)) return 3;
-    a = transposed(a, call.A.cols, call.transa == 2);
-  }
-
-  const bool one_pass = budget == 1 && call.request == 0;
-  const bool by_first_touch = one_pass && call.nzmax >= 102400;
-  lines<T> c;
-  for (const row<T>& entries : a) {
-    c.push_back(multiplied_row(entries, b, call.B.cols));
-    if (!by_first_touch) c.back() = ascending(c.back());
-  }
-  if (one_pass) {
-    out.ic[0] = 1;
-    int pos = 0;
-    for (std::size_t i = 0; i < c.size(); ++i) {
-      if (by_first_touch && pos + static_cast<int>(c[i].size()) > call.nzmax) return 3;
-      for (const auto& [column, value] : c[i]) {
-        if (pos >= call.nzmax) return 3;
-        out.put(pos++, column + 1, value);
-      }
-      out.ic[static_cast<std::int64_t>(i) + 1] = pos + 1;
-    }
-    return 0;
-  }
-  if (call.request < 2) {
-    for (std::size_t i = 0; i < c.size(); ++i) {
-      out.ic[static_cast<std::int64_t>(i) + 1] = static_cast<int>(c[i].size());
-    }
-    sum_up(out.ic);
-    if (call.request == 1) return 0;
-  }
-  if (out.ic[out.ic.size() - 1] - out.ic[0] > call.nzmax) return 3;
-  for (std::size_t i = 0; i < c.size(); ++i) {
-    std::int64_t pos = out.ic[static_cast<std::int64_t>(i)] - 1;
-    for (const auto& [column, value] : c[i]) out.put(pos++, column + 1, value);
-  }
-  return 0;
+std::vector<T> special_values() {
+  return {make<T>(0, -0.0), make<T>(-0.0, 0), make<T>(std::numeric_limits<double>::infinity(), 1),
+          quiet_nan<T>(), make<T>(3, -2)};
 }
 
 // The dense product: columns of op(A) weighted by the entries of a column of B, four entries a
@@ -284,21 +318,23 @@ int reference_product(const sparse_call<T>& call, int budget, sparse_result<T>& 
 template <class T>
 void reference_dense_product(int transa, const matrix<T>& A, const matrix<T>& B, panel<T>& c) {
   const lines<T> a = lines_of(A);
-  const lines<T> x = transa == 0 ? transposed(a, A.cols, false) : a;
-  const lines<T> y = transposed(lines_of(B), B.cols, false);
+  const lines<T> x = transa == 0 ? transposed(a, A.cols) : a;
+  const lines<T> y = transposed(lines_of(B), B.cols);
+  const auto how = transa == 2 ? conjugate::yes : conjugate::no;
   for (std::size_t j = 0; j < y.size(); ++j) {
     const auto element = [&](int i) -> T& { return c(i, static_cast<std::int64_t>(j)); };
-    for (std::int64_t i = 0; i < c.rows(); ++i) c(i, static_cast<std::int64_t>(j)) = T{};
+    for (int i = 0; i < c.rows(); ++i) element(i) = T{};
     for (const auto& [r, v] : y[j]) {
-      const row<T>& column = x[static_cast<std::size_t>(r)];
+      const row<T>& column = x[at(r)];
       const std::size_t grouped = column.size() / 4 * 4;
       for (std::size_t e = 0; e < column.size();) {
         const std::size_t size = e < grouped ? 4 : 1;
-        std::vector<T> sums;
+        row<T> sums;
         for (std::size_t g = e; g < e + size; ++g) {
-          sums.push_back(fused(column[g].second, v, element(column[g].first), transa == 2));
+          const auto& [i, u] = column[g];
+          sums.emplace_back(i, exact_multiply_add(element(i), u, v, how));
         }
-        for (std::size_t g = 0; g < size; ++g) element(column[e + g].first) = sums[g];
+        for (const auto& [i, sum] : sums) element(i) = sum;
         e += size;
       }
     }

@@ -9,55 +9,8 @@ class sum : public testing::Test {};
 TYPED_TEST_SUITE(sum, all_types, type_names);
 
 template <class T>
-int run(const sparse_call<T>& call, sparse_result<T>& out) {
-  const array<int> ia = call.A.pointers();
-  const array<int> ib = call.B.pointers();
-  return csradd<T>(call.transa, call.request, call.sort, call.A.rows, call.A.cols,
-                   call.A.values.data(), call.A.indices.data(), ia.data(), call.beta,
-                   call.B.values.data(), call.B.indices.data(), ib.data(), out.c.data(),
-                   out.jc.data(), out.ic.data(), call.nzmax);
-}
-
-// Row pointers of the sum as request 1 gives them.
-template <class T>
-array<int> pattern(sparse_call<T> call) {
-  call.request = 1;
-  sparse_result<T> out(call.A.rows, 0);
-  reference_sum(call, 1, out);
-  return out.ic;
-}
-
-template <class T>
-void compare(const sparse_call<T>& call, int budget, const sparse_result<T>& before) {
-  SCOPED_TRACE(testing::Message() << "transa " << call.transa << " request " << call.request
-                                  << " sort " << call.sort << " nzmax " << call.nzmax << " budget "
-                                  << budget);
-  sparse_result<T> want = before;
-  want.status = reference_sum(call, budget, want);
-  sparse_result<T> got = before;
-  const budget_scope threads(budget);
-  got.status = run(call, got);
-  expect_same(got, want);
-}
-
-// Requests and capacities around the size of the result, from the arrays that request 1 would give.
-template <class T>
-void compare_capacities(sparse_call<T> call, int budget, int slack = 0) {
-  const array<int> ic = pattern(call);
-  const int total = ic[ic.size() - 1] - 1;
-  for (call.request = 0; call.request < 3; ++call.request) {
-    for (const int nzmax : {total, total - 1, total / 2, 1, 0, -1, total + 9}) {
-      call.nzmax = nzmax;
-      sparse_result<T> before(call.A.rows, total + slack);
-      if (call.request == 2) before.ic = ic;
-      compare(call, budget, before);
-    }
-  }
-}
-
-template <class T>
 sparse_call<T> random_call(generator& random, int transa, int sort) {
-  sparse_call<T> call;
+  sparse_call<T> call(operation::sum);
   call.transa = transa;
   call.sort = sort;
   call.beta = random.value<T>();
@@ -74,11 +27,11 @@ sparse_call<T> random_call(generator& random, int transa, int sort) {
 }
 
 TYPED_TEST(sum, agrees_with_plain_form) {
-  for (int round = 0; round < 24; ++round) {
+  for (int round = 0; round < 16; ++round) {
     generator random(static_cast<std::uint64_t>(round));
     SCOPED_TRACE(random);
     const int transa = round % 3;
-    const int sort = round / 3 % 4;
+    const int sort = round % 4;
     const auto call = random_call<TypeParam>(random, transa, sort);
     for (const int budget : budgets) compare_capacities(call, budget);
   }
@@ -90,7 +43,7 @@ TYPED_TEST(sum, takes_rows_in_any_order_as_they_are) {
   for (int round = 0; round < 12; ++round) {
     generator random(100 + static_cast<std::uint64_t>(round));
     SCOPED_TRACE(random);
-    sparse_call<TypeParam> call;
+    sparse_call<TypeParam> call(operation::sum);
     call.beta = random.value<TypeParam>();
     const matrix_kind kind{
         .rows = 9, .cols = 30, .base = 1, .sorted = round % 2 == 0, .duplicates = round % 3 != 0};
@@ -105,44 +58,22 @@ TYPED_TEST(sum, takes_rows_in_any_order_as_they_are) {
   }
 }
 
-// A caller's row pointers may count from another base and leave room behind rows.
 TYPED_TEST(sum, follows_the_callers_row_pointers) {
   generator random(7);
-  auto call = random_call<TypeParam>(random, 0, 0);
-  call.request = 2;
-  array<int> ic = pattern(call);
-  for (std::int64_t i = 0; i < ic.size(); ++i) ic[i] += static_cast<int>(2 * i) + 4;
-  const int room = ic[ic.size() - 1] - ic[0];
-  for (const int budget : budgets) {
-    for (const int nzmax : {room, room - 1}) {
-      call.nzmax = nzmax;
-      sparse_result<TypeParam> before(call.A.rows, room);
-      before.ic = ic;
-      compare(call, budget, before);
-    }
-  }
+  compare_callers_pointers(random_call<TypeParam>(random, 0, 0));
 }
 
 TYPED_TEST(sum, is_the_dense_sum) {
   using T = TypeParam;
   for (int transa = 0; transa < 3; ++transa) {
     generator random(40 + static_cast<std::uint64_t>(transa));
-    auto call = random_call<T>(random, transa, 3);
-    const array<int> ic = pattern(call);
-    call.nzmax = ic[ic.size() - 1] - 1;
-    sparse_result<T> out(call.A.rows, call.nzmax);
-    ASSERT_EQ(run(call, out), 0);
-    matrix<T> c = call.A;
-    c.values = out.c;
-    c.indices = out.jc;
-    std::copy(out.ic.begin(), out.ic.end() - 1, c.begin.begin());
-    std::copy(out.ic.begin() + 1, out.ic.end(), c.end.begin());
+    const auto call = random_call<T>(random, transa, 3);
     // The sum as a product with the identity: 1 I A + ... is beta I op(B) + 1 A.
-    dense<T> identity(c.rows, c.rows);
-    for (int i = 0; i < c.rows; ++i) identity(i, i) = 1;
+    dense<T> identity(call.A.rows, call.A.rows);
+    for (int i = 0; i < call.A.rows; ++i) identity(i, i) = 1;
     const auto want = product(identity, dense_of(call.B, "G00F", transa), call.beta, make<T>(1),
                               dense_of(call.A, "G00F"));
-    EXPECT_TRUE(is_close(dense_of(c, "G00F"), want, 8));
+    EXPECT_TRUE(is_close(dense_result(call, 2000), want, 8));
   }
 }
 
@@ -177,10 +108,8 @@ TEST(sum_pattern, keeps_entries_that_cancel) {
 // Signs of zero and NaN go through the merge as the operations make them.
 TYPED_TEST(sum, keeps_special_values) {
   using T = TypeParam;
-  const double infinity = std::numeric_limits<double>::infinity();
-  const std::vector<T> specials{make<T>(0, -0.0), make<T>(-0.0, 0), make<T>(infinity, 1),
-                                quiet_nan<T>(), make<T>(3, -2)};
-  sparse_call<T> call;
+  const std::vector<T> specials = special_values<T>();
+  sparse_call<T> call(operation::sum);
   lines<T> a(1);
   lines<T> b(1);
   int column = 0;
