@@ -15,8 +15,9 @@ constinit std::atomic<std::int32_t> thread_budget{1};
 }  // namespace
 
 int current_thread_budget() {
-  const int limit = omp_get_thread_limit();
   const int budget = thread_budget.load(std::memory_order_relaxed);
+  if (budget < 2) return 1;  // whatever the limit is
+  const int limit = omp_get_thread_limit();
   const int smaller = budget < limit ? budget : limit;
   return smaller < 2 ? 1 : smaller;
 }

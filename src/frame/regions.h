@@ -12,6 +12,30 @@
 
 namespace nevrad {
 
+// Regions stand in functions of their own: in a function that holds one, the runtime is asked for
+// the calling thread's number on entry, also where no region opens.
+namespace region {
+
+template <class Body>
+[[gnu::noinline]] void parts_on_team(int parts, const Body& body) {
+#pragma omp parallel num_threads(parts)
+  {
+    const int team = omp_get_num_threads();
+    for (int part = omp_get_thread_num(); part < parts; part += team) body(part);
+  }
+}
+
+template <class Body>
+[[gnu::noinline]] void static_blocks_on_team(int threads, std::int32_t count, const Body& body) {
+#pragma omp parallel num_threads(threads)
+  {
+    const static_block block = block_of(count, omp_get_num_threads(), omp_get_thread_num());
+    body(block.first, block.last);
+  }
+}
+
+}  // namespace region
+
 // Runs body(part) for every part, on a team of `parts` threads: thread t runs part t. One part runs
 // on the calling thread without the runtime, whose serialised region costs more than a small
 // matrix.
@@ -19,12 +43,8 @@ template <class Body>
 void for_each_part_on_team(int parts, const Body& body) {
   if (parts < 2) {
     body(0);
-    return;
-  }
-#pragma omp parallel num_threads(parts)
-  {
-    const int team = omp_get_num_threads();
-    for (int part = omp_get_thread_num(); part < parts; part += team) body(part);
+  } else {
+    region::parts_on_team(parts, body);
   }
 }
 
@@ -42,12 +62,8 @@ template <class Body>
 void for_static_blocks_on_team(int threads, std::int32_t count, const Body& body) {
   if (threads < 2) {
     body(0, count);
-    return;
-  }
-#pragma omp parallel num_threads(threads)
-  {
-    const static_block block = block_of(count, omp_get_num_threads(), omp_get_thread_num());
-    body(block.first, block.last);
+  } else {
+    region::static_blocks_on_team(threads, count, body);
   }
 }
 

@@ -16,8 +16,30 @@ struct long_rows_table {
   static constexpr bool wide = C == conjugation::no && !(is_complex<T> && !is_single<T>);
   static constexpr int entries_a_trip = wide ? 8 : 4;
   static constexpr int near_ahead = wide ? 512 : 256;  // level 1, keep
-  static constexpr int far_ahead = 4096;               // level 2, keep; on x86-64 it brings nothing
+  static constexpr int far_ahead = 4096;               // level 2, keep
 };
+
+// How the kernel keeps memory busy. Where no hint is fixed it depends on where the matrix lies:
+// within the caches every hint costs; outside, both arrays are wanted in level 2 some 2400 bytes
+// early (the hardware's own prefetch stops at the end of a page), and the elements of x that the
+// entries ahead ask for in level 1, since a miss there waits behind those of the streams.
+enum class traffic { fixed, in_cache, outside };
+
+namespace long_rows_outside {
+
+inline constexpr std::int64_t from_bytes = 16 << 20;
+template <class T>
+inline constexpr int entries_ahead = 2400 / (sizeof(T) + sizeof(std::int32_t));
+inline constexpr int elements_ahead = 64;  // entries between a trip and those whose x it fetches
+
+}  // namespace long_rows_outside
+
+template <class T>
+NEVRAD_INLINE bool lies_outside_cache(const compressed_view<T>& a) {
+  const std::int64_t entries = a.end[a.rows - 1] - a.begin[0];
+  return entries * static_cast<std::int64_t>(sizeof(T) + sizeof(std::int32_t)) >=
+         long_rows_outside::from_bytes;
+}
 
 // y_i out of the row's four sums.
 template <class T>
@@ -38,7 +60,7 @@ write_back(T* y, lane<T> s0, lane<T> s1, lane<T> s2, lane<T> s3, T alpha, T beta
   }
 }
 
-template <conjugation C, class T>
+template <conjugation C, traffic H, class T>
 void long_rows(const T& alpha_at,
                const compressed_view<T>& a,
                const T* x,
@@ -47,6 +69,7 @@ void long_rows(const T& alpha_at,
                std::int32_t row_begin,
                std::int32_t row_end) {
   using table = long_rows_table<C, T>;
+  using namespace long_rows_outside;
   constexpr int trip = table::entries_a_trip;
   const std::int32_t offset = a.begin[0];
   const T alpha = alpha_at;
@@ -54,6 +77,11 @@ void long_rows(const T& alpha_at,
   const T* const values = a.values;
   const std::int32_t* const indices = a.indices;
   const T* const from = x - offset;
+  // Entries below the end of the last row can be read ahead of their turn.
+  [[maybe_unused]] std::int64_t elements_stop = 0;
+  if constexpr (H == traffic::outside) {
+    if (row_begin < row_end) elements_stop = a.end[row_end - 1] - offset - elements_ahead - trip;
+  }
 
   for (std::int32_t i = row_begin; i < row_end; ++i) {
     std::int64_t p = a.begin[i] - offset;
@@ -61,13 +89,23 @@ void long_rows(const T& alpha_at,
 
     lanes<T, 4> sums = zero_lanes<T, 4>();
     for (const std::int64_t stop = last - (trip - 1); p < stop; p += trip) {
+      if constexpr (H == traffic::outside) {
+        const std::int64_t ahead = p < elements_stop ? p + elements_ahead : p;
+        for (int r = 0; r < trip; r += 4) {
+          prefetch<cache::level1>(from, indices[ahead + r] * std::ptrdiff_t{sizeof(T)});
+        }
+        prefetch<cache::level2>(values + p, entries_ahead<T> * sizeof(T));
+        prefetch<cache::level2>(indices + p, entries_ahead<T> * sizeof(std::int32_t));
+      }
       sums = multiply_add<C>(sums, load<4>(values + p), gather(from, indices + p));
-      prefetch<cache::level1>(indices + p, table::near_ahead);
-      prefetch<cache::level1>(values + p, table::near_ahead);
+      if constexpr (H == traffic::fixed) {
+        prefetch<cache::level1>(indices + p, table::near_ahead);
+        prefetch<cache::level1>(values + p, table::near_ahead);
+      }
       if constexpr (table::wide) {
         sums = multiply_add<C>(sums, load<4>(values + p + 4), gather(from, indices + p + 4));
       }
-      if constexpr (fixed_hints) {
+      if constexpr (H == traffic::fixed) {
         prefetch<cache::level2>(indices + p, table::far_ahead);
         prefetch<cache::level2>(values + p, table::far_ahead);
       }
@@ -79,6 +117,23 @@ void long_rows(const T& alpha_at,
       first = multiply_add<C>(first, load<1>(values + p), load<1>(from + indices[p]));
     }
     write_back(y + i, first, lane_at<1>(sums), lane_at<2>(sums), lane_at<3>(sums), alpha, beta);
+  }
+}
+
+template <conjugation C, class T>
+void long_rows(const T& alpha,
+               const compressed_view<T>& a,
+               const T* x,
+               const T& beta,
+               T* y,
+               std::int32_t row_begin,
+               std::int32_t row_end) {
+  if constexpr (fixed_hints) {
+    long_rows<C, traffic::fixed>(alpha, a, x, beta, y, row_begin, row_end);
+  } else if (lies_outside_cache(a)) {
+    long_rows<C, traffic::outside>(alpha, a, x, beta, y, row_begin, row_end);
+  } else {
+    long_rows<C, traffic::in_cache>(alpha, a, x, beta, y, row_begin, row_end);
   }
 }
 

@@ -65,31 +65,22 @@ status check_dot(int nnz, const T* x, const int* indx, const T* y, const T* resu
 
 // The partial sums meet in the runtime's reduction, whose order is the runtime's.
 template <class T>
-status doti(int nnz, const T* x, const int* indx, const T* y, T* result) {
-  const status checked = check_dot(nnz, x, indx, y, result);
-  if (checked != success) return checked;
-  const int budget = current_thread_budget();
-  if (budget < 2) {
-    // Added to 0 as in a region, where a chain that ends at -0 gives 0.
-    *result = T{0} + dot_block<conjugation::no>(x, indx, y, 0, nnz);
-    return success;
-  }
+[[gnu::noinline]] T dot_on_team(int threads, int nnz, const T* x, const int* indx, const T* y) {
   T sum = 0;
-#pragma omp parallel num_threads(budget) reduction(+ : sum)
+#pragma omp parallel num_threads(threads) reduction(+ : sum)
   {
     const static_block block = block_of(nnz, omp_get_num_threads(), omp_get_thread_num());
     sum += dot_block<conjugation::no>(x, indx, y, block.first, block.last);
   }
-  *result = sum;
-  return success;
+  return sum;
 }
 
 template <conjugation C, class T>
-T reduced_dot(int budget, int nnz, const T* x, const int* indx, const T* y) {
-  if (budget < 2) return dot_block<C>(x, indx, y, 0, nnz);
+[[gnu::noinline]] T
+complex_dot_on_team(int threads, int nnz, const T* x, const int* indx, const T* y) {
   real_of<T> re = 0;
   real_of<T> im = 0;
-#pragma omp parallel num_threads(budget) reduction(+ : re, im)
+#pragma omp parallel num_threads(threads) reduction(+ : re, im)
   {
     const static_block block = block_of(nnz, omp_get_num_threads(), omp_get_thread_num());
     const T sum = dot_block<C>(x, indx, y, block.first, block.last);
@@ -97,6 +88,17 @@ T reduced_dot(int budget, int nnz, const T* x, const int* indx, const T* y) {
     im += sum.im;
   }
   return {re, im};
+}
+
+template <class T>
+status doti(int nnz, const T* x, const int* indx, const T* y, T* result) {
+  const status checked = check_dot(nnz, x, indx, y, result);
+  if (checked != success) return checked;
+  const int budget = current_thread_budget();
+  // Added to 0 as in a region, where a chain that ends at -0 gives 0.
+  *result = budget < 2 ? T{0} + dot_block<conjugation::no>(x, indx, y, 0, nnz)
+                       : dot_on_team(budget, nnz, x, indx, y);
+  return success;
 }
 
 // `z` on a budget of exactly 1 opens no region and rounds as a rotation does; every other case
@@ -109,7 +111,8 @@ status complex_dot(int nnz, const T* x, const int* indx, const T* y, T* result) 
   if (!is_single<T> && budget == 1) {
     *result = dot_rotated<C>(x, indx, y, nnz);
   } else {
-    *result = reduced_dot<C>(budget, nnz, x, indx, y);
+    *result = budget < 2 ? dot_block<C>(x, indx, y, 0, nnz)
+                         : complex_dot_on_team<C>(budget, nnz, x, indx, y);
   }
   return success;
 }
