@@ -21,8 +21,7 @@ struct long_rows_table {
 
 // How the kernel keeps memory busy. Where no hint is fixed it depends on where the matrix lies:
 // within the caches every hint costs; outside, both arrays are wanted in level 2 some 2400 bytes
-// early (the hardware's own prefetch stops at the end of a page), and the elements of x that the
-// entries ahead ask for in level 1, since a miss there waits behind those of the streams.
+// early, since the hardware's own prefetch stops at the end of a page.
 enum class traffic { fixed, in_cache, outside };
 
 namespace long_rows_outside {
@@ -30,13 +29,12 @@ namespace long_rows_outside {
 inline constexpr std::int64_t from_bytes = 16 << 20;
 template <class T>
 inline constexpr int entries_ahead = 2400 / (sizeof(T) + sizeof(std::int32_t));
-inline constexpr int elements_ahead = 64;  // entries between a trip and those whose x it fetches
 
 }  // namespace long_rows_outside
 
 template <class T>
 NEVRAD_INLINE bool lies_outside_cache(const compressed_view<T>& a) {
-  const std::int64_t entries = a.end[a.rows - 1] - a.begin[0];
+  const std::int64_t entries = std::int64_t{a.end[a.rows - 1]} - a.begin[0];
   return entries * static_cast<std::int64_t>(sizeof(T) + sizeof(std::int32_t)) >=
          long_rows_outside::from_bytes;
 }
@@ -77,11 +75,6 @@ void long_rows(const T& alpha_at,
   const T* const values = a.values;
   const std::int32_t* const indices = a.indices;
   const T* const from = x - offset;
-  // Entries below the end of the last row can be read ahead of their turn.
-  [[maybe_unused]] std::int64_t elements_stop = 0;
-  if constexpr (H == traffic::outside) {
-    if (row_begin < row_end) elements_stop = a.end[row_end - 1] - offset - elements_ahead - trip;
-  }
 
   for (std::int32_t i = row_begin; i < row_end; ++i) {
     std::int64_t p = a.begin[i] - offset;
@@ -90,10 +83,6 @@ void long_rows(const T& alpha_at,
     lanes<T, 4> sums = zero_lanes<T, 4>();
     for (const std::int64_t stop = last - (trip - 1); p < stop; p += trip) {
       if constexpr (H == traffic::outside) {
-        const std::int64_t ahead = p < elements_stop ? p + elements_ahead : p;
-        for (int r = 0; r < trip; r += 4) {
-          prefetch<cache::level1>(from, indices[ahead + r] * std::ptrdiff_t{sizeof(T)});
-        }
         prefetch<cache::level2>(values + p, entries_ahead<T> * sizeof(T));
         prefetch<cache::level2>(indices + p, entries_ahead<T> * sizeof(std::int32_t));
       }
