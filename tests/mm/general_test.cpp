@@ -7,7 +7,6 @@ namespace nevrad_test {
 namespace {
 
 NEVRAD_BY_TYPE(csrmm, orv_sparse_, csrmm)
-NEVRAD_BY_TYPE(csrmm_by_reference, orv_sparse_, csrmm_)
 
 // One problem of the shapes that an operation asks for; `run` computes into a copy of C.
 template <class T>
@@ -296,22 +295,6 @@ TYPED_TEST(general_mm, an_empty_block_adds_a_zero_in_the_last_columns) {
       }
     }
   }
-}
-
-TYPED_TEST(general_mm, underscore_form_computes_the_same) {
-  using T = TypeParam;
-  generator random(800);
-  const problem<T> p(random, random_matrix<T>(random, {.rows = 9, .cols = 7, .base = 1}), 1,
-                     layout::column_major, 5, 1);
-  panel<T> c = p.before;
-  const int n = 5;
-  const int ldb = p.b.ld();
-  const int ldc = c.ld();
-  EXPECT_EQ(csrmm_by_reference<T>(&p.op, &p.a.rows, &n, &p.a.cols, &p.alpha, "G00F",
-                                  p.a.values.data(), p.a.indices.data(), p.a.begin.data(),
-                                  p.a.end.data(), p.b.data(), &ldb, &p.beta, c.data(), &ldc),
-            0);
-  EXPECT_SAME_ARRAYS(c.elements(), p.run(1).elements());
 }
 
 }  // namespace

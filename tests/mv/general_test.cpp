@@ -13,7 +13,6 @@ namespace nevrad_test {
 namespace {
 
 NEVRAD_BY_TYPE(csrmv, orv_sparse_, csrmv)
-NEVRAD_BY_TYPE(csrmv_ref, orv_sparse_, csrmv_)
 NEVRAD_BY_TYPE(gemv_one_based, orv_sparse_, csrgemv)
 NEVRAD_BY_TYPE(gemv_one_based_ref, orv_sparse_, csrgemv_)
 NEVRAD_BY_TYPE(gemv_zero_based, orv_csparse_, csrgemv)
@@ -292,24 +291,6 @@ TYPED_TEST(general_product, three_array_forms_take_alpha_1_and_beta_0) {
       }
     }
   }
-}
-
-TYPED_TEST(general_product, by_reference_form_is_the_plain_form) {
-  using T = TypeParam;
-  generator random(8);
-  const auto a = random_matrix<T>(random, {.rows = 12, .cols = 9, .base = 1});
-  const auto x = random.values<T>(9);
-  const auto before = random.values<T>(12);
-  const T alpha = random.value<T>();
-  const T beta = random.value<T>();
-  array<T> y = before;
-  array<T> same = before;
-  ASSERT_EQ(run_csrmv(a, x, alpha, beta, y), 0);
-  const int op = 0;
-  ASSERT_EQ(csrmv_ref<T>(&op, &a.rows, &a.cols, &alpha, "G00F", a.values.data(), a.indices.data(),
-                         a.begin.data(), a.end.data(), x.data(), &beta, same.data()),
-            0);
-  EXPECT_SAME_ARRAYS(same, y);
 }
 
 // A smaller team than requested must compute all rows, and the same bits. This test runs once more

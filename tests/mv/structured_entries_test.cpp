@@ -89,32 +89,6 @@ TYPED_TEST(structured_entries, columns_run_their_own_dimension_and_base) {
   }
 }
 
-TYPED_TEST(structured_entries, columns_answer_bad_arguments_in_order) {
-  using T = TypeParam;
-  const array<int> pointers{1, 1};
-  const array<int> index{1};
-  const array<T> value{make<T>(1)};
-  const array<T> x{make<T>(1)};
-  array<T> y{make<T>(7)};
-  const auto call = [&](int op, int m, int k, const char* descra, const T* val, T* out) {
-    return cscmv<T>(op, m, k, make<T>(1), descra, val, index.data(), pointers.data(),
-                    pointers.data() + 1, x.data(), make<T>(0), out);
-  };
-  const T* const val = value.data();
-  const budget_scope budget(5);
-  EXPECT_EQ(call(3, 0, 1, "G00F", val, nullptr), ORV_SPARSE_STATUS_NULL_POINTER);
-  EXPECT_EQ(call(3, 1, 1, "G00F", nullptr, y.data()), ORV_SPARSE_STATUS_NULL_POINTER);
-  EXPECT_EQ(call(0, 1, 1, nullptr, val, y.data()), ORV_SPARSE_STATUS_NULL_POINTER);
-  EXPECT_EQ(call(3, 1, 1, "G00F", val, y.data()), ORV_SPARSE_STATUS_INVALID_VALUE);
-  EXPECT_EQ(call(0, 0, 1, "G00F", val, y.data()), ORV_SPARSE_STATUS_INVALID_VALUE);
-  EXPECT_EQ(call(0, 1, 2147483646, "G00F", val, y.data()), ORV_SPARSE_STATUS_INVALID_VALUE);
-  EXPECT_EQ(call(0, 1, 1, "g00F", val, y.data()), ORV_SPARSE_STATUS_INVALID_VALUE);
-  EXPECT_EQ(call(0, 1, 2, "SLNF", val, y.data()), ORV_SPARSE_STATUS_INVALID_VALUE);
-  EXPECT_EQ(call(0, 2, 1, "D0UF", val, y.data()), ORV_SPARSE_STATUS_INVALID_VALUE);
-  EXPECT_EQ(orv_get_thread_num_(), 5) << "no policy before the checks are passed";
-  EXPECT_SAME_BITS(y[0], make<T>(7));
-}
-
 // The number of entries is that of the columns: of 2 rows and 3 columns the third end tells it.
 TYPED_TEST(structured_entries, columns_lower_the_budget) {
   using T = TypeParam;
@@ -159,31 +133,6 @@ TYPED_TEST(structured_entries, symmetric_forms_take_the_plain_rows_with_alpha_1_
       EXPECT_SAME_ARRAYS(y, want);
     }
   }
-}
-
-TYPED_TEST(structured_entries, symmetric_forms_answer_bad_arguments_and_leave_the_budget) {
-  using T = TypeParam;
-  const array<int> ia{1, 2};
-  const array<int> ja{1};
-  const array<T> a{make<T>(2)};
-  const array<T> x{make<T>(3)};
-  array<T> y{make<T>(7)};
-  const budget_scope budget(3);
-  const auto call = symv_one_based<T>;
-  EXPECT_EQ(call(2, 0, a.data(), ia.data(), ja.data(), x.data(), nullptr),
-            ORV_SPARSE_STATUS_NULL_POINTER);
-  EXPECT_EQ(call(2, 1, nullptr, ia.data(), ja.data(), x.data(), y.data()),
-            ORV_SPARSE_STATUS_NULL_POINTER);
-  EXPECT_EQ(call(2, 1, a.data(), ia.data(), ja.data(), x.data(), y.data()),
-            ORV_SPARSE_STATUS_INVALID_VALUE);
-  EXPECT_EQ(call(-1, 1, a.data(), ia.data(), ja.data(), x.data(), y.data()),
-            ORV_SPARSE_STATUS_INVALID_VALUE);
-  EXPECT_EQ(call(0, 0, a.data(), ia.data(), ja.data(), x.data(), y.data()),
-            ORV_SPARSE_STATUS_INVALID_VALUE);
-  EXPECT_SAME_BITS(y[0], make<T>(7));
-  EXPECT_EQ(call(0, 1, a.data(), ia.data(), ja.data(), x.data(), y.data()), 0);
-  EXPECT_SAME_BITS(y[0], make<T>(6));
-  EXPECT_EQ(orv_get_thread_num_(), 3);
 }
 
 }  // namespace

@@ -78,38 +78,5 @@ TYPED_TEST(dense_product, is_whole_inside_a_callers_region) {
   EXPECT_SAME_ARRAYS(got.elements(), want.elements());
 }
 
-TYPED_TEST(dense_product, tests_pointers_before_values) {
-  using T = TypeParam;
-  const array<T> x(2, make<T>(1));
-  const array<int> j{1, 2};
-  const array<int> p{1, 2, 3};
-  const array<int> empty{1, 1, 1};
-  array<T> c(4, make<T>(5));
-  const array<T> before = c;
-  const auto call = [&](int transa, int m, int n, int k, int ldc, unsigned null,
-                        unsigned zero = 0) {
-    const auto unless = [&](auto* q, unsigned bit) { return (null >> bit & 1) != 0 ? nullptr : q; };
-    return csrmultd<T>(transa, m, n, k, unless(x.data(), 0), unless(j.data(), 1),
-                       unless(zero == 1 ? empty.data() : p.data(), 2), unless(x.data(), 3),
-                       unless(j.data(), 4), unless(zero == 2 ? empty.data() : p.data(), 5),
-                       unless(c.data(), 6), ldc);
-  };
-  for (unsigned bit = 0; bit < 7; ++bit) EXPECT_EQ(call(3, 0, 2, 2, 2, 1U << bit), 1);
-  EXPECT_EQ(call(3, 2, 2, 2, 2, 0), 3);
-  for (const int bad : {0, -1, 2147483646}) {
-    EXPECT_EQ(call(0, bad, 2, 2, 2, 0), 3);
-    EXPECT_EQ(call(0, 2, bad, 2, 2, 0), 3);
-    EXPECT_EQ(call(0, 2, 2, bad, 2, 0), 3);
-  }
-  EXPECT_EQ(call(0, 2, 2, 2, 1, 0), 3);
-  EXPECT_EQ(call(0, 2, 1, 2, 1, 0), 3);
-  EXPECT_EQ(call(1, 1, 2, 2, 1, 0), 3);
-  EXPECT_EQ(call(0, 2, 2, 2, 2147483645 / 2 + 1, 0), 3);
-  EXPECT_EQ(call(0, 2, 2, 2, 2, 0, 1), 3);
-  EXPECT_EQ(call(0, 2, 2, 2, 2, 0, 2), 3);
-  EXPECT_SAME_ARRAYS(c, before);
-  EXPECT_EQ(call(0, 2, 2, 2, 2, 0), 0);
-}
-
 }  // namespace
 }  // namespace nevrad_test

@@ -29,7 +29,7 @@ sparse_call<T> random_call(generator& random, int transa, int rows, int inner, i
 }
 
 TYPED_TEST(product_of_rows, agrees_with_plain_form) {
-  for (int round = 0; round < 12; ++round) {
+  for (int round = 0; round < 9; ++round) {
     generator random(static_cast<std::uint64_t>(round));
     SCOPED_TRACE(random);
     const auto call = random_call<TypeParam>(random, round % 3, random.integer(1, 21),
@@ -149,47 +149,13 @@ TYPED_TEST(product_of_rows, keeps_special_values) {
   compare_capacities(call, 3);
 }
 
-TYPED_TEST(product_of_rows, tests_values_before_pointers) {
-  using T = TypeParam;
-  const array<T> x(4, make<T>(1));
-  const array<int> j{1, 1, 1, 1};
-  const array<int> empty{1, 1, 1};
-  array<T> c(4);
-  array<int> jc(4);
-  array<int> ic(3);
-  const auto call = [&](int transa, int request, int m, int n, int k, unsigned null) {
-    const auto unless = [&](auto* p, unsigned bit) { return (null >> bit & 1) != 0 ? nullptr : p; };
-    return csrmultcsr<T>(transa, request, 0, m, n, k, unless(x.data(), 0), unless(j.data(), 1),
-                         unless(empty.data(), 2), unless(x.data(), 3), unless(j.data(), 4),
-                         unless(empty.data(), 5), unless(c.data(), 6), unless(jc.data(), 7),
-                         unless(ic.data(), 8), 4);
-  };
-  constexpr unsigned all = 0x1ff;
-  EXPECT_EQ(call(3, 0, 2, 2, 2, all), 3);
-  EXPECT_EQ(call(-1, 0, 2, 2, 2, 0), 3);
-  for (const int bad : {0, -1, 2147483646}) {
-    EXPECT_EQ(call(0, 0, bad, 2, 2, all), 3);
-    EXPECT_EQ(call(0, 0, 2, bad, 2, all), 3);
-    EXPECT_EQ(call(0, 0, 2, 2, bad, all), 3);
-  }
-  for (unsigned bit = 0; bit < 6; ++bit) EXPECT_EQ(call(0, 9, 2, 2, 2, 1U << bit), 1);
-  for (unsigned bit = 6; bit < 9; ++bit) {
-    ic = {1, 1, 1};
-    EXPECT_EQ(call(0, 0, 2, 2, 2, 1U << bit), 1);
-    EXPECT_EQ(call(0, 1, 2, 2, 2, 1U << bit), bit == 8 ? 1 : 0);
-    EXPECT_EQ(call(0, 2, 2, 2, 2, 1U << bit), 1);
-    EXPECT_EQ(call(0, 3, 2, 2, 2, 1U << bit), 3);
-  }
-  // A without entries: an empty product, but nothing to transpose.
-  for (const int budget : budgets) {
-    const budget_scope threads(budget);
-    for (const int request : {0, 1, 2}) {
-      ic = {1, 1, 1};
-      EXPECT_EQ(call(0, request, 2, 2, 2, 0), 0);
-      EXPECT_SAME_ARRAYS(ic, (array<int>{1, 1, 1}));
-      EXPECT_EQ(call(1, request, 2, 2, 2, 0), 3);
-      EXPECT_EQ(call(2, request, 2, 2, 2, 0), 3);
-    }
+// A without entries: an empty product, but nothing to transpose.
+TYPED_TEST(product_of_rows, of_matrices_without_entries) {
+  sparse_call<TypeParam> call(operation::product);
+  call.A = compress<TypeParam>(lines<TypeParam>(2), 2, compression::rows, 1);
+  call.B = call.A;
+  for (call.transa = 0; call.transa < 3; ++call.transa) {
+    for (const int budget : budgets) compare_capacities(call, budget);
   }
 }
 

@@ -263,7 +263,7 @@ void compare(const sparse_call<T>& call, int budget, const sparse_result<T>& bef
 template <class T>
 void compare_capacities(sparse_call<T> call, int budget, int slack = 0) {
   const array<int> ic = pattern(call);
-  const int total = ic[ic.size() - 1] - 1;
+  const int total = std::max(0, ic[ic.size() - 1] - 1);  // 0 too where the call is refused
   for (call.request = 0; call.request < 3; ++call.request) {
     for (const int nzmax : {total, total - 1, total / 2, 0, -1, 102399, 102400}) {
       call.nzmax = nzmax;

@@ -77,28 +77,6 @@ class dots : public testing::Test {
 };
 TYPED_TEST_SUITE(dots, all_types, type_names);
 
-TYPED_TEST(dots, test_pointers_before_the_count) {
-  using T = TypeParam;
-  const array<T> x(2, make<T>(1));
-  const array<int> indx{0, 1};
-  const array<T> y(2, make<T>(1));
-  const T kept = make<T>(17, 4);
-  for (const conjugate how : this->forms()) {
-    for (const int nnz : {2, 0, -5}) {
-      for (int missing = 0; missing < 16; ++missing) {
-        if (missing == 0 && nnz == 2) continue;
-        T result = kept;
-        EXPECT_EQ(dot<T>(how, nnz, (missing & 1) != 0 ? nullptr : x.data(),
-                         (missing & 2) != 0 ? nullptr : indx.data(),
-                         (missing & 4) != 0 ? nullptr : y.data(),
-                         (missing & 8) != 0 ? nullptr : &result),
-                  missing != 0 ? ORV_SPARSE_STATUS_NULL_POINTER : ORV_SPARSE_STATUS_INVALID_VALUE);
-        EXPECT_SAME_BITS(result, kept);
-      }
-    }
-  }
-}
-
 TYPED_TEST(dots, add_in_the_order_of_positions_on_one_thread) {
   using T = TypeParam;
   const budget_scope one(1);

@@ -67,44 +67,8 @@ class updates : public testing::Test {
       }
     }
   }
-
-  // call(nnz, which arrays are null): 1 for any null, whatever nnz; 3 for nnz below 1; and the
-  // operands as they were.
-  void expect_statuses(const std::function<nevrad::status(int, T*, int*, T*)>& call) {
-    generator random(1);
-    const array<T> x = random.values<T>(4);
-    const array<int> indx{0, 1, 2, 3};
-    const array<T> y = random.values<T>(4);
-    const operands before{x, indx, y};
-    for (const int nnz : {4, 0, -1}) {
-      for (int missing = 0; missing < 8; ++missing) {
-        if (missing == 0 && nnz == 4) continue;
-        EXPECT_EQ(call(nnz, (missing & 1) != 0 ? nullptr : x.data(),
-                       (missing & 2) != 0 ? nullptr : indx.data(),
-                       (missing & 4) != 0 ? nullptr : y.data()),
-                  missing != 0 ? ORV_SPARSE_STATUS_NULL_POINTER : ORV_SPARSE_STATUS_INVALID_VALUE)
-            << "nnz " << nnz << ", missing " << missing;
-      }
-    }
-    EXPECT_SAME_ARRAYS(x, before.x);
-    EXPECT_SAME_ARRAYS(y, before.y);
-  }
 };
 TYPED_TEST_SUITE(updates, all_types, type_names);
-
-TYPED_TEST(updates, test_pointers_before_the_count) {
-  using T = TypeParam;
-  const T alpha = make<T>(2);
-  this->expect_statuses(
-      [&](int n, T* x, int* indx, T* y) { return axpyi<T>(n, alpha, x, indx, y); });
-  this->expect_statuses([&](int n, T* x, int* indx, T* y) { return gthr<T>(n, y, x, indx); });
-  this->expect_statuses([&](int n, T* x, int* indx, T* y) { return gthrz<T>(n, y, x, indx); });
-  this->expect_statuses([&](int n, T* x, int* indx, T* y) { return sctr<T>(n, x, indx, y); });
-  if constexpr (!is_complex<T>) {
-    this->expect_statuses(
-        [&](int n, T* x, int* indx, T* y) { return roti<T>(n, x, indx, y, alpha, alpha); });
-  }
-}
 
 TYPED_TEST(updates, move_and_add_to_the_bit) {
   using T = TypeParam;

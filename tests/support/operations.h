@@ -1,0 +1,215 @@
+// Every exported operation in one table: how it is called, by value and by reference, and which
+// tests it makes of its arguments, in which order.
+//
+// All operations take their arguments from one record, so that a test can spoil an argument, choose
+// an operation at random or run all of them without knowing any.
+#pragma once
+
+#include "support/matrix.h"
+
+#include <functional>
+#include <string>
+
+namespace nevrad_test {
+
+// Arguments by the names that they have in matrix products. Where an operation has others: x of a
+// product with a vector is b, y is c; of a packed vector, values are a and indices ja, the dense
+// vector is c, or b where it is only read.
+template <class T>
+struct arguments {
+  int transa = 0;
+  int uplo = 0;
+  int diag = 0;
+  int request = 0;
+  int sort = 0;
+  int nnz = 0;
+  int m = 0;
+  int n = 0;
+  int k = 0;
+  int ldb = 0;
+  int ldc = 0;
+  int nzmax = 0;
+  T alpha{};
+  T beta{};
+  const char* descra = "";
+  T* a = nullptr;
+  int* ja = nullptr;
+  int* ia = nullptr;
+  int* ie = nullptr;
+  T* b = nullptr;
+  int* jb = nullptr;
+  int* ib = nullptr;
+  T* c = nullptr;
+  int* jc = nullptr;
+  int* ic = nullptr;
+};
+
+template <class T>
+struct operation_of {
+  const char* name;
+  const char* descra;  // one that it takes; "" where it has none
+  // Steps in their order, each the status that a fault gives and the arguments that are tested.
+  const char* checks;
+  int base;
+  std::function<int(const arguments<T>&)> by_value;
+  std::function<int(const arguments<T>&)> by_reference;
+
+  bool by_columns() const { return std::string(name).find("csc") != std::string::npos; }
+  bool ends_with(const char* text) const {
+    const std::string whole = name;
+    const std::string end = text;
+    return whole.size() >= end.size() && whole.substr(whole.size() - end.size()) == end;
+  }
+};
+
+// What a form by reference takes for a field: scalars through a pointer, arrays as they are.
+template <class U>
+const U* referred(const U& value) {
+  return &value;
+}
+template <class U>
+U* referred(U* const& array) {
+  return array;
+}
+
+template <class T, class Value, class Reference, class... Fields>
+operation_of<T> operation(const char* name,
+                          const char* descra,
+                          int base,
+                          const char* checks,
+                          Value by_value,
+                          Reference by_reference,
+                          Fields arguments<T>::*... fields) {
+  return {name,
+          descra,
+          checks,
+          base,
+          [=](const arguments<T>& x) { return by_value(x.*fields...); },
+          [=](const arguments<T>& x) { return by_reference(referred(x.*fields)...); }};
+}
+
+#define NEVRAD_FORMS(prefix, op)                                           \
+  pick<T>(&prefix##s##op, &prefix##d##op, &prefix##c##op, &prefix##z##op), \
+      pick<T>(&prefix##s##op##_, &prefix##d##op##_, &prefix##c##op##_, &prefix##z##op##_)
+
+// clang-format off
+template <class T>
+std::vector<operation_of<T>> all_operations() {
+  using x = arguments<T>;
+  const char* const by_matrix = "1: descra a ja ia ie b c | 3: op m k row square";
+  const char* const by_solve  = "1: descra a ja ia ie b c | 3: op m row";
+  const char* const by_panel  = "1: descra a ja ia ie b c | 3: op m n ldb ldc row";
+  const char* const by_values = "3: op m n | 1: a ja ia b jb ib | 3: request | 1: c jc ic";
+  std::vector<operation_of<T>> all = {
+    operation<T>("axpyi",        "",     0, "1: a ja c | 3: nnz",                 NEVRAD_FORMS(orv_sparse_, axpyi),     &x::nnz, &x::alpha, &x::a, &x::ja, &x::c),
+    operation<T>("gthr",         "",     0, "1: a ja c | 3: nnz",                 NEVRAD_FORMS(orv_sparse_, gthr),      &x::nnz, &x::c, &x::a, &x::ja),
+    operation<T>("gthrz",        "",     0, "1: a ja c | 3: nnz",                 NEVRAD_FORMS(orv_sparse_, gthrz),     &x::nnz, &x::c, &x::a, &x::ja),
+    operation<T>("sctr",         "",     0, "1: a ja c | 3: nnz",                 NEVRAD_FORMS(orv_sparse_, sctr),      &x::nnz, &x::a, &x::ja, &x::c),
+    operation<T>("csrmv",        "G00F", 1, by_matrix,                            NEVRAD_FORMS(orv_sparse_, csrmv),     &x::transa, &x::m, &x::k, &x::alpha, &x::descra, &x::a, &x::ja, &x::ia, &x::ie, &x::b, &x::beta, &x::c),
+    operation<T>("cscmv",        "G00F", 1, by_matrix,                            NEVRAD_FORMS(orv_sparse_, cscmv),     &x::transa, &x::m, &x::k, &x::alpha, &x::descra, &x::a, &x::ja, &x::ia, &x::ie, &x::b, &x::beta, &x::c),
+    operation<T>("csrgemv",      "",     1, "1: a ja ia b c | 3: op m",           NEVRAD_FORMS(orv_sparse_, csrgemv),   &x::transa, &x::m, &x::a, &x::ia, &x::ja, &x::b, &x::c),
+    operation<T>("csrgemv of C", "",     0, "1: a ja ia b c | 3: op m",           NEVRAD_FORMS(orv_csparse_, csrgemv),  &x::transa, &x::m, &x::a, &x::ia, &x::ja, &x::b, &x::c),
+    operation<T>("csrsymv",      "",     1, "1: a ja ia b c | 3: uplo m",         NEVRAD_FORMS(orv_sparse_, csrsymv),   &x::uplo, &x::m, &x::a, &x::ia, &x::ja, &x::b, &x::c),
+    operation<T>("csrsymv of C", "",     0, "1: a ja ia b c | 3: uplo m",         NEVRAD_FORMS(orv_csparse_, csrsymv),  &x::uplo, &x::m, &x::a, &x::ia, &x::ja, &x::b, &x::c),
+    operation<T>("csrsv",        "TLNF", 1, by_solve,                             NEVRAD_FORMS(orv_sparse_, csrsv),     &x::transa, &x::m, &x::alpha, &x::descra, &x::a, &x::ja, &x::ia, &x::ie, &x::b, &x::c),
+    operation<T>("cscsv",        "TLNF", 1, by_solve,                             NEVRAD_FORMS(orv_sparse_, cscsv),     &x::transa, &x::m, &x::alpha, &x::descra, &x::a, &x::ja, &x::ia, &x::ie, &x::b, &x::c),
+    operation<T>("csrtrsv",      "",     1, "1: a ja ia b c | 3: uplo op diag m", NEVRAD_FORMS(orv_sparse_, csrtrsv),   &x::uplo, &x::transa, &x::diag, &x::m, &x::a, &x::ia, &x::ja, &x::b, &x::c),
+    operation<T>("csrtrsv of C", "",     0, "1: a ja ia b c | 3: uplo op diag m", NEVRAD_FORMS(orv_csparse_, csrtrsv),  &x::uplo, &x::transa, &x::diag, &x::m, &x::a, &x::ia, &x::ja, &x::b, &x::c),
+    operation<T>("csrmm",        "G00F", 1, "1: descra a ja ia ie b c | 3: op m n k ldb ldc row square empty", NEVRAD_FORMS(orv_sparse_, csrmm), &x::transa, &x::m, &x::n, &x::k, &x::alpha, &x::descra, &x::a, &x::ja, &x::ia, &x::ie, &x::b, &x::ldb, &x::beta, &x::c, &x::ldc),
+    operation<T>("cscmm",        "G00F", 1, "1: descra a ja ia ie b c | 3: op m n k ldb ldc row square",       NEVRAD_FORMS(orv_sparse_, cscmm), &x::transa, &x::m, &x::n, &x::k, &x::alpha, &x::descra, &x::a, &x::ja, &x::ia, &x::ie, &x::b, &x::ldb, &x::beta, &x::c, &x::ldc),
+    operation<T>("csrsm",        "TLNF", 1, by_panel,                             NEVRAD_FORMS(orv_sparse_, csrsm),     &x::transa, &x::m, &x::n, &x::alpha, &x::descra, &x::a, &x::ja, &x::ia, &x::ie, &x::b, &x::ldb, &x::c, &x::ldc),
+    operation<T>("cscsm",        "TLNF", 1, by_panel,                             NEVRAD_FORMS(orv_sparse_, cscsm),     &x::transa, &x::m, &x::n, &x::alpha, &x::descra, &x::a, &x::ja, &x::ia, &x::ie, &x::b, &x::ldb, &x::c, &x::ldc),
+    operation<T>("csradd",       "",     1, by_values,                            NEVRAD_FORMS(orv_sparse_, csradd),    &x::transa, &x::request, &x::sort, &x::m, &x::n, &x::a, &x::ja, &x::ia, &x::beta, &x::b, &x::jb, &x::ib, &x::c, &x::jc, &x::ic, &x::nzmax),
+    operation<T>("csrmultcsr",   "",     1, "3: op m n k | 1: a ja ia b jb ib | 3: request | 1: c jc ic", NEVRAD_FORMS(orv_sparse_, csrmultcsr), &x::transa, &x::request, &x::sort, &x::m, &x::n, &x::k, &x::a, &x::ja, &x::ia, &x::b, &x::jb, &x::ib, &x::c, &x::jc, &x::ic, &x::nzmax),
+    operation<T>("csrmultd",     "",     1, "1: a ja ia b jb ib c | 3: op m n k ldc empty", NEVRAD_FORMS(orv_sparse_, csrmultd), &x::transa, &x::m, &x::n, &x::k, &x::a, &x::ja, &x::ia, &x::b, &x::jb, &x::ib, &x::c, &x::ldc),
+  };
+  const char* const by_dot = "1: a ja b c | 3: nnz";
+  if constexpr (is_complex<T>) {
+    constexpr auto ui = is_single<T>;
+    const auto dot = [&](const char* name, auto c, auto c_ref, auto z, auto z_ref) {
+      if constexpr (ui) {
+        all.push_back(operation<T>(name, "", 0, by_dot, c, c_ref, &x::nnz, &x::a, &x::ja, &x::b, &x::c));
+      } else {
+        all.push_back(operation<T>(name, "", 0, by_dot, z, z_ref, &x::nnz, &x::a, &x::ja, &x::b, &x::c));
+      }
+    };
+    dot("dotui_sub", &orv_sparse_cdotui_sub, &orv_sparse_cdotui_sub_, &orv_sparse_zdotui_sub, &orv_sparse_zdotui_sub_);
+    dot("dotci_sub", &orv_sparse_cdotci_sub, &orv_sparse_cdotci_sub_, &orv_sparse_zdotci_sub, &orv_sparse_zdotci_sub_);
+  } else {
+    all.push_back(operation<T>("doti", "", 0, by_dot, pick<T>(&orv_sparse_sdoti, &orv_sparse_ddoti, 0, 0), pick<T>(&orv_sparse_sdoti_, &orv_sparse_ddoti_, 0, 0), &x::nnz, &x::a, &x::ja, &x::b, &x::c));
+    all.push_back(operation<T>("roti", "", 0, "1: a ja c | 3: nnz", pick<T>(&orv_sparse_sroti, &orv_sparse_droti, 0, 0), pick<T>(&orv_sparse_sroti_, &orv_sparse_droti_, 0, 0), &x::nnz, &x::a, &x::ja, &x::c, &x::alpha, &x::beta));
+  }
+  return all;
+}
+// clang-format on
+#undef NEVRAD_FORMS
+
+// Arrays and arguments of one call that every operation takes: square matrices of some order, with
+// sorted lines and large diagonals, `columns` right-hand sides.
+template <class T>
+struct problem_of {
+  matrix<T> A;
+  array<int> ia;
+  array<T> b;
+  array<T> c;
+  array<int> jc;
+  array<int> ic;
+  arguments<T> x;
+
+  problem_of(generator& random, const operation_of<T>& op, int order, int columns, int transa = 0)
+      : A(random_matrix<T>(random,
+                           {.rows = order,
+                            .cols = order,
+                            .base = op.base,
+                            .kind = op.by_columns() ? compression::columns : compression::rows,
+                            .sorted = true,
+                            .diagonal = stored_diagonal::dominant})),
+        ia(A.pointers()),
+        b(random.values<T>(square_of(order, columns))),
+        c(random.values<T>(square_of(order, columns))),
+        jc(order * order, -77),
+        ic(order + 1, -77) {
+    const bool with_sparse = std::string(op.checks).find("jb") != std::string::npos;
+    x = {.transa = transa,
+         .nnz = A.end[0] - A.begin[0],
+         .m = order,
+         .n = with_sparse ? order : columns,
+         .k = order,
+         .ldb = std::max(order, columns),
+         .ldc = std::max(order, columns),
+         .nzmax = order * order,
+         .alpha = random.value<T>(),
+         .beta = random.value<T>(),
+         .descra = op.descra,
+         .a = A.values.data(),
+         .ja = A.indices.data(),
+         .ia = ia.data(),
+         .ie = ia.data() + 1,
+         .b = with_sparse ? A.values.data() : b.data(),
+         .jb = A.indices.data(),
+         .ib = ia.data(),
+         .c = c.data(),
+         .jc = jc.data(),
+         .ic = ic.data()};
+  }
+  problem_of(const problem_of&) = delete;
+  problem_of& operator=(const problem_of&) = delete;
+  ~problem_of() = default;
+
+ private:
+  static int square_of(int order, int columns) {
+    return std::max(order, columns) * std::max(order, columns);
+  }
+};
+
+// Whether two problems hold the same arrays, to the bit.
+template <class T>
+void expect_same_arrays(const problem_of<T>& got, const problem_of<T>& want) {
+  EXPECT_SAME_ARRAYS(got.A.values, want.A.values);
+  EXPECT_SAME_ARRAYS(got.b, want.b);
+  EXPECT_SAME_ARRAYS(got.c, want.c);
+  EXPECT_SAME_ARRAYS(got.jc, want.jc);
+  EXPECT_SAME_ARRAYS(got.ic, want.ic);
+}
+
+}  // namespace nevrad_test
