@@ -1091,7 +1091,7 @@ orv_sparse_status_t orv_sparse_zcsrmultcsr_(const int* transa, const int* reques
  * ldc        at least the rows of C; ldc * k at most 2147483645
  *
  * Every element of C is one chain of fused multiply-adds in the order of the columns of op(A).
- * With op, a column number that stands twice in a row of A may count once only.
+ * A column number that stands twice in a row of A may count once only; in B it counts twice.
  *
  * Memory: a copy of A and of B, each once more by columns (A without op only), and with a budget
  * above 1 one 64-bit count a column of C.

@@ -13,17 +13,13 @@
 
 #include "support/limits.h"
 #include "support/matrices.h"
-
-#include "nevrad.h"
+#include "support/results.h"
 
 #include <benchmark/benchmark.h>
 #include <omp.h>
 
 #include <algorithm>
-#include <cmath>
-#include <complex>
 #include <functional>
-#include <limits>
 #include <memory>
 #include <string>
 #include <utility>
@@ -58,9 +54,6 @@ lazy<Data> make_lazy(const Arguments&... arguments) {
 
 // Ends the program with a message: a benchmark of unequal work is worth nothing.
 [[noreturn]] void fail(const std::string& message);
-
-// A budget for the library, its peer and plain loops alike.
-void use_threads(int threads);
 
 // What one run moves and computes, for reports to make rates of.
 inline void set_counters(::benchmark::State& state, double bytes, double flops) {
@@ -145,35 +138,6 @@ class comparison {
   int repetitions_ = 0;
   lazy<Data> data_;
 };
-
-// max |a_i - b_i| / max |b_i|
-template <class Vector>
-double relative_difference(const Vector& a, const Vector& b) {
-  double difference = 0;
-  double size = 0;
-  if (a.size() != b.size()) return std::numeric_limits<double>::infinity();
-  for (std::size_t i = 0; i < a.size(); ++i) {
-    const double d = static_cast<double>(std::abs(a[i] - b[i]));
-    if (!(d <= difference)) difference = d;
-    size = std::max(size, static_cast<double>(std::abs(b[i])));
-  }
-  return difference == 0 ? 0 : difference / size;
-}
-
-template <class T>
-inline constexpr double rounding_tolerance =
-    1e3 * static_cast<double>(std::numeric_limits<decltype(std::abs(T{}))>::epsilon());
-
-template <class T>
-inline constexpr char type_letter = '?';
-template <>
-inline constexpr char type_letter<float> = 's';
-template <>
-inline constexpr char type_letter<double> = 'd';
-template <>
-inline constexpr char type_letter<std::complex<float>> = 'c';
-template <>
-inline constexpr char type_letter<std::complex<double>> = 'z';
 
 // A file of benchmarks registers them by an object of this type at namespace scope.
 struct registration {
