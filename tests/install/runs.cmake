@@ -30,6 +30,10 @@ foreach(language c cpp fortran)
 endforeach()
 nevrad_install_test(install_static static REQUIRED prefix)
 
+nevrad_install_test(package_build packages SETUP packages)
+nevrad_install_test(package_lintian lintian REQUIRED packages)
+nevrad_install_test(package_use packaged REQUIRED packages)
+
 # Fortran: the module's text, then its interfaces at work.
 if(NOT CMAKE_CROSSCOMPILING)
   add_test(NAME fortran_module
