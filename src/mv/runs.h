@@ -61,6 +61,7 @@ NEVRAD_INLINE void scatter_run(T* to, entry_run<T> run, T factor_at, const Hint&
     run.values += 4;
     run.indices += 4;
   };
+  if (left < 8) fetch_streams(run.values, run.indices);
   for (; left >= 8; left -= 8) {
     half();
     hint_half(run.values, run.indices, 0);
@@ -88,6 +89,7 @@ NEVRAD_INLINE lane<T> gather_run(const T* from, entry_run<T> run, const Hint& hi
     run.values += 4;
     run.indices += 4;
   };
+  if (left < 8) fetch_streams(run.values, run.indices);
   for (; left >= 8; left -= 8) {
     half();
     hint_half(run.values, run.indices);
