@@ -23,6 +23,13 @@ foreach(root ${roots})
   file(WRITE ${root}/usr/share/lintian/overrides/${package}
     "# The project packages itself: no request in Debian's tracker is closed by that.\n"
     "${package}: initial-upload-closes-no-bugs *\n")
+  # The prefix is the system's: said so, pkg-config leaves out the folders that compilers know.
+  file(GLOB_RECURSE descriptions ${root}/usr/lib/*.pc)
+  foreach(description ${descriptions})
+    file(READ ${description} text)
+    string(REGEX REPLACE "(^|\n)prefix=[^\n]*" "\\1prefix=/usr" text "${text}")
+    file(WRITE ${description} "${text}")
+  endforeach()
   # "Installing with strip" leaves static libraries alone.
   file(GLOB_RECURSE archives ${root}/usr/lib/*.a)
   foreach(archive ${archives})
