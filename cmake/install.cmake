@@ -61,9 +61,10 @@ configure_file(cmake/nevrad.pc.in ${PROJECT_BINARY_DIR}/install/nevrad.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/install/nevrad.pc
   DESTINATION ${pkgconfig_dir} COMPONENT development)
 
-# Manual pages, where they have been made.
+# Manual pages, where they have been made (by the target doc).
 install(DIRECTORY ${PROJECT_BINARY_DIR}/doc/man/man3
   DESTINATION ${CMAKE_INSTALL_MANDIR} COMPONENT development OPTIONAL)
 
+install(FILES docs/manual.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development)
 install(DIRECTORY examples/c examples/cpp examples/fortran
   DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples COMPONENT development)

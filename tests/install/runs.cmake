@@ -6,7 +6,7 @@ endif()
 
 set(NEVRAD_INSTALL_TEST_ENVIRONMENT
   BUILD=${PROJECT_BINARY_DIR} SOURCE=${PROJECT_SOURCE_DIR} WORK=${PROJECT_BINARY_DIR}/install-tests
-  LIBDIR=${CMAKE_INSTALL_LIBDIR} OMP_WAIT_POLICY=passive)
+  LIBDIR=${CMAKE_INSTALL_LIBDIR} VERSION=${PROJECT_VERSION} OMP_WAIT_POLICY=passive)
 if(CMAKE_CROSSCOMPILING)
   string(JOIN " " emulator ${CMAKE_CROSSCOMPILING_EMULATOR})
   list(APPEND NEVRAD_INSTALL_TEST_ENVIRONMENT
@@ -23,8 +23,9 @@ function(nevrad_install_test name)
     FIXTURES_SETUP "${test_SETUP}" FIXTURES_REQUIRED "${test_REQUIRED}")
 endfunction()
 
-nevrad_install_test(install_prefix prefix SETUP prefix)
-nevrad_install_test(install_destdir destdir)
+nevrad_install_test(install_pages pages SETUP pages)
+nevrad_install_test(install_prefix prefix SETUP prefix REQUIRED pages)
+nevrad_install_test(install_destdir destdir REQUIRED pages)
 foreach(language c cpp fortran)
   nevrad_install_test(install_${language} readme ${language} REQUIRED prefix)
 endforeach()
@@ -35,7 +36,7 @@ if(NOT CMAKE_CROSSCOMPILING)
 endif()
 # A build for another folder of libraries than Debian's makes no packages for Debian.
 if(CMAKE_INSTALL_LIBDIR STREQUAL "lib/${multiarch}")
-  nevrad_install_test(package_build packages SETUP packages)
+  nevrad_install_test(package_build packages SETUP packages REQUIRED pages)
   nevrad_install_test(package_lintian lintian REQUIRED packages)
   nevrad_install_test(package_use packaged REQUIRED packages)
 else()
