@@ -66,5 +66,6 @@ install(DIRECTORY ${PROJECT_BINARY_DIR}/doc/man/man3
   DESTINATION ${CMAKE_INSTALL_MANDIR} COMPONENT development OPTIONAL)
 
 install(FILES docs/manual.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development)
-install(DIRECTORY examples/c examples/cpp examples/fortran
-  DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples COMPONENT development)
+install(DIRECTORY examples/c examples/cpp examples/fortran examples/python
+  DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples COMPONENT development
+  PATTERN "__pycache__" EXCLUDE)
