@@ -1,8 +1,10 @@
 // Solves a linear system by a Krylov method whose matrix products are nevrad's, checks the answer
 // independently, and says how fast the products ran on one thread and on all.
 #include "krylov.h"
+#include "picture.h"
 #include "preconditioner.h"
 
+#include "support/gnuplot.h"
 #include "support/limits.h"
 #include "support/problem.h"
 
@@ -31,6 +33,7 @@ struct options {
   double tolerance = 1e-8;
   long max_iterations = 0;
   std::string method = "auto";
+  std::string plot;
 };
 
 double now() {
@@ -243,6 +246,7 @@ struct result {
   double seconds = 0;
   double product_seconds = 0;
   long products = 0;
+  std::vector<double> residuals;  // after each iteration, as the method carries them along
 };
 
 template <class T>
@@ -259,7 +263,9 @@ result run(const matrix<T>& a,
   how.tolerance = chosen.tolerance;
   how.max_iterations = chosen.max_iterations;
   how.threads = threads;
-  how.progress = [&reported](long iteration, double residual) {
+  result got;
+  how.progress = [&](long iteration, double residual) {
+    got.residuals.push_back(residual);
     if (now() - reported < 1.0) return;
     reported = now();
     std::printf("    iteration %6ld   relative residual %.2e\n", iteration, residual);
@@ -268,7 +274,6 @@ result run(const matrix<T>& a,
   krylov<T> solver(std::ref(multiply), precondition, b, how);
   vector<T> x(b.size());
   const double start = now();
-  result got;
   got.end = solver.solve(which, x);
   got.seconds = now() - start;
   got.iterations = solver.iterations();
@@ -315,14 +320,16 @@ bool judge(const result& got, const options& chosen) {
 }
 
 // The same system once more on one thread, by conjugate gradients with triangular solves as the
-// preconditioner. `plain` is the run on one thread without them; the verdict on the system is that
-// of this run where A has an incomplete factor, and otherwise stays `verdict`.
+// preconditioner, which goes into the picture. `plain` is the run on one thread without them; the
+// verdict on the system is that of this run where A has an incomplete factor, and otherwise stays
+// `verdict`.
 template <class T>
 bool solve_preconditioned(const matrix<T>& a,
                           const vector<T>& b,
                           const options& chosen,
                           const result& plain,
-                          bool verdict) {
+                          bool verdict,
+                          picture& drawn) {
   const double start = now();
   const incomplete_cholesky<T> factor(a);
   if (!factor.factored()) {
@@ -346,6 +353,7 @@ bool solve_preconditioned(const matrix<T>& a,
       "           of which %.3f s in %ld products and %.3f s in the preconditioner\n",
       got.iterations, plain.iterations, got.seconds, plain.seconds, got.product_seconds,
       got.products, solve_seconds);
+  drawn.falls.push_back({"incomplete Cholesky", got.residuals});
   return judge(got, chosen);
 }
 
@@ -392,6 +400,9 @@ int solve(const std::string& title, const matrix<T>& a, options chosen) {
   std::vector<int> teams = {1};
   if (chosen.threads > 1) teams.push_back(chosen.threads);
   bool all_hold = true;
+  picture drawn;
+  drawn.title = title;
+  drawn.tolerance = chosen.tolerance;
   result on_one;
   for (const int threads : teams) {
     const diagonal_scaling<T> scaling(scale, threads);
@@ -402,7 +413,11 @@ int solve(const std::string& title, const matrix<T>& a, options chosen) {
       announce();
       got = run<T>(a, b, scaling, which, threads, chosen);
     }
-    print_speed(a, threads, got, measure_pace(a, threads));
+    const pace found_pace = measure_pace(a, threads);
+    print_speed(a, threads, got, found_pace);
+    const double gigabytes = product_bytes(a) * 1e-9;
+    drawn.speeds.push_back({threads, gigabytes / found_pace.product, gigabytes / found_pace.read});
+    if (threads == 1) drawn.falls.push_back({"diagonal scaling", got.residuals});
     all_hold = judge(got, chosen) && all_hold;
     if (threads == 1) on_one = got;
     std::fflush(stdout);
@@ -412,8 +427,9 @@ int solve(const std::string& title, const matrix<T>& a, options chosen) {
   // Slow convergence is what a better preconditioner is for; an indefinite matrix has none of
   // these.
   if (which == method::cg && on_one.end != outcome::indefinite) {
-    all_hold = solve_preconditioned(a, b, chosen, on_one, all_hold);
+    all_hold = solve_preconditioned(a, b, chosen, on_one, all_hold, drawn);
   }
+  if (!chosen.plot.empty()) drawn.write(chosen.plot);
   if (!all_hold) std::puts("NOT SOLVED");
   return all_hold ? solved : not_solved;
 }
@@ -443,6 +459,8 @@ int parse_options(int argc, char** argv, options& chosen) {
                  "cg for positive definite matrices, bicgstab for any")
       ->check(CLI::IsMember({"auto", "cg", "bicgstab"}))
       ->capture_default_str();
+  app.add_option("-p,--plot", chosen.plot,
+                 "write a picture of residuals and speed to this file (.svg, .png; needs gnuplot)");
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
@@ -457,6 +475,7 @@ int run_program(int argc, char** argv) {
   const int parsed = parse_options(argc, argv, chosen);
   if (parsed != 0) return parsed < 0 ? solved : parsed;
   try {
+    if (!chosen.plot.empty()) bench::expect_plotter(chosen.plot);
     const bench::problem given = chosen.file.empty() ? bench::make_diffusion(chosen.grid)
                                                      : bench::read_market_system(chosen.file);
     return std::visit([&](const auto& a) { return solve(given.title, a, chosen); }, given.a);

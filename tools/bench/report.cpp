@@ -146,6 +146,8 @@ std::string escaped(std::string text) {
 std::string roofline(const subject& what, const std::vector<measurement>& all) {
   std::map<int, roof> roofs;
   std::map<std::string, std::string> points;  // by contestant: lines of data
+  std::string names;                          // the cases, numbered as the library's points are
+  int number = 0;
   double left = 1e9;
   double right = 0;
   double lowest = 1e9;
@@ -157,14 +159,16 @@ std::string roofline(const subject& what, const std::vector<measurement>& all) {
     const double intensity = m.flops / m.bytes;
     left = std::min(left, intensity);
     right = std::max(right, intensity);
+    ++number;
     const auto add = [&](const timing& t) {
       const double rate = m.flops / t.median * 1e-9;
-      points[t.name] += fmt::format("{:.6g} {:.6g} \"{}\"\n", intensity, rate,
-                                    fmt::format("{}, {}T", case_name(m.wanted), m.threads));
+      points[t.name] += fmt::format("{:.6g} {:.6g} {}\n", intensity, rate, number);
       lowest = std::min(lowest, rate);
     };
     add(m.own);
     for (const timing& t : m.peers) add(t);
+    names += fmt::format(", \\\n  keyentry with points pt 0 title \"{}: {}, {}T\"", number,
+                         case_name(m.wanted), m.threads);
   }
   if (roofs.empty()) return {};
   double highest = 0;
@@ -172,41 +176,36 @@ std::string roofline(const subject& what, const std::vector<measurement>& all) {
     highest = std::max(highest, r.peak);
     right = std::max(right, 2 * r.peak / r.bandwidth);
   }
-  std::string script;
-  script += fmt::format("set title \"{}\" noenhanced\n", escaped(what.title));
-  script += "set logscale xy\nset grid\nset key bottom right box opaque\n";
+  std::string script = fmt::format("set title \"{}\" noenhanced\n", escaped(what.title));
+  script +=
+      "set logscale xy\nset grid\nset key outside right top Left reverse noenhanced font ',10'\n";
   script += "set xlabel 'operations a byte'\nset ylabel 'GFLOP/s'\n";
   script += fmt::format("set xrange [{:.6g}:{:.6g}]\nset yrange [{:.6g}:{:.6g}]\n", left / 2, right,
                         lowest / 2, highest * 2);
-  std::size_t block = 0;
-  for (const auto& [name, data] : points)
-    script += fmt::format("$points{} << E\n{}E\n", ++block, data);
+  for (const auto& [name, data] : points) script += fmt::format("${} << E\n{}E\n", name, data);
   std::string curves;
-  // Of the colours that people of any colour vision tell apart.
-  constexpr const char* colours[] = {"#0072b2", "#d55e00", "#009e73", "#cc79a7"};
   std::size_t line = 0;
   for (const auto& [threads, r] : roofs) {
     curves += fmt::format(
         "{}({:.6g} * x < {:.6g} ? {:.6g} * x : {:.6g}) with lines lw 2 dt {} lc rgb 'black' "
-        "title 'measured roof, {} thread{}: {:.1f} GB/s, {:.1f} GFLOP/s'",
+        "title 'roof, {} thread{}: {:.1f} GB/s, {:.1f} GFLOP/s'",
         curves.empty() ? "" : ", \\\n  ", r.bandwidth, r.peak, r.bandwidth, r.peak, ++line, threads,
         threads == 1 ? "" : "s", r.bandwidth, r.peak);
   }
-  block = 0;
+  // Of the colours that people of any colour vision tell apart.
+  constexpr const char* colours[] = {"#d55e00", "#009e73", "#cc79a7"};
+  std::size_t peers = 0;
   for (const auto& [name, data] : points) {
-    const bool own = name == "nevrad";
-    ++block;
+    if (name == "nevrad") continue;
     curves += fmt::format(
-        ", \\\n  $points{} using 1:2 with points pt {} ps 1.6 lw 2 lc rgb '{}' title '{}'", block,
-        own ? 7 : 4 + 2 * (block - 1), colours[own ? 0 : 1 + (block - 1) % 3], name);
-    if (own) {
-      curves += fmt::format(
-          ", \\\n  $points{} using 1:2:3 with labels noenhanced left offset 1,0.3 font ',11' "
-          "notitle",
-          block);
-    }
+        ", \\\n  ${0} using 1:2 with points pt {1} ps 1.3 lw 2 lc rgb '{2}' title '{0}'", name,
+        4 + 2 * (peers % 4), colours[peers % 3]);
+    ++peers;
   }
-  return script + "plot " + curves + "\n";
+  curves +=
+      ", \\\n  $nevrad using 1:2 with points pt 7 ps 1.3 lc rgb '#0072b2' title 'nevrad'"
+      ", \\\n  $nevrad using 1:2:3 with labels left offset 0.8,0.3 font ',11' notitle";
+  return script + "plot " + curves + names + "\n";
 }
 
 }  // namespace tools
