@@ -11,9 +11,10 @@
 
 namespace nevrad_test {
 
-enum class failing { never, once, from_then_on };
+enum class failing { never, once, from_then_on, large };
 
-// Counts allocations within its scope. The n-th (from 1) fails, or the n-th and every later one.
+// Counts allocations within its scope. The n-th (from 1) fails, or the n-th and every later one, or
+// each of more than 1 GiB.
 class allocator_scope {
  public:
   explicit allocator_scope(failing mode = failing::never, int n = 0);
@@ -21,9 +22,10 @@ class allocator_scope {
   allocator_scope& operator=(const allocator_scope&) = delete;
   ~allocator_scope();
 
-  int calls() const;    // allocations asked for
-  int refused() const;  // of these, made to fail
-  int live() const;     // given out in this scope and not yet back
+  int calls() const;              // allocations asked for
+  int refused() const;            // of these, made to fail
+  int live() const;               // given out in this scope and not yet back
+  std::uint64_t largest() const;  // bytes asked for at once
 };
 
 // Runs call() once for each allocation that it makes, with that allocation failing, and with that

@@ -5,9 +5,10 @@
 // an operation at random or run all of them without knowing any.
 #pragma once
 
-#include "support/matrix.h"
+#include "support/oracle.h"
 
 #include <functional>
+#include <sstream>
 #include <string>
 
 namespace nevrad_test {
@@ -54,11 +55,15 @@ struct operation_of {
   std::function<int(const arguments<T>&)> by_value;
   std::function<int(const arguments<T>&)> by_reference;
 
-  bool by_columns() const { return std::string(name).find("csc") != std::string::npos; }
-  bool ends_with(const char* text) const {
-    const std::string whole = name;
-    const std::string end = text;
-    return whole.size() >= end.size() && whole.substr(whole.size() - end.size()) == end;
+  bool is(const char* kind) const { return std::string(name).find(kind) != std::string::npos; }
+  bool by_columns() const { return is("csc"); }
+  // Whether there is an argument of the checks that is called so.
+  bool tests(const char* argument) const {
+    std::istringstream words(checks);
+    for (std::string word; words >> word;) {
+      if (word == argument) return true;
+    }
+    return false;
   }
 };
 
@@ -125,16 +130,8 @@ std::vector<operation_of<T>> all_operations() {
   };
   const char* const by_dot = "1: a ja b c | 3: nnz";
   if constexpr (is_complex<T>) {
-    constexpr auto ui = is_single<T>;
-    const auto dot = [&](const char* name, auto c, auto c_ref, auto z, auto z_ref) {
-      if constexpr (ui) {
-        all.push_back(operation<T>(name, "", 0, by_dot, c, c_ref, &x::nnz, &x::a, &x::ja, &x::b, &x::c));
-      } else {
-        all.push_back(operation<T>(name, "", 0, by_dot, z, z_ref, &x::nnz, &x::a, &x::ja, &x::b, &x::c));
-      }
-    };
-    dot("dotui_sub", &orv_sparse_cdotui_sub, &orv_sparse_cdotui_sub_, &orv_sparse_zdotui_sub, &orv_sparse_zdotui_sub_);
-    dot("dotci_sub", &orv_sparse_cdotci_sub, &orv_sparse_cdotci_sub_, &orv_sparse_zdotci_sub, &orv_sparse_zdotci_sub_);
+    all.push_back(operation<T>("dotui_sub", "", 0, by_dot, pick<T>(0, 0, &orv_sparse_cdotui_sub, &orv_sparse_zdotui_sub), pick<T>(0, 0, &orv_sparse_cdotui_sub_, &orv_sparse_zdotui_sub_), &x::nnz, &x::a, &x::ja, &x::b, &x::c));
+    all.push_back(operation<T>("dotci_sub", "", 0, by_dot, pick<T>(0, 0, &orv_sparse_cdotci_sub, &orv_sparse_zdotci_sub), pick<T>(0, 0, &orv_sparse_cdotci_sub_, &orv_sparse_zdotci_sub_), &x::nnz, &x::a, &x::ja, &x::b, &x::c));
   } else {
     all.push_back(operation<T>("doti", "", 0, by_dot, pick<T>(&orv_sparse_sdoti, &orv_sparse_ddoti, 0, 0), pick<T>(&orv_sparse_sdoti_, &orv_sparse_ddoti_, 0, 0), &x::nnz, &x::a, &x::ja, &x::b, &x::c));
     all.push_back(operation<T>("roti", "", 0, "1: a ja c | 3: nnz", pick<T>(&orv_sparse_sroti, &orv_sparse_droti, 0, 0), pick<T>(&orv_sparse_sroti_, &orv_sparse_droti_, 0, 0), &x::nnz, &x::a, &x::ja, &x::c, &x::alpha, &x::beta));
@@ -143,6 +140,58 @@ std::vector<operation_of<T>> all_operations() {
 }
 // clang-format on
 #undef NEVRAD_FORMS
+
+// One way to call an operation: a slot of a table, a triangle, a request.
+template <class T>
+struct form_of {
+  operation_of<T> op;
+  const char* descra = "";
+  int transa = 0;
+  int uplo = 0;
+  int diag = 0;
+  int request = 0;
+
+  int base() const { return descra[0] == '\0' ? op.base : descra[3] == 'F'; }
+
+  // The descriptor of the same matrix, where the operation takes none.
+  std::string structure() const {
+    if (descra[0] != '\0') return descra;
+    const std::string triangle = std::string(uplo == 0 ? "L" : "U") + (diag == 0 ? "N" : "U");
+    if (op.tests("diag")) return "T" + triangle + "F";
+    return op.tests("uplo") ? "S" + triangle + "F" : "G00F";
+  }
+  friend std::ostream& operator<<(std::ostream& out, const form_of& f) {
+    return out << f.op.name << ' ' << f.structure() << ", op " << f.transa << ", request "
+               << f.request;
+  }
+};
+
+// Every form of every operation that has an operand in compressed form.
+template <class T>
+std::vector<form_of<T>> all_forms() {
+  std::vector<form_of<T>> all;
+  for (const operation_of<T>& op : all_operations<T>()) {
+    if (op.tests("nnz")) continue;
+    std::vector<const char*> codes;
+    if (op.descra[0] == '\0') codes.push_back("");
+    for (const char* const code : all_descriptors) {
+      const bool solves = code[0] == 'T' || code[0] == 'D';
+      if (op.descra[0] == 'G' || (op.descra[0] == 'T' && solves)) codes.push_back(code);
+    }
+    for (const char* const code : codes) {
+      for (int transa = 0; transa < (op.tests("op") ? 3 : 1); ++transa) {
+        for (int uplo = 0; uplo < (op.tests("uplo") ? 2 : 1); ++uplo) {
+          for (int diag = 0; diag < (op.tests("diag") ? 2 : 1); ++diag) {
+            for (int request = 0; request < (op.tests("request") ? 3 : 1); ++request) {
+              all.push_back({op, code, transa, uplo, diag, request});
+            }
+          }
+        }
+      }
+    }
+  }
+  return all;
+}
 
 // Arrays and arguments of one call that every operation takes: square matrices of some order, with
 // sorted lines and large diagonals, `columns` right-hand sides.
@@ -156,12 +205,12 @@ struct problem_of {
   array<int> ic;
   arguments<T> x;
 
-  problem_of(generator& random, const operation_of<T>& op, int order, int columns, int transa = 0)
+  problem_of(generator& random, const form_of<T>& form, int order, int columns)
       : A(random_matrix<T>(random,
                            {.rows = order,
                             .cols = order,
-                            .base = op.base,
-                            .kind = op.by_columns() ? compression::columns : compression::rows,
+                            .base = form.base(),
+                            .kind = form.op.by_columns() ? compression::columns : compression::rows,
                             .sorted = true,
                             .diagonal = stored_diagonal::dominant})),
         ia(A.pointers()),
@@ -169,8 +218,11 @@ struct problem_of {
         c(random.values<T>(square_of(order, columns))),
         jc(order * order, -77),
         ic(order + 1, -77) {
-    const bool with_sparse = std::string(op.checks).find("jb") != std::string::npos;
-    x = {.transa = transa,
+    const bool with_sparse = form.op.tests("jb");
+    x = {.transa = form.transa,
+         .uplo = form.uplo,
+         .diag = form.diag,
+         .request = form.request,
          .nnz = A.end[0] - A.begin[0],
          .m = order,
          .n = with_sparse ? order : columns,
@@ -180,7 +232,7 @@ struct problem_of {
          .nzmax = order * order,
          .alpha = random.value<T>(),
          .beta = random.value<T>(),
-         .descra = op.descra,
+         .descra = form.descra,
          .a = A.values.data(),
          .ja = A.indices.data(),
          .ia = ia.data(),

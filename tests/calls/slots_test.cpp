@@ -1,0 +1,233 @@
+// Every form of every operation, on several budgets, against dense arithmetic in wider precision;
+// and the same bits on whatever team the runtime grants.
+#include "support/operations.h"
+#include "support/threads.h"
+
+#include <dlfcn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <set>
+#include <thread>
+
+namespace nevrad_test {
+namespace {
+
+constexpr int order = 13;
+constexpr int columns = 5;
+
+// A problem, run once. A request for the values follows one for the pattern, as it must.
+template <class T>
+class trial {
+ public:
+  trial(const form_of<T>& form, std::uint64_t seed) : trial(form, generator(seed)) {}
+
+  int run() {
+    if (form_.request == 2) {
+      arguments<T> pattern = problem_.x;
+      pattern.request = 1;
+      form_.op.by_value(pattern);
+    }
+    return form_.op.by_value(problem_.x);
+  }
+
+  // Whether the result is right, for the values that C had before.
+  testing::AssertionResult is_right() const {
+    const operation_of<T>& op = form_.op;
+    const arguments<T>& x = problem_.x;
+    const std::string descra = form_.structure();
+    const dense<T> plain = dense_of(problem_.A, descra.c_str());
+    const dense<T> a = apply_op(plain, x.transa);
+    const dense<T> zero(order, order);
+    if (op.is("csradd")) {
+      if (x.request == 1) return testing::AssertionSuccess();
+      // The sum as a product with the identity.
+      dense<T> identity(order, order);
+      for (int i = 0; i < order; ++i) identity(i, i) = 1;
+      return is_close(compressed(), product(identity, a, x.beta, make<T>(1), plain), 8);
+    }
+    if (op.is("csrmultcsr")) {
+      if (x.request == 1) return testing::AssertionSuccess();
+      return is_close(compressed(), product(a, plain, make<T>(1), make<T>(0), zero), order + 8);
+    }
+    if (op.is("csrmultd")) {
+      return is_close(panel_of(problem_.c, order, true),
+                      product(a, plain, make<T>(1), make<T>(0), zero), order + 8);
+    }
+    const bool by_panels = op.is("mm") || op.is("sm");
+    const bool by_columns = !by_panels || descra[3] == 'F';
+    const int n = by_panels ? columns : 1;
+    const dense<T> b = panel_of(problem_.b, n, by_columns);
+    const dense<T> c = panel_of(problem_.c, n, by_columns);
+    const T one = make<T>(1);
+    if (op.is("sv") || op.is("sm")) return is_solution(c, a, op.is("trsv") ? one : x.alpha, b);
+    const bool scaled = !op.is("gemv") && !op.is("symv");
+    return is_close(c,
+                    product(a, b, scaled ? x.alpha : one, scaled ? x.beta : T{},
+                            panel_of(before_, n, by_columns)),
+                    order + 16);
+  }
+
+  void expect_same(const trial& other) const { expect_same_arrays(problem_, other.problem_); }
+
+ private:
+  trial(const form_of<T>& form, generator random)
+      : form_(form), problem_(random, form, order, columns), before_(problem_.c) {
+    // A Hermitian diagonal is real, so that what an imaginary part there means is left open.
+    if constexpr (is_complex<T>) {
+      const matrix<T>& a = problem_.A;
+      for (int i = 0; i < order && form.descra[0] == 'H'; ++i) {
+        for (int p = a.begin[i] - a.base; p < a.end[i] - a.base; ++p) {
+          if (a.indices[p] - a.base == i) a.values[p].im = 0;
+        }
+      }
+    }
+  }
+
+  dense<T> panel_of(const array<T>& elements, int n, bool by_columns) const {
+    dense<T> d(order, n);
+    for (int i = 0; i < order; ++i) {
+      for (int j = 0; j < n; ++j) {
+        d(i, j) = widen(elements[by_columns ? i + j * problem_.x.ldc : i * problem_.x.ldc + j]);
+      }
+    }
+    return d;
+  }
+  dense<T> compressed() const {
+    dense<T> d(order, order);
+    for (int i = 0; i < order; ++i) {
+      for (int p = problem_.ic[i] - 1; p < problem_.ic[i + 1] - 1; ++p) {
+        d.add(i, problem_.jc[p] - 1, widen(problem_.c[p]));
+      }
+    }
+    return d;
+  }
+
+  form_of<T> form_;
+  problem_of<T> problem_;
+  array<T> before_;
+};
+
+template <class T>
+class forms : public testing::Test {
+ protected:
+  const std::vector<form_of<T>> all = all_forms<T>();
+
+  // Every n-th form, another rest of the division for each seed.
+  template <class Body>
+  void for_some(int n, std::uint64_t seed, const Body& body) const {
+    for (std::size_t f = seed % static_cast<std::size_t>(n); f < all.size();
+         f += static_cast<std::size_t>(n)) {
+      SCOPED_TRACE(testing::Message() << all[f] << ", seed " << seed);
+      body(all[f]);
+    }
+  }
+};
+TYPED_TEST_SUITE(forms, all_types, type_names);
+
+TYPED_TEST(forms, agree_with_dense_arithmetic) {
+  for (const int budget : {1, 2, 3, 8}) {
+    this->for_some(1, static_cast<std::uint64_t>(budget), [&](const auto& form) {
+      const budget_scope threads(budget);
+      trial<TypeParam> call(form, static_cast<std::uint64_t>(budget));
+      EXPECT_EQ(call.run(), 0);
+      EXPECT_TRUE(call.is_right());
+    });
+  }
+  this->RecordProperty("forms", static_cast<int>(this->all.size()));
+}
+
+// Teams that divide nothing, and teams that are not granted.
+TYPED_TEST(forms, have_the_same_bits_on_a_smaller_team) {
+  for (int budget = 1; budget <= 17; ++budget) {
+    const auto seed = static_cast<std::uint64_t>(budget);
+    this->for_some(17, seed, [&](const auto& form) {
+      const budget_scope threads(budget);
+      trial<TypeParam> whole(form, seed);
+      EXPECT_EQ(whole.run(), 0);
+      EXPECT_TRUE(whole.is_right());
+      const budget_scope again(budget);
+      trial<TypeParam> alone(form, seed);
+      in_callers_region([&] { EXPECT_EQ(alone.run(), 0); });
+      alone.expect_same(whole);
+    });
+  }
+}
+
+TYPED_TEST(forms, take_the_largest_budget) {
+  const std::set<std::string> parallel{"csrmm", "csrsm", "csrgemv", "csrmultd"};
+  for (const form_of<TypeParam>& form : this->all) {
+    if (parallel.count(form.op.name) == 0 || form.transa != 1) continue;
+    if (form.structure() != "G00F" && form.structure() != "TLNF") continue;
+    SCOPED_TRACE(testing::Message() << form);
+    const budget_scope threads(640);
+    trial<TypeParam> call(form, 5);
+    EXPECT_EQ(call.run(), 0);
+    EXPECT_TRUE(call.is_right());
+  }
+}
+
+// Callers at once share nothing but the budget, which some of the calls change.
+TYPED_TEST(forms, may_be_called_from_many_threads) {
+  const budget_scope threads(2);
+  std::vector<std::thread> callers;
+  for (std::uint64_t caller = 0; caller < 8; ++caller) {
+    callers.emplace_back([this, caller] {
+      this->for_some(23, caller, [&](const auto& form) {
+        trial<TypeParam> call(form, caller);
+        EXPECT_EQ(call.run(), 0);
+        EXPECT_TRUE(call.is_right());
+      });
+    });
+  }
+  for (std::thread& caller : callers) caller.join();
+}
+
+#if !__has_feature(thread_sanitizer)
+
+// A child of a process that has computed on threads computes on threads.
+TYPED_TEST(forms, run_in_a_forked_child) {
+  const budget_scope threads(3);
+  const form_of<TypeParam>& form = this->all[this->all.size() - 2];
+  trial<TypeParam> before(form, 1);
+  ASSERT_EQ(before.run(), 0);
+  const pid_t child = fork();
+  if (child == 0) {
+    alarm(60);
+    trial<TypeParam> call(form, 1);
+    _exit(call.run() == 0 && call.is_right() ? 0 : 1);
+  }
+  int status = -1;
+  ASSERT_EQ(waitpid(child, &status, 0), child);
+  EXPECT_EQ(status, 0);
+}
+
+// The shared library comes and goes, with its budget, whatever its regions have left in the
+// runtime.
+TEST(library, is_loaded_and_unloaded_again) {
+  using set_budget = int (*)(int);
+  using get_budget = int (*)();
+  const array<double> a{1, 2, 3};
+  const array<int> pointers{1, 2, 3, 4};
+  const array<int> indices{1, 2, 3};
+  for (int time = 0; time < 100; ++time) {
+    void* const library = dlopen(NEVRAD_LIBRARY, RTLD_NOW | RTLD_LOCAL);
+    ASSERT_NE(library, nullptr) << dlerror();
+    const auto entry = [&](const char* name) { return dlsym(library, name); };
+    EXPECT_EQ(reinterpret_cast<get_budget>(entry("orv_get_thread_num_"))(), 1);
+    EXPECT_EQ(reinterpret_cast<set_budget>(entry("orv_set_thread_num"))(3), 0);
+    const auto multiply =
+        reinterpret_cast<decltype(&orv_sparse_dcsrmultd)>(entry("orv_sparse_dcsrmultd"));
+    const array<double> c(9, 7);
+    EXPECT_EQ(multiply(0, 3, 3, 3, a.data(), indices.data(), pointers.data(), a.data(),
+                       indices.data(), pointers.data(), c.data(), 3),
+              0);
+    EXPECT_SAME_ARRAYS(c, (array<double>{1, 0, 0, 0, 4, 0, 0, 0, 9}));
+    EXPECT_EQ(dlclose(library), 0);
+  }
+}
+
+#endif
+
+}  // namespace
+}  // namespace nevrad_test
