@@ -20,7 +20,9 @@ TYPED_TEST_SUITE(faults, all_types, type_names);
 
 TYPED_TEST(faults, leave_nothing_behind) {
   using T = TypeParam;
-  for (const form_of<T>& form : all_forms<T>()) {
+  const auto all = all_forms<T>();
+  for (std::size_t f = 0; f < all.size(); f += one_in(5)) {
+    const form_of<T>& form = all[f];
     for (const int budget : {1, 3}) {
       SCOPED_TRACE(testing::Message() << form << ", budget " << budget);
       const auto run = [&](const problem_of<T>& problem, failing mode, int n, bool& refused) {

@@ -1,7 +1,9 @@
-nevrad_test_run(calls_thread_limit TARGET nevrad_calls_tests FILTER "forms*agree*"
-  ENVIRONMENT OMP_THREAD_LIMIT=4)
-nevrad_test_run(calls_dynamic TARGET nevrad_calls_tests FILTER "forms*smaller_team*"
-  ENVIRONMENT OMP_DYNAMIC=true)
+if(NOT CMAKE_CROSSCOMPILING)
+  nevrad_test_run(calls_thread_limit TARGET nevrad_calls_tests FILTER "forms*agree*"
+    ENVIRONMENT OMP_THREAD_LIMIT=4)
+  nevrad_test_run(calls_dynamic TARGET nevrad_calls_tests FILTER "forms*smaller_team*"
+    ENVIRONMENT OMP_DYNAMIC=true)
+endif()
 if(NEVRAD_SANITIZER STREQUAL "thread")
   add_executable(nevrad_planted_race ${CMAKE_CURRENT_SOURCE_DIR}/calls/planted_race.cpp)
   target_link_libraries(nevrad_planted_race PRIVATE nevrad_objects nevrad_openmp nevrad_warnings)

@@ -207,48 +207,68 @@ int deliver(const sparse_call<T>& call,
   return 0;
 }
 
+// The rows of a call's result, in both orders of their columns.
 template <class T>
-int reference(const sparse_call<T>& call, int budget, sparse_result<T>& out) {
-  lines<T> a = lines_of(call.A);
-  lines<T> b = lines_of(call.B);
-  lines<T>* const operands[] = {&a, &b};
-  for (int o = 0; call.adds() && o < 2; ++o) {
-    if (call.sort != o + 1 && call.sort != 3) continue;
-    if (!has_entries(*operands[o])) return 3;
-    for (row<T>& entries : *operands[o]) entries = ascending(entries);
+struct expected_rows {
+  bool refused = false;  // an operand to be sorted or transposed has no entries
+  std::vector<result_row<T>> ordered;
+  std::vector<result_row<T>> by_first_touch;
+
+  explicit expected_rows(const sparse_call<T>& call) {
+    lines<T> a = lines_of(call.A);
+    lines<T> b = lines_of(call.B);
+    lines<T>* const operands[] = {&a, &b};
+    for (int o = 0; call.adds() && o < 2; ++o) {
+      if (call.sort != o + 1 && call.sort != 3) continue;
+      refused = refused || !has_entries(*operands[o]);
+      for (row<T>& entries : *operands[o]) entries = ascending(entries);
+    }
+    if (call.transa != 0) {
+      lines<T>& op = call.adds() ? b : a;
+      refused = refused || !has_entries(op);
+      op = transposed(op, call.adds() ? call.B.cols : call.A.cols, call.transa == 2);
+    }
+    for (std::size_t i = 0; i < a.size(); ++i) {
+      ordered.push_back(call.adds() ? added(a[i], b[i], call.beta)
+                                    : multiplied(a[i], b, call.B.cols));
+      by_first_touch.push_back(ordered.back());
+      if (!call.adds()) ordered.back().entries = ascending(ordered.back().entries);
+    }
   }
-  if (call.transa != 0) {
-    lines<T>& op = call.adds() ? b : a;
-    if (!has_entries(op)) return 3;
-    op = transposed(op, call.adds() ? call.B.cols : call.A.cols, call.transa == 2);
-  }
+};
+
+template <class T>
+int reference(const sparse_call<T>& call,
+              int budget,
+              const expected_rows<T>& rows,
+              sparse_result<T>& out) {
+  if (rows.refused) return 3;
   const bool one_thread = budget == 1;
-  const bool by_first_touch = one_thread && call.request == 0 && call.nzmax >= 102400;
-  std::vector<result_row<T>> rows;
-  for (std::size_t i = 0; i < a.size(); ++i) {
-    rows.push_back(call.adds() ? added(a[i], b[i], call.beta) : multiplied(a[i], b, call.B.cols));
-    if (call.adds() || by_first_touch) continue;
-    rows.back().entries = ascending(rows.back().entries);
+  if (!call.adds() && one_thread && call.request == 0 && call.nzmax >= 102400) {
+    return deliver(call, rows.by_first_touch, one_thread, true, out);
   }
-  return deliver(call, rows, one_thread, call.adds() || by_first_touch, out);
+  return deliver(call, rows.ordered, one_thread, call.adds(), out);
 }
 
 // Row pointers as request 1 gives them.
 template <class T>
-array<int> pattern(sparse_call<T> call) {
+array<int> pattern(sparse_call<T> call, const expected_rows<T>& rows) {
   call.request = 1;
   sparse_result<T> out(call.rows(), 0);
-  reference(call, 1, out);
+  reference(call, 1, rows, out);
   return out.ic;
 }
 
 template <class T>
-void compare(const sparse_call<T>& call, int budget, const sparse_result<T>& before) {
+void compare(const sparse_call<T>& call,
+             int budget,
+             const expected_rows<T>& rows,
+             const sparse_result<T>& before) {
   SCOPED_TRACE(testing::Message() << "transa " << call.transa << " request " << call.request
                                   << " sort " << call.sort << " nzmax " << call.nzmax << " budget "
                                   << budget);
   sparse_result<T> want = before;
-  want.status = reference(call, budget, want);
+  want.status = reference(call, budget, rows, want);
   sparse_result<T> got = before;
   const budget_scope threads(budget);
   got.status = run(call, got);
@@ -258,18 +278,21 @@ void compare(const sparse_call<T>& call, int budget, const sparse_result<T>& bef
   EXPECT_SAME_ARRAYS(got.c, want.c);
 }
 
+inline const std::vector<int> all_budgets(std::begin(budgets), std::end(budgets));
+
 // All requests, and capacities around the size of the result, from the arrays that request 1 would
 // give. Room beyond the capacity is what a merge of rows in no order may need.
 template <class T>
-void compare_capacities(sparse_call<T> call, int budget, int slack = 0) {
-  const array<int> ic = pattern(call);
+void compare_capacities(sparse_call<T> call, const std::vector<int>& on_budgets, int slack = 0) {
+  const expected_rows<T> rows(call);
+  const array<int> ic = pattern(call, rows);
   const int total = std::max(0, ic[ic.size() - 1] - 1);  // 0 too where the call is refused
   for (call.request = 0; call.request < 3; ++call.request) {
     for (const int nzmax : {total, total - 1, total / 2, 0, -1, 102399, 102400}) {
       call.nzmax = nzmax;
       sparse_result<T> before(call.rows(), total + slack);
       if (call.request == 2) before.ic = ic;
-      compare(call, budget, before);
+      for (const int budget : on_budgets) compare(call, budget, rows, before);
     }
   }
 }
@@ -278,14 +301,15 @@ void compare_capacities(sparse_call<T> call, int budget, int slack = 0) {
 template <class T>
 void compare_callers_pointers(sparse_call<T> call) {
   call.request = 2;
-  array<int> ic = pattern(call);
+  const expected_rows<T> rows(call);
+  array<int> ic = pattern(call, rows);
   for (int i = 0; i < ic.size(); ++i) ic[i] += 2 * i + (call.adds() ? 4 : 0);
   sparse_result<T> before(call.rows(), ic[ic.size() - 1] - ic[0]);
   before.ic = ic;
   for (const int budget : budgets) {
     for (const int spare : {0, -1}) {
       call.nzmax = before.total() + spare;
-      compare(call, budget, before);
+      compare(call, budget, rows, before);
     }
   }
 }

@@ -193,8 +193,19 @@ std::vector<form_of<T>> all_forms() {
   return all;
 }
 
-// Arrays and arguments of one call that every operation takes: square matrices of some order, with
-// sorted lines and large diagonals, `columns` right-hand sides.
+// A matrix that every form takes: square, with sorted lines and large diagonals.
+template <class T>
+matrix<T> problem_matrix(generator& random, const form_of<T>& form, int order) {
+  return random_matrix<T>(random,
+                          {.rows = order,
+                           .cols = order,
+                           .base = form.base(),
+                           .kind = form.op.by_columns() ? compression::columns : compression::rows,
+                           .sorted = true,
+                           .diagonal = stored_diagonal::dominant});
+}
+
+// Arrays and arguments of one call, with `columns` right-hand sides.
 template <class T>
 struct problem_of {
   matrix<T> A;
@@ -206,18 +217,15 @@ struct problem_of {
   arguments<T> x;
 
   problem_of(generator& random, const form_of<T>& form, int order, int columns)
-      : A(random_matrix<T>(random,
-                           {.rows = order,
-                            .cols = order,
-                            .base = form.base(),
-                            .kind = form.op.by_columns() ? compression::columns : compression::rows,
-                            .sorted = true,
-                            .diagonal = stored_diagonal::dominant})),
+      : problem_of(random, form, problem_matrix<T>(random, form, order), columns) {}
+  problem_of(generator& random, const form_of<T>& form, const matrix<T>& a, int columns)
+      : A(a),
         ia(A.pointers()),
-        b(random.values<T>(square_of(order, columns))),
-        c(random.values<T>(square_of(order, columns))),
-        jc(order * order, -77),
-        ic(order + 1, -77) {
+        b(random.values<T>(square_of(a.rows, columns))),
+        c(random.values<T>(square_of(a.rows, columns))),
+        jc(a.rows * a.rows, -77),
+        ic(a.rows + 1, -77) {
+    const int order = a.rows;
     const bool with_sparse = form.op.tests("jb");
     x = {.transa = form.transa,
          .uplo = form.uplo,

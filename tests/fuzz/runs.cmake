@@ -1,0 +1,12 @@
+# Programs that search for inputs: of the native build with AddressSanitizer, where coverage of the
+# library guides them. scripts/fuzz runs them.
+if(NEVRAD_SANITIZER STREQUAL "address")
+  foreach(what structure arguments)
+    add_executable(nevrad_fuzz_${what} ${CMAKE_CURRENT_SOURCE_DIR}/fuzz/${what}_fuzz.cpp)
+    target_link_libraries(nevrad_fuzz_${what} PRIVATE
+      nevrad_objects nevrad_test_support nevrad_warnings GTest::gtest)
+    target_link_options(nevrad_fuzz_${what} PRIVATE -fsanitize=fuzzer)
+    set_target_properties(nevrad_fuzz_${what} PROPERTIES
+      RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/tests)
+  endforeach()
+endif()

@@ -1,0 +1,13 @@
+// libFuzzer's entry for structure. A failed expectation ends the run, so that the input is kept.
+#include "fuzz/structure.h"
+
+extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv) {
+  testing::GTEST_FLAG(throw_on_failure) = true;
+  testing::InitGoogleTest(argc, *argv);
+  return 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  nevrad_test::fuzz_structure(data, size);
+  return 0;
+}
