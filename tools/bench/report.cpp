@@ -62,9 +62,9 @@ std::string table(const std::vector<measurement>& all) {
     std::vector<std::string> row = {case_name(m.wanted),
                                     format_threads(m),
                                     format_time(m.own.median),
-                                    fmt::format("{:.2f}", m.bytes / m.own.median * 1e-9),
+                                    fmt::format("{:#.3g}", m.bytes / m.own.median * 1e-9),
                                     m.flops > 0
-                                        ? fmt::format("{:.2f}", m.flops / m.own.median * 1e-9)
+                                        ? fmt::format("{:#.3g}", m.flops / m.own.median * 1e-9)
                                         : "-",
                                     fmt::format("{:.0f}%", 100 * m.limit_seconds() / m.own.median)};
     for (const std::string& peer : peers) {
