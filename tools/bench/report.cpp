@@ -56,12 +56,13 @@ std::string table(const std::vector<measurement>& all) {
     }
   }
   std::vector<std::vector<std::string>> rows = {
-      {"case", "threads", "time", "GB/s", "GFLOP/s", "of limit"}};
+      {"case", "threads", "time", "MB", "GB/s", "GFLOP/s", "of limit"}};
   for (const std::string& peer : peers) rows[0].push_back(peer + "/nevrad");
   for (const measurement& m : all) {
     std::vector<std::string> row = {case_name(m.wanted),
                                     format_threads(m),
                                     format_time(m.own.median),
+                                    fmt::format("{:.3g}", m.bytes * 1e-6),
                                     fmt::format("{:#.3g}", m.bytes / m.own.median * 1e-9),
                                     m.flops > 0
                                         ? fmt::format("{:#.3g}", m.flops / m.own.median * 1e-9)
