@@ -47,12 +47,18 @@ const std::vector<use>& all_uses() {
   return all;
 }
 
+bool use::one_based() const {
+  const std::string name = entry;
+  return name.starts_with("csradd") || name.starts_with("csrmult");
+}
+
 std::vector<std::string> obstacles(const use& of, const compressed& a, const structure& found) {
   std::vector<std::string> all;
   const std::string line = a.by == storage::rows ? "rows" : "columns";
   if (!found.forward.holds()) all.push_back(line + " that leave the arrays");
   if (!found.in_bounds.holds()) all.push_back("indices out of bounds");
   if (!found.based.holds()) all.push_back("the first pointer is not the base");
+  if (of.one_based() && a.base == 0 && !a.base_is_free) all.emplace_back("indices from 0");
   if (of.square && a.lines != a.width) all.emplace_back("not square");
   if (of.packed && !found.packed.holds()) all.push_back(line + " that are not packed");
   if (of.sorted && !found.sorted.holds()) all.push_back(line + " that are not sorted");

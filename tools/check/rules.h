@@ -24,6 +24,9 @@ struct use {
   bool diagonal;  // an entry on the diagonal of every line, also where it is taken as ones
   bool nonempty;  // at least one entry
   const char* note;
+
+  // The sums and products of sparse matrices have no form with indices from 0.
+  bool one_based() const;
 };
 
 const std::vector<use>& all_uses();

@@ -194,6 +194,7 @@ compressed read_market_lines(const std::string& path, storage by) {
       });
   compressed a;
   a.by = by;
+  a.base_is_free = true;
   a.lines = by == storage::rows ? header.rows : header.cols;
   a.width = by == storage::rows ? header.cols : header.rows;
   std::vector<std::int64_t> begin(at(a.lines) + 1, 0);

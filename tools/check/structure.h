@@ -15,6 +15,7 @@ struct compressed {
   std::int64_t lines = 0;
   std::int64_t width = 0;           // the other dimension
   std::int64_t base = 0;            // of pointers and indices: 0 or 1
+  bool base_is_free = false;        // where a program makes the arrays, from a file of places
   std::vector<std::int64_t> begin;  // `lines` each
   std::vector<std::int64_t> end;
   std::vector<std::int64_t> indices;
