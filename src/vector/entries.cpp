@@ -76,8 +76,11 @@ template <class T>
 }
 
 template <conjugation C, class T>
-[[gnu::noinline]] T
-complex_dot_on_team(int threads, int nnz, const T* x, const int* indx, const T* y) {
+[[gnu::noinline]] T complex_dot_on_team(int threads,
+                                        int nnz,
+                                        const T* x,
+                                        const int* indx,
+                                        const T* y) {
   real_of<T> re = 0;
   real_of<T> im = 0;
 #pragma omp parallel num_threads(threads) reduction(+ : re, im)
