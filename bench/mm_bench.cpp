@@ -182,7 +182,7 @@ void run_scale(phases& p) {
 void run_pack(phases& p) { p.pack(); }
 void run_driver(phases& p) {
   const auto driver = p.by_columns() ? nevrad::mm_cols_parallel<T> : nevrad::mm_rows_parallel<T>;
-  driver(*p.sorted, p.b.data(), p.n, p.ldb(), p.c.data(), p.ldc(), 1, 0);
+  driver(*p.sorted, {p.b.data(), p.n, p.ldb(), p.c.data(), p.ldc(), 1, 0});
 }
 void run_whole(phases& p) { run_nevrad(p); }
 

@@ -1,4 +1,4 @@
-// Lanes: W elements side by side in registers, 64 bytes at most.
+// Lanes: W elements side by side in registers, 128 bytes at most.
 //
 // One text for both targets: compiler vectors give fmla and fmla by lane on AArch64 and 256-bit
 // fused operations on x86-64. Complex rotations are the exception; rotate() comes from one of two
@@ -30,7 +30,7 @@ struct lanes {
   using real = real_of<T>;
   static constexpr int parts = element<T>::parts * W;
   using storage = typename detail::vector_of<real, parts>::type;
-  static_assert(sizeof(T) * W <= 64, "lanes hold one cache line at most");
+  static_assert(sizeof(T) * W <= 128, "lanes hold two cache lines at most");
 
   storage v;
 };

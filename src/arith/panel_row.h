@@ -35,28 +35,65 @@ inline constexpr panel_hints default_panel_hints = {
 
 inline constexpr int panel_group = 4;
 
+// Where the W elements that go with an index lie. The loop takes any of these for its panel.
+
+// A panel: row q is W contiguous elements.
 template <int W, class T>
-NEVRAD_INLINE lanes<T, W> panel_row_at(const T* panel, std::int32_t column) {
-  return load<W>(panel + static_cast<std::int64_t>(column) * W);
-}
+struct packed_rows {
+  const T* panel;
+  NEVRAD_INLINE lanes<T, W> operator()(std::int64_t row) const {
+    return load<W>(panel + row * W);
+  }
+};
+
+// The part of a panel that is in use, in a ring of mask + 1 rows.
+template <int W, class T>
+struct ring_rows {
+  const T* panel;
+  std::int64_t mask;
+  NEVRAD_INLINE lanes<T, W> operator()(std::int64_t row) const {
+    return load<W>(panel + (row & mask) * W);
+  }
+};
+
+// A row-major matrix as it is.
+template <int W, class T>
+struct strided_rows {
+  const T* at;
+  std::int64_t ld;
+  NEVRAD_INLINE lanes<T, W> operator()(std::int64_t row) const { return load<W>(at + row * ld); }
+};
+
+// A column-major matrix as it is, element by element.
+template <int W, class T>
+struct gathered_rows {
+  const T* at;
+  std::int64_t ld;
+  NEVRAD_INLINE lanes<T, W> operator()(std::int64_t row) const {
+    T elements[W];
+    for (int c = 0; c < W; ++c) elements[c] = at[row + c * ld];
+    return load<W>(elements);
+  }
+};
 
 // The sum over `length` entries; zero when length is below 1.
-template <int W, class T, panel_hints Hints = default_panel_hints<T>>
+template <int W, class T, panel_hints Hints = default_panel_hints<T>, class Rows>
+  requires(!std::is_pointer_v<Rows>)
 NEVRAD_INLINE lanes<T, W> multiply_panel_row(const T* values,
                                              const std::int32_t* columns,
                                              std::int32_t length,
-                                             const T* panel) {
+                                             const Rows& rows) {
   lanes<T, W> acc = zero_lanes<T, W>();
   for (std::int32_t groups = length / panel_group; groups > 0; --groups) {
     const lanes<T, panel_group> v = load<panel_group>(values);
-    lanes<T, W> r0 = panel_row_at<W>(panel, columns[0]);
-    lanes<T, W> r1 = panel_row_at<W>(panel, columns[1]);
+    lanes<T, W> r0 = rows(columns[0]);
+    lanes<T, W> r1 = rows(columns[1]);
     load_ahead(acc, r1);
     acc = multiply_add(acc, r0, broadcast<W>(lane_at<0>(v)));
-    r0 = panel_row_at<W>(panel, columns[2]);
+    r0 = rows(columns[2]);
     load_ahead(acc, r0);
     acc = multiply_add(acc, r1, broadcast<W>(lane_at<1>(v)));
-    r1 = panel_row_at<W>(panel, columns[3]);
+    r1 = rows(columns[3]);
     load_ahead(acc, r1);
     values += panel_group;
     columns += panel_group;
@@ -73,10 +110,18 @@ NEVRAD_INLINE lanes<T, W> multiply_panel_row(const T* values,
   }
   if (length > 0) {
     for (std::int32_t rest = length % panel_group; rest > 0; --rest) {
-      acc = multiply_add(acc, panel_row_at<W>(panel, *columns++), broadcast<W>(load<1>(values++)));
+      acc = multiply_add(acc, rows(*columns++), broadcast<W>(load<1>(values++)));
     }
   }
   return acc;
+}
+
+template <int W, class T, panel_hints Hints = default_panel_hints<T>>
+NEVRAD_INLINE lanes<T, W> multiply_panel_row(const T* values,
+                                             const std::int32_t* columns,
+                                             std::int32_t length,
+                                             const T* panel) {
+  return multiply_panel_row<W, T, Hints>(values, columns, length, packed_rows<W, T>{panel});
 }
 
 }  // namespace nevrad

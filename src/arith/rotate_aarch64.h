@@ -63,7 +63,9 @@ NEVRAD_INLINE lanes<complex<R>, W> rotate(lanes<complex<R>, W> acc,
 template <class T, int W>
 NEVRAD_INLINE void load_ahead(lanes<T, W>& acc, lanes<T, W>& next) {
   constexpr int pieces = sizeof(acc.v) / sizeof(float32x4_t);
-  if constexpr (pieces == 0) {
+  if constexpr (pieces > 4) {
+    return;  // wide lanes have chains enough, and would not fit twice
+  } else if constexpr (pieces == 0) {
     asm volatile("" : "+w"(acc.v), "+w"(next.v));
   } else {
     float32x4_t a[pieces], n[pieces];

@@ -34,13 +34,14 @@ void set_cuts(std::int32_t parts, std::int32_t* bounds, const Cut& cut) {
 }
 
 template <class I>
-void cut_by_share(const I* cumulative, std::int32_t n, std::int32_t parts, std::int32_t* bounds) {
+void cut_by_share(
+    const I* cumulative, std::int32_t n, std::int32_t parts, std::int32_t* bounds, I base) {
   if (cumulative == nullptr || bounds == nullptr) return;
   bounds[0] = 0;
-  const I share = cumulative[n - 1] / parts;
+  const I share = (cumulative[n - 1] - base) / parts;
   set_cuts(parts, bounds, [=](std::int32_t t) {
     if (n < 2) return 0;
-    return first_not_below(cumulative, 0, n - 1, static_cast<std::int64_t>(t) * share);
+    return first_not_below(cumulative, 0, n - 1, static_cast<std::int64_t>(t) * share + base);
   });
   bounds[parts] = n;
 }
@@ -71,15 +72,16 @@ std::int32_t lower_bound_wide(const std::int64_t* array,
 void partition_by_nnz(const std::int32_t* cumulative,
                       std::int32_t n,
                       std::int32_t parts,
-                      std::int32_t* bounds) {
-  cut_by_share(cumulative, n, parts, bounds);
+                      std::int32_t* bounds,
+                      std::int32_t base) {
+  cut_by_share(cumulative, n, parts, bounds, base);
 }
 
 void partition_by_nnz_wide(const std::int64_t* cumulative,
                            std::int32_t n,
                            std::int32_t parts,
                            std::int32_t* bounds) {
-  cut_by_share(cumulative, n, parts, bounds);
+  cut_by_share(cumulative, n, parts, bounds, std::int64_t{0});
 }
 
 std::int32_t partition_by_fours(std::int32_t count, std::int32_t parts, std::int32_t* bounds) {

@@ -56,37 +56,61 @@ status alloc_owned(std::int32_t major,
   return success;
 }
 
-// Fills a record of `major` lines from the caller's arrays; nnz may be below 1.
+// What the caller hands over for a matrix.
 template <class T>
-void copy_arrays(owned_matrix<T>& a,
-                 std::int32_t base,
-                 std::int32_t major,
-                 std::int32_t nnz,
-                 const std::int32_t* pntrb,
-                 const std::int32_t* pntre,
-                 const std::int32_t* indx,
-                 const T* val) {
-  a.begin[0] = pntrb[0] - base;
-  for (std::int32_t i = 0; i < major; ++i) a.end[i] = pntre[i] - base;
+struct caller_arrays {
+  unsigned one_based;
+  std::int32_t rows;
+  std::int32_t cols;
+  const std::int32_t* pntrb;
+  const std::int32_t* pntre;
+  const std::int32_t* indx;
+  const T* val;
+
+  bool invalid() const {
+    return pntrb == nullptr || pntre == nullptr || indx == nullptr || val == nullptr ||
+           one_based > 1 || rows < 1 || cols < 1;
+  }
+  std::int32_t major(compression kind) const { return kind == compression::rows ? rows : cols; }
+  std::int32_t entries(compression kind) const { return pntre[major(kind) - 1] - pntrb[0]; }
+};
+
+// Checks the arguments and allocates. Only compressed rows refuse a matrix without entries.
+template <class T>
+status room_for_copy(const caller_arrays<T>& from, compression kind, owned_matrix<T>** out) {
+  if (from.invalid()) return invalid_value;
+  const std::int32_t nnz = from.entries(kind);
+  if (kind == compression::rows && nnz < 1) return invalid_value;
+  return alloc_owned(from.major(kind), from.rows, from.cols, nnz, out);
+}
+
+// nnz may be below 1.
+template <class T>
+void copy_arrays(owned_matrix<T>& a, const caller_arrays<T>& from, compression kind) {
+  const auto base = static_cast<std::int32_t>(from.one_based);
+  const std::int32_t major = from.major(kind);
+  const std::int32_t nnz = from.entries(kind);
+  a.begin[0] = from.pntrb[0] - base;
+  for (std::int32_t i = 0; i < major; ++i) a.end[i] = from.pntre[i] - base;
   for (std::int32_t j = 0; j < nnz; ++j) {
-    a.indices[j] = indx[j] - base;
-    a.values[j] = val[j];
+    a.indices[j] = from.indx[j] - base;
+    a.values[j] = from.val[j];
   }
   a.base = 0;
   a.sorted = 0;
 }
 
 template <class T>
-bool arrays_are_invalid(const matrix_handle<T>* handle,
-                        unsigned one_based,
-                        std::int32_t rows,
-                        std::int32_t cols,
-                        const std::int32_t* pntrb,
-                        const std::int32_t* pntre,
-                        const std::int32_t* indx,
-                        const T* val) {
-  return handle == nullptr || pntrb == nullptr || pntre == nullptr || indx == nullptr ||
-         val == nullptr || one_based > 1 || rows < 1 || cols < 1;
+status copied_matrix(matrix_handle<T>* handle,
+                     compression kind,
+                     const caller_arrays<T>& from) {
+  if (handle == nullptr) return invalid_value;
+  owned_matrix<T>* matrix = nullptr;
+  const status result = room_for_copy(from, kind, &matrix);
+  if (result != success) return result;
+  copy_arrays(*matrix, from, kind);
+  *handle = {matrix, kind};
+  return success;
 }
 
 template <class T>
@@ -149,17 +173,8 @@ status owned_csr_from_arrays(matrix_handle<T>* handle,
                              const std::int32_t* pntre,
                              const std::int32_t* indx,
                              const T* val) {
-  if (arrays_are_invalid(handle, one_based, rows, cols, pntrb, pntre, indx, val)) {
-    return invalid_value;
-  }
-  const std::int32_t nnz = pntre[rows - 1] - pntrb[0];
-  if (nnz < 1) return invalid_value;
-  owned_matrix<T>* matrix = nullptr;
-  const status result = owned_csr_alloc(rows, cols, nnz, &matrix);
-  if (result != success) return result;
-  copy_arrays(*matrix, static_cast<std::int32_t>(one_based), rows, nnz, pntrb, pntre, indx, val);
-  *handle = {matrix, compression::rows};
-  return success;
+  return copied_matrix(handle, compression::rows,
+                       {one_based, rows, cols, pntrb, pntre, indx, val});
 }
 
 template <class T>
@@ -171,15 +186,31 @@ status owned_csc_from_arrays(matrix_handle<T>* handle,
                              const std::int32_t* pntre,
                              const std::int32_t* indx,
                              const T* val) {
-  if (arrays_are_invalid(handle, one_based, rows, cols, pntrb, pntre, indx, val)) {
-    return invalid_value;
-  }
-  const std::int32_t nnz = pntre[cols - 1] - pntrb[0];
-  owned_matrix<T>* matrix = nullptr;
-  const status result = owned_csc_alloc(rows, cols, nnz, &matrix);
+  return copied_matrix(handle, compression::columns,
+                       {one_based, rows, cols, pntrb, pntre, indx, val});
+}
+
+template <class T>
+status matrix_operand<T>::take(compression kind,
+                               unsigned one_based,
+                               std::int32_t rows,
+                               std::int32_t cols,
+                               const std::int32_t* pntrb,
+                               const std::int32_t* pntre,
+                               const std::int32_t* indx,
+                               const T* val) {
+  const caller_arrays<T> from{one_based, rows, cols, pntrb, pntre, indx, val};
+  const status result = room_for_copy(from, kind, memory_.out());
   if (result != success) return result;
-  copy_arrays(*matrix, static_cast<std::int32_t>(one_based), cols, nnz, pntrb, pntre, indx, val);
-  *handle = {matrix, compression::columns};
+  const auto base = static_cast<std::int32_t>(one_based);
+  const bool packed = pntre == pntrb + 1 && pntrb[0] == base;
+  if (packed) {
+    init_view(record_, val, pntrb, pntre, indx, rows, cols, base);
+    record_.sorted = 0;
+  } else {
+    copy_arrays(*memory_, from, kind);
+    record_ = *memory_;
+  }
   return success;
 }
 
@@ -208,6 +239,7 @@ void owned_csc_free(owned_matrix<T>* matrix) {
   template status owned_csc_from_arrays(matrix_handle<T>*, unsigned, std::int32_t, std::int32_t, \
                                         const std::int32_t*, const std::int32_t*,                \
                                         const std::int32_t*, const T*);                          \
+  template class matrix_operand<T>;                                                              \
   template void owned_csr_free(owned_matrix<T>*);                                                \
   template void owned_csc_free(owned_matrix<T>*);
 NEVRAD_FOR_EACH_TYPE(NEVRAD_INSTANTIATE)

@@ -136,4 +136,27 @@ class scoped_matrix {
   owned_matrix<T>* matrix_ = nullptr;
 };
 
+// The caller's matrix where it lies, for a call that is to work on an owned copy. Asks for the copy's
+// memory, so that the call fails where copying would, but leaves it untouched, which costs nothing,
+// when the lines are packed and their pointers are one array, as three-array callers have them: then
+// the record is a view in the caller's base. Else it is the copy. Both have sorted 0.
+template <class T>
+class matrix_operand {
+ public:
+  // Statuses of owned_csr_from_arrays or owned_csc_from_arrays.
+  status take(compression kind,
+              unsigned one_based,
+              std::int32_t rows,
+              std::int32_t cols,
+              const std::int32_t* pntrb,
+              const std::int32_t* pntre,
+              const std::int32_t* indx,
+              const T* val);
+  const compressed_matrix<T>& record() const { return record_; }
+
+ private:
+  scoped_matrix<T> memory_;
+  compressed_matrix<T> record_{};
+};
+
 }  // namespace nevrad

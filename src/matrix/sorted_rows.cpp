@@ -20,17 +20,19 @@ status reserve_transpose(std::int32_t rows,
 
 template <class T>
 bool rows_ascend(const compressed_matrix<T>& a) {
-  if (a.begin[0] != 0) return false;
+  const std::int32_t base = a.base;
+  if (a.begin[0] != base) return false;
   const std::int32_t* const indices = a.indices;
   // Steps down from one row to the next are no fault, so they are counted apart.
   std::int32_t between_rows = 0;
   for (std::int32_t i = 0; i < a.rows; ++i) {
-    const std::int32_t first = a.begin[i];
-    if (a.end[i] < first) return false;
-    if (first > 0 && a.end[i] > first) between_rows += indices[first - 1] > indices[first] ? 1 : 0;
+    const std::int32_t first = a.begin[i] - base;
+    const std::int32_t last = a.end[i] - base;
+    if (last < first) return false;
+    if (first > 0 && last > first) between_rows += indices[first - 1] > indices[first] ? 1 : 0;
   }
   std::int32_t all = 0;
-  const std::int32_t last = a.end[a.rows - 1] - 1;
+  const std::int32_t last = a.end[a.rows - 1] - base - 1;
   for (std::int32_t p = 0; p < last; ++p) all += indices[p] > indices[p + 1] ? 1 : 0;
   return all == between_rows;
 }

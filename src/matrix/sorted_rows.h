@@ -6,13 +6,13 @@
 namespace nevrad {
 
 // Whether the column numbers of every row ascend, equal ones allowed: then sorting by transposing
-// twice, which is stable, would give the same arrays. One pass over the indices. The record has
-// base 0 and packed rows from position 0 on, as owned matrices have.
+// twice, which is stable, would give the same arrays. One pass over the indices. Each row of the
+// record begins where the one before it ends, as those of owned matrices do; the base may be 1.
 template <class T>
 bool rows_ascend(const compressed_matrix<T>& a);
 
 // Sorts by csr_sort_by_double_transpose, unless the rows ascend already: then `get` is the source
-// itself, flagged as sorted, and only the memory that sorting takes is asked for, so that a call
+// itself, in its base, flagged as sorted, and only the memory that sorting takes is asked for, so that a call
 // fails where sorting would fail. That memory is never touched, which costs nothing.
 template <class T>
 class sorted_rows {

@@ -9,25 +9,26 @@ namespace nevrad {
 namespace {
 
 template <class T>
-using diag_update = void (*)(std::int32_t length,
-                             const T* b,
-                             std::int32_t ldb,
-                             T* c,
-                             std::int32_t ldc,
+using diag_update = void (*)(const dense_lines<T>& lines,
                              const T* diag_values,
                              std::int32_t lo,
-                             std::int32_t hi,
-                             T beta);
+                             std::int32_t hi);
+
+// Lines of `length` elements, as many as a split has to cut.
+template <class T>
+dense_lines<T> lines_of(const mm_operands<T>& o, std::int32_t length) {
+  return {length, o.b, o.ldb, o.c, o.ldc, o.beta};
+}
 
 template <class T>
-scratch<T> diag_array(const owned_matrix<T>& a) {
+scratch<T> diag_array(const compressed_matrix<T>& a) {
   const std::uint64_t bytes = sizeof(T) * static_cast<std::uint64_t>(a.rows);
   return scratch<T>(rounded_aligned_alloc(cache_line, bytes));
 }
 
 // diag_values[i] = alpha * A(i, i), or its conjugate's product, for lines first to last - 1.
 template <conjugation C, class T>
-void diag_collect(const owned_matrix<T>& a,
+void diag_collect(const compressed_matrix<T>& a,
                   T alpha,
                   T* diag_values,
                   std::int32_t first,
@@ -58,169 +59,102 @@ status split_lines(std::int32_t count, const Update& update) {
   return success;
 }
 
-// `count` lines of `length` elements. Answers 1 for a null.
+// `count` lines. Answers 1 for a null.
 template <class T>
 status split_diag(std::int32_t count,
-                  std::int32_t length,
-                  const T* b,
-                  std::int32_t ldb,
-                  T* c,
-                  std::int32_t ldc,
+                  const dense_lines<T>& lines,
                   const T* diag_values,
-                  diag_update<T> update,
-                  T beta) {
-  if (check_three_pointers(b, c, diag_values) != success || update == nullptr) return null_pointer;
-  return split_lines(count, [=](std::int32_t first, std::int32_t last) {
-    update(length, b, ldb, c, ldc, diag_values, first, last, beta);
+                  diag_update<T> update) {
+  if (check_three_pointers(lines.b, lines.c, diag_values) != success || update == nullptr) {
+    return null_pointer;
+  }
+  return split_lines(count, [&](std::int32_t first, std::int32_t last) {
+    update(lines, diag_values, first, last);
   });
 }
 
 template <class T>
-status split_unit(std::int32_t count,
-                  std::int32_t length,
-                  const T* b,
-                  std::int32_t ldb,
-                  T* c,
-                  std::int32_t ldc,
-                  T alpha,
-                  T beta) {
-  if (check_two_pointers(b, c) != success) return null_pointer;
-  return split_lines(count, [=](std::int32_t first, std::int32_t last) {
-    unit_update(length, b, ldb, c, ldc, first, last, alpha, beta);
+status split_unit(std::int32_t count, const dense_lines<T>& lines, T alpha) {
+  if (check_two_pointers(lines.b, lines.c) != success) return null_pointer;
+  return split_lines(count, [&](std::int32_t first, std::int32_t last) {
+    unit_update(lines, first, last, alpha);
   });
+}
+
+template <class T>
+status diag_serial(const compressed_matrix<T>& a,
+                   std::int32_t count,
+                   const dense_lines<T>& lines,
+                   T alpha,
+                   diag_update<T> update) {
+  const scratch<T> diag_values = diag_array(a);
+  if (!diag_values) return alloc_failed;
+  diag_collect<conjugation::no>(a, alpha, diag_values.get(), 0, a.rows);
+  update(lines, diag_values.get(), 0, count);
+  return success;
 }
 
 template <conjugation C, class T>
-status diag_parallel(const owned_matrix<T>& a,
+status diag_parallel(const compressed_matrix<T>& a,
                      std::int32_t count,
-                     std::int32_t length,
-                     const T* b,
-                     std::int32_t ldb,
-                     T* c,
-                     std::int32_t ldc,
-                     diag_update<T> update,
+                     const dense_lines<T>& lines,
                      T alpha,
-                     T beta) {
+                     diag_update<T> update) {
   const scratch<T> diag_values = diag_array(a);
   if (!diag_values) return alloc_failed;
   for_static_blocks_on_team(current_thread_budget(), a.rows,
                             [&](std::int32_t first, std::int32_t last) {
                               diag_collect<C>(a, alpha, diag_values.get(), first, last);
                             });
-  return split_diag(count, length, b, ldb, c, ldc, diag_values.get(), update, beta);
+  return split_diag(count, lines, diag_values.get(), update);
 }
 
 }  // namespace
 
 template <class T>
-status diag_mm_cols_serial(const owned_matrix<T>& a,
-                           const T* b,
-                           std::int32_t n,
-                           std::int32_t ldb,
-                           T* c,
-                           std::int32_t ldc,
-                           T alpha,
-                           T beta) {
-  const scratch<T> diag_values = diag_array(a);
-  if (!diag_values) return alloc_failed;
-  diag_collect<conjugation::no>(a, alpha, diag_values.get(), 0, a.rows);
-  diag_update_cols(a.rows, b, ldb, c, ldc, diag_values.get(), 0, n, beta);
+status diag_mm_cols_serial(const compressed_matrix<T>& a, const mm_operands<T>& dense) {
+  return diag_serial(a, dense.n, lines_of(dense, a.rows), dense.alpha, diag_update_cols<T>);
+}
+
+template <class T>
+status diag_mm_rows_serial(const compressed_matrix<T>& a, const mm_operands<T>& dense) {
+  return diag_serial(a, a.rows, lines_of(dense, dense.n), dense.alpha, diag_update_rows<T>);
+}
+
+template <class T>
+status unit_mm_cols_serial(const compressed_matrix<T>& a, const mm_operands<T>& dense) {
+  unit_update(lines_of(dense, a.rows), 0, dense.n, dense.alpha);
   return success;
 }
 
 template <class T>
-status diag_mm_rows_serial(const owned_matrix<T>& a,
-                           const T* b,
-                           std::int32_t n,
-                           std::int32_t ldb,
-                           T* c,
-                           std::int32_t ldc,
-                           T alpha,
-                           T beta) {
-  const scratch<T> diag_values = diag_array(a);
-  if (!diag_values) return alloc_failed;
-  diag_collect<conjugation::no>(a, alpha, diag_values.get(), 0, a.rows);
-  diag_update_rows(n, b, ldb, c, ldc, diag_values.get(), 0, a.rows, beta);
-  return success;
-}
-
-template <class T>
-status unit_mm_cols_serial(const owned_matrix<T>& a,
-                           const T* b,
-                           std::int32_t n,
-                           std::int32_t ldb,
-                           T* c,
-                           std::int32_t ldc,
-                           T alpha,
-                           T beta) {
-  unit_update(a.rows, b, ldb, c, ldc, 0, n, alpha, beta);
-  return success;
-}
-
-template <class T>
-status unit_mm_rows_serial(const owned_matrix<T>& a,
-                           const T* b,
-                           std::int32_t n,
-                           std::int32_t ldb,
-                           T* c,
-                           std::int32_t ldc,
-                           T alpha,
-                           T beta) {
-  unit_update(n, b, ldb, c, ldc, 0, a.rows, alpha, beta);
+status unit_mm_rows_serial(const compressed_matrix<T>& a, const mm_operands<T>& dense) {
+  unit_update(lines_of(dense, dense.n), 0, a.rows, dense.alpha);
   return success;
 }
 
 template <conjugation C, class T>
-status diag_mm_cols_parallel(const owned_matrix<T>& a,
-                             const T* b,
-                             std::int32_t n,
-                             std::int32_t ldb,
-                             T* c,
-                             std::int32_t ldc,
-                             T alpha,
-                             T beta) {
-  return diag_parallel<C>(a, n, a.rows, b, ldb, c, ldc, diag_update_cols<T>, alpha, beta);
+status diag_mm_cols_parallel(const compressed_matrix<T>& a, const mm_operands<T>& dense) {
+  return diag_parallel<C>(a, dense.n, lines_of(dense, a.rows), dense.alpha, diag_update_cols<T>);
 }
 
 template <conjugation C, class T>
-status diag_mm_rows_parallel(const owned_matrix<T>& a,
-                             const T* b,
-                             std::int32_t n,
-                             std::int32_t ldb,
-                             T* c,
-                             std::int32_t ldc,
-                             T alpha,
-                             T beta) {
-  return diag_parallel<C>(a, a.rows, n, b, ldb, c, ldc, diag_update_rows<T>, alpha, beta);
+status diag_mm_rows_parallel(const compressed_matrix<T>& a, const mm_operands<T>& dense) {
+  return diag_parallel<C>(a, a.rows, lines_of(dense, dense.n), dense.alpha, diag_update_rows<T>);
 }
 
 template <class T>
-status unit_mm_cols_parallel(const owned_matrix<T>& a,
-                             const T* b,
-                             std::int32_t n,
-                             std::int32_t ldb,
-                             T* c,
-                             std::int32_t ldc,
-                             T alpha,
-                             T beta) {
-  return split_unit(n, a.rows, b, ldb, c, ldc, alpha, beta);
+status unit_mm_cols_parallel(const compressed_matrix<T>& a, const mm_operands<T>& dense) {
+  return split_unit(dense.n, lines_of(dense, a.rows), dense.alpha);
 }
 
 template <class T>
-status unit_mm_rows_parallel(const owned_matrix<T>& a,
-                             const T* b,
-                             std::int32_t n,
-                             std::int32_t ldb,
-                             T* c,
-                             std::int32_t ldc,
-                             T alpha,
-                             T beta) {
-  return split_unit(a.rows, n, b, ldb, c, ldc, alpha, beta);
+status unit_mm_rows_parallel(const compressed_matrix<T>& a, const mm_operands<T>& dense) {
+  return split_unit(a.rows, lines_of(dense, dense.n), dense.alpha);
 }
 
-#define NEVRAD_INSTANTIATE_ONE(name, T)                                                  \
-  template status name(const owned_matrix<T>&, const T*, std::int32_t, std::int32_t, T*, \
-                       std::int32_t, T, T);
+#define NEVRAD_INSTANTIATE_ONE(name, T) \
+  template status name(const compressed_matrix<T>&, const mm_operands<T>&);
 #define NEVRAD_INSTANTIATE(letter, T)                                \
   NEVRAD_INSTANTIATE_ONE(diag_mm_cols_serial, T)                     \
   NEVRAD_INSTANTIATE_ONE(diag_mm_rows_serial, T)                     \

@@ -16,78 +16,22 @@
 namespace nevrad {
 
 template <class T>
-status diag_mm_cols_serial(const owned_matrix<T>& a,
-                           const T* b,
-                           std::int32_t n,
-                           std::int32_t ldb,
-                           T* c,
-                           std::int32_t ldc,
-                           T alpha,
-                           T beta);
+status diag_mm_cols_serial(const compressed_matrix<T>& a, const mm_operands<T>& dense);
 template <class T>
-status diag_mm_rows_serial(const owned_matrix<T>& a,
-                           const T* b,
-                           std::int32_t n,
-                           std::int32_t ldb,
-                           T* c,
-                           std::int32_t ldc,
-                           T alpha,
-                           T beta);
+status diag_mm_rows_serial(const compressed_matrix<T>& a, const mm_operands<T>& dense);
 template <class T>
-status unit_mm_cols_serial(const owned_matrix<T>& a,
-                           const T* b,
-                           std::int32_t n,
-                           std::int32_t ldb,
-                           T* c,
-                           std::int32_t ldc,
-                           T alpha,
-                           T beta);
+status unit_mm_cols_serial(const compressed_matrix<T>& a, const mm_operands<T>& dense);
 template <class T>
-status unit_mm_rows_serial(const owned_matrix<T>& a,
-                           const T* b,
-                           std::int32_t n,
-                           std::int32_t ldb,
-                           T* c,
-                           std::int32_t ldc,
-                           T alpha,
-                           T beta);
+status unit_mm_rows_serial(const compressed_matrix<T>& a, const mm_operands<T>& dense);
 
 // With the stored elements or with their conjugates.
 template <conjugation C, class T>
-status diag_mm_cols_parallel(const owned_matrix<T>& a,
-                             const T* b,
-                             std::int32_t n,
-                             std::int32_t ldb,
-                             T* c,
-                             std::int32_t ldc,
-                             T alpha,
-                             T beta);
+status diag_mm_cols_parallel(const compressed_matrix<T>& a, const mm_operands<T>& dense);
 template <conjugation C, class T>
-status diag_mm_rows_parallel(const owned_matrix<T>& a,
-                             const T* b,
-                             std::int32_t n,
-                             std::int32_t ldb,
-                             T* c,
-                             std::int32_t ldc,
-                             T alpha,
-                             T beta);
+status diag_mm_rows_parallel(const compressed_matrix<T>& a, const mm_operands<T>& dense);
 template <class T>
-status unit_mm_cols_parallel(const owned_matrix<T>& a,
-                             const T* b,
-                             std::int32_t n,
-                             std::int32_t ldb,
-                             T* c,
-                             std::int32_t ldc,
-                             T alpha,
-                             T beta);
+status unit_mm_cols_parallel(const compressed_matrix<T>& a, const mm_operands<T>& dense);
 template <class T>
-status unit_mm_rows_parallel(const owned_matrix<T>& a,
-                             const T* b,
-                             std::int32_t n,
-                             std::int32_t ldb,
-                             T* c,
-                             std::int32_t ldc,
-                             T alpha,
-                             T beta);
+status unit_mm_rows_parallel(const compressed_matrix<T>& a, const mm_operands<T>& dense);
 
 }  // namespace nevrad

@@ -1,9 +1,9 @@
-// Updates of lines of C by a diagonal matrix: lines lo up to but excluding hi, `length` elements
-// each, line l of C at c + l * ldc and of B at b + l * ldb.
+// Updates of lines of C by a diagonal matrix: lines lo up to but excluding hi.
 #pragma once
 
 #include "arith/lanes.h"
 #include "arith/prefetch.h"
+#include "mm/operands.h"
 
 namespace nevrad {
 
@@ -11,6 +11,17 @@ namespace nevrad {
 inline constexpr int diag_step = 4;
 inline constexpr int unit_trip = 16;
 inline constexpr int unit_ahead = 1024;  // bytes, level 1, keep
+
+// Lines of `length` elements: columns in one layout, rows in the other.
+template <class T>
+struct dense_lines {
+  std::int32_t length;
+  const T* b;
+  std::int32_t ldb;
+  T* c;
+  std::int32_t ldc;
+  T beta;
+};
 
 inline bool ranges_overlap(const void* a,
                            std::uint64_t a_bytes,
@@ -62,43 +73,33 @@ NEVRAD_INLINE void diag_update_line(std::int32_t length,
 
 // Column-major: element i of a line goes with diagonal element i.
 template <class T>
-void diag_update_cols(std::int32_t length,
-                      const T* b,
-                      std::int32_t ldb,
-                      T* c,
-                      std::int32_t ldc,
+void diag_update_cols(const dense_lines<T>& lines,
                       const T* diag_values,
                       std::int32_t lo,
-                      std::int32_t hi,
-                      T beta) {
-  const std::uint64_t bytes = sizeof(T) * static_cast<std::uint64_t>(length);
+                      std::int32_t hi) {
+  const std::uint64_t bytes = sizeof(T) * static_cast<std::uint64_t>(lines.length);
   for (std::int32_t j = lo; j < hi; ++j) {
-    const T* const from = b + static_cast<std::int64_t>(j) * ldb;
-    T* const to = c + static_cast<std::int64_t>(j) * ldc;
+    const T* const from = line_at(lines.b, j, lines.ldb);
+    T* const to = line_at(lines.c, j, lines.ldc);
     const bool overlap =
         ranges_overlap(to, bytes, from, bytes) || ranges_overlap(to, bytes, diag_values, bytes);
-    diag_update_line(length, from, to, beta, overlap,
+    diag_update_line(lines.length, from, to, lines.beta, overlap,
                      [=](std::int32_t i) { return diag_values[i]; });
   }
 }
 
 // Row-major: all elements of line i go with diagonal element i.
 template <class T>
-void diag_update_rows(std::int32_t length,
-                      const T* b,
-                      std::int32_t ldb,
-                      T* c,
-                      std::int32_t ldc,
+void diag_update_rows(const dense_lines<T>& lines,
                       const T* diag_values,
                       std::int32_t lo,
-                      std::int32_t hi,
-                      T beta) {
-  const std::uint64_t bytes = sizeof(T) * static_cast<std::uint64_t>(length);
+                      std::int32_t hi) {
+  const std::uint64_t bytes = sizeof(T) * static_cast<std::uint64_t>(lines.length);
   for (std::int32_t i = lo; i < hi; ++i) {
-    const T* const from = b + static_cast<std::int64_t>(i) * ldb;
-    T* const to = c + static_cast<std::int64_t>(i) * ldc;
+    const T* const from = line_at(lines.b, i, lines.ldb);
+    T* const to = line_at(lines.c, i, lines.ldc);
     const T d = diag_values[i];
-    diag_update_line(length, from, to, beta, ranges_overlap(to, bytes, from, bytes),
+    diag_update_line(lines.length, from, to, lines.beta, ranges_overlap(to, bytes, from, bytes),
                      [=](std::int32_t) { return d; });
   }
 }
@@ -117,18 +118,12 @@ NEVRAD_INLINE void unit_update_lanes(const T* b, T* c, lanes<T, W> alpha, lanes<
 
 // C = beta * C + alpha * B, in either layout.
 template <class T>
-void unit_update(std::int32_t length,
-                 const T* b,
-                 std::int32_t ldb,
-                 T* c,
-                 std::int32_t ldc,
-                 std::int32_t lo,
-                 std::int32_t hi,
-                 T alpha,
-                 T beta) {
+void unit_update(const dense_lines<T>& lines, std::int32_t lo, std::int32_t hi, T alpha) {
+  const std::int32_t length = lines.length;
+  const T beta = lines.beta;
   for (std::int32_t l = lo; l < hi; ++l) {
-    const T* const from = b + static_cast<std::int64_t>(l) * ldb;
-    T* const to = c + static_cast<std::int64_t>(l) * ldc;
+    const T* const from = line_at(lines.b, l, lines.ldb);
+    T* const to = line_at(lines.c, l, lines.ldc);
     std::int32_t i = 0;
     if constexpr (std::is_same_v<T, float>) {
       const auto scale = broadcast<unit_trip>(to_lane(alpha));

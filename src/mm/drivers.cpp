@@ -3,8 +3,9 @@
 #include "arith/dense.h"
 #include "frame/regions.h"
 #include "matrix/sorted_rows.h"
-#include "mm/direct.h"
+#include "mm/columns_in_place.h"
 #include "mm/panels.h"
+#include "mm/rows_in_place.h"
 #include "mm/sweeps.h"
 
 #include <algorithm>
@@ -14,91 +15,188 @@ namespace nevrad {
 
 namespace {
 
-// Cuts rows lo to hi - 1 by columns, then runs sweep(source...) over blocks or over segments,
-// whichever is faster. Rows without entries have neither, and nothing to do.
+// What blocks of rows lo to hi - 1 take. The paths that leave the entries in place ask for it as
+// well, so that they fail where blocks fail; untouched, it costs nothing.
+template <class T>
+struct block_room {
+  scratch<std::int32_t> cursor;
+  scoped_matrix<T> blocks;
+
+  status take(const compressed_matrix<T>& a, std::int32_t lo, std::int32_t hi) {
+    const std::uint64_t rows = static_cast<std::uint64_t>(hi - lo);
+    cursor = scratch<std::int32_t>(rounded_aligned_alloc(cache_line, rows * sizeof(std::int32_t)));
+    if (!cursor) return alloc_failed;
+    return column_blocks_alloc(hi - lo, entries_of(a, lo, hi), block_count(a.cols, mm_block_cols),
+                               blocks.out());
+  }
+
+  static std::int32_t entries_of(const compressed_matrix<T>& a, std::int32_t lo, std::int32_t hi) {
+    return hi > lo ? a.end[hi - 1] - a.begin[lo] : 0;
+  }
+};
+
+// Mean entries of a row in a block from which the entries are copied into blocks.
+constexpr std::int64_t blocks_from_mean_row = 32;
+
+template <class T>
+bool rows_are_long(const compressed_matrix<T>& a) {
+  const std::int64_t pairs = std::int64_t{a.rows} * block_count(a.cols, mm_block_cols);
+  return csr_entries(a) >= blocks_from_mean_row * pairs;
+}
+
+// Runs body(part, first row, last row) for each part of the rows, cut by entries, on a team of the
+// budget; answers with a failure of one of them, if any.
+template <class T, class Body>
+status for_row_parts(const compressed_matrix<T>& a, int budget, const Body& body) {
+  part_bounds part;
+  partition_by_nnz(a.end, a.rows, budget, part.at, a.base);
+  std::atomic<status> failure{success};
+  for_each_part_on_team(budget, [&](int t) {
+    const status result = body(t, part.at[t], part.at[t + 1]);
+    if (result != success) failure.store(result, std::memory_order_relaxed);
+  });
+  return failure.load(std::memory_order_relaxed);
+}
+
+// Cuts rows lo to hi - 1 into blocks and runs sweep(blocks, count). Rows without entries have none,
+// and nothing to do.
 template <class T, class Sweep>
-status cut_and_sweep(const owned_matrix<T>& a,
+status cut_and_sweep(const compressed_matrix<T>& a,
                      std::int32_t lo,
                      std::int32_t hi,
                      const Sweep& sweep) {
-  if (segments_pay(a, lo, hi)) {
-    row_segments<T> segments;
-    const status built = segments.build(a, lo, hi);
-    return built != success || segments.empty() ? built : sweep(segments);
-  }
   scoped_matrix<T> blocks;
   std::int32_t count = 0;
   const status built = column_blocks_build(a, lo, hi, mm_block_cols, blocks.out(), &count);
   return built != success || blocks.get() == nullptr ? built : sweep(blocks.get(), count);
 }
 
-// Runs body(first row, last row) for each part of the rows, cut by entries, on a team of the
-// budget; answers with a failure of one of them, if any.
-template <class Body>
-status for_row_parts(int budget, const part_bounds& part, const Body& body) {
-  std::atomic<status> failure{success};
-  for_each_part_on_team(budget, [&](int t) {
-    const status result = body(part.at[t], part.at[t + 1]);
-    if (result != success) failure.store(result, std::memory_order_relaxed);
-  });
-  return failure.load(std::memory_order_relaxed);
-}
-
 // The density by which a row-major path is chosen, in single precision as all of it.
 template <class T, class Count>
-double single_density(const owned_matrix<T>& a, Count elements) {
-  const float density = static_cast<float>(a.end[a.rows - 1]) / static_cast<float>(elements);
+double single_density(const compressed_matrix<T>& a, Count elements) {
+  const float density = static_cast<float>(csr_entries(a)) / static_cast<float>(elements);
   return static_cast<double>(density);
 }
 
 // The number of elements in 32 bits, wrapped around: for a large matrix it only picks a path.
 template <class T>
-std::int32_t wrapped_elements(const owned_matrix<T>& a) {
+std::int32_t wrapped_elements(const compressed_matrix<T>& a) {
   return static_cast<std::int32_t>(static_cast<std::uint32_t>(a.rows) *
                                    static_cast<std::uint32_t>(a.cols));
 }
 
-// The whole of B in panels, on one thread, over blocks. C is scaled first.
+// Rows lo to hi - 1 of C times beta, for those that get nothing else.
 template <class T>
-status mm_rows_serial_blocked(const owned_matrix<T>& a,
-                              const T* b,
-                              std::int32_t n,
-                              std::int32_t ldb,
-                              T* c,
-                              std::int32_t ldc,
-                              T alpha,
-                              T beta) {
-  dense_scale_lines(a.rows, n, beta, c, ldc);
-  const scratch<T> store = panel_store<T>(a.cols, n);
-  if (!store) return alloc_failed;
-  pack_rows_all(a.cols, b, n, ldb, store.get());
-  return cut_and_sweep(a, 0, a.rows, [&](const auto&... source) {
-    return sweep_rows(source..., store.get(), n, a.cols, c, ldc, alpha);
+void scale_rows_of_columns(const mm_operands<T>& o, std::int32_t lo, std::int32_t hi) {
+  for (std::int32_t j = 0; j < o.n; ++j) dense_scale(hi - lo, line_at(o.c, j, o.ldc) + lo, o.beta);
+}
+template <class T>
+void scale_rows(const mm_operands<T>& o, std::int32_t lo, std::int32_t hi) {
+  for (std::int32_t i = lo; i < hi; ++i) dense_scale(o.n, line_at(o.c, i, o.ldc), o.beta);
+}
+
+// A failure leaves C scaled, so it is scaled now where no kernel has done so on its way.
+template <class Scale>
+status failed_with(status result, const Scale& scale) {
+  scale();
+  return result;
+}
+
+// Column-major, rows lo to hi - 1 on one thread, with the entries in place.
+template <class T>
+status mm_cols_part(const compressed_matrix<T>& a,
+                    const mm_operands<T>& o,
+                    const column_panels<T>& panels,
+                    std::int32_t lo,
+                    std::int32_t hi) {
+  block_room<T> room;
+  const bool any = block_room<T>::entries_of(a, lo, hi) != 0;
+  const status taken = any ? room.take(a, lo, hi) : success;
+  if (!any || taken != success) {
+    scale_rows_of_columns(o, lo, hi);
+    return taken;
+  }
+  multiply_columns_in_place(a, lo, hi, o, panels);
+  return success;
+}
+
+// Column-major over blocks: C is scaled and B packed.
+template <class T>
+status mm_cols_blocked(const compressed_matrix<T>& a,
+                       const mm_operands<T>& o,
+                       const T* store,
+                       std::int32_t lo,
+                       std::int32_t hi) {
+  scale_rows_of_columns(o, lo, hi);
+  return cut_and_sweep(a, lo, hi, [&](const column_block<T>* blocks, std::int32_t count) {
+    return sweep_cols(blocks, count, o.b, store, a.cols, o.n, o.ldb, o.c + lo, o.ldc, o.alpha);
   });
 }
 
-// One widest panel of B at a time. Real types take beta on the way, complex ones scale C first.
+// Row-major, rows lo to hi - 1 on one thread, B and the entries in place.
 template <class T>
-status mm_rows_serial_chunked(const owned_matrix<T>& a,
-                              const T* b,
-                              std::int32_t n,
-                              std::int32_t ldb,
-                              T* c,
-                              std::int32_t ldc,
-                              T alpha,
-                              T beta) {
+status mm_rows_part(const compressed_matrix<T>& a,
+                    const mm_operands<T>& o,
+                    std::int32_t lo,
+                    std::int32_t hi) {
+  block_room<T> room;
+  const bool any = block_room<T>::entries_of(a, lo, hi) != 0;
+  const status taken = any ? room.take(a, lo, hi) : success;
+  if (!any || taken != success) {
+    scale_rows(o, lo, hi);
+    return taken;
+  }
+  multiply_rows_in_place(a, lo, hi, o);
+  return success;
+}
+
+template <class T>
+status mm_rows_blocked(const compressed_matrix<T>& a,
+                       const mm_operands<T>& o,
+                       const T* store,
+                       std::int32_t lo,
+                       std::int32_t hi) {
+  scale_rows(o, lo, hi);
+  return cut_and_sweep(a, lo, hi, [&](const column_block<T>* blocks, std::int32_t count) {
+    return sweep_rows(blocks, count, store, o.n, a.cols, line_at(o.c, lo, o.ldc), o.ldc, o.alpha);
+  });
+}
+
+// The whole of B in panels, or in place.
+template <class T>
+status mm_rows_packed(const compressed_matrix<T>& a, const mm_operands<T>& o, int budget) {
+  const scratch<T> store = panel_store<T>(a.cols, o.n);
+  if (!store) {
+    dense_scale_lines(a.rows, o.n, o.beta, o.c, o.ldc);
+    return alloc_failed;
+  }
+  const bool blocked = rows_are_long(a);
+  if (blocked) pack_rows_all(a.cols, o.b, o.n, o.ldb, store.get());
+  return for_row_parts(a, budget, [&](int /*part*/, std::int32_t lo, std::int32_t hi) {
+    return blocked ? mm_rows_blocked(a, o, store.get(), lo, hi) : mm_rows_part(a, o, lo, hi);
+  });
+}
+
+// One widest panel of B at a time, or B in place. Real types take beta on the way, complex ones
+// scale C first.
+template <class T>
+status mm_rows_serial_chunked(const compressed_matrix<T>& a, const mm_operands<T>& o) {
   constexpr std::int32_t chunk = mm_chunk<T>;
   const scratch<T> store = panel_store<T>(a.cols, chunk);
   if (!store) return alloc_failed;
-  if constexpr (is_complex<T>) dense_scale_lines(a.rows, n, beta, c, ldc);
-  for (std::int32_t j = 0; j < n; j += std::min(chunk, n - j)) {
-    const std::int32_t width = std::min(chunk, n - j);
-    pack_rows_all(a.cols, b + j, width, ldb, store.get());
+  if (!rows_are_long(a)) {
+    multiply_rows_in_place(a, 0, a.rows, o);
+    return success;
+  }
+  if constexpr (is_complex<T>) dense_scale_lines(a.rows, o.n, o.beta, o.c, o.ldc);
+  for (std::int32_t j = 0; j < o.n; j += std::min(chunk, o.n - j)) {
+    const std::int32_t width = std::min(chunk, o.n - j);
+    pack_rows_all(a.cols, o.b + j, width, o.ldb, store.get());
     status swept = success;
     if constexpr (is_complex<T>) {
-      swept = sweep_rows(&a, 1, store.get(), width, a.cols, c + j, ldc, alpha);
+      swept = sweep_rows(&a, 1, store.get(), width, a.cols, o.c + j, o.ldc, o.alpha);
     } else {
-      swept = sweep_rows_beta(&a, 1, store.get(), width, a.cols, c + j, ldc, alpha, beta);
+      swept = sweep_rows_beta(&a, 1, store.get(), width, a.cols, o.c + j, o.ldc, o.alpha, o.beta);
     }
     if (swept != success) return swept;
   }
@@ -109,124 +207,84 @@ status mm_rows_serial_chunked(const owned_matrix<T>& a,
 
 template <class T>
 void dense_scale_lines(std::int32_t lines, std::int32_t length, T beta, T* c, std::int32_t ldc) {
-  for_each_chunk_on_default_team(lines, [=](std::int32_t i) {
-    dense_scale(length, c + static_cast<std::int64_t>(i) * ldc, beta);
-  });
+  for_each_chunk_on_default_team(
+      lines, [=](std::int32_t i) { dense_scale(length, line_at(c, i, ldc), beta); });
 }
 
 template <class T>
-status mm_cols_parallel(const owned_matrix<T>& a,
-                        const T* b,
-                        std::int32_t n,
-                        std::int32_t ldb,
-                        T* c,
-                        std::int32_t ldc,
-                        T alpha,
-                        T beta) {
+status mm_cols_parallel(const compressed_matrix<T>& a, const mm_operands<T>& o) {
   const int budget = current_thread_budget();
-  if (budget == 1) return mm_cols_serial(a, b, n, ldb, c, ldc, alpha, beta);
-  part_bounds part;
-  partition_by_nnz(a.end, a.rows, budget, part.at);
-  dense_scale_lines(n, a.rows, beta, c, ldc);
-  const scratch<T> store = panel_store<T>(a.cols, n);
-  if (!store) return alloc_failed;
-  pack_cols_all(a.cols, b, n, ldb, store.get());
-  return for_row_parts(budget, part, [&](std::int32_t lo, std::int32_t hi) {
-    return cut_and_sweep(a, lo, hi, [&](const auto&... source) {
-      return sweep_cols(source..., b, store.get(), a.cols, n, ldb, c + lo, ldc, alpha);
-    });
+  if (budget == 1) return mm_cols_serial(a, o);
+  const scratch<T> store = panel_store<T>(a.cols, o.n);
+  if (!store) {
+    dense_scale_lines(o.n, a.rows, o.beta, o.c, o.ldc);
+    return alloc_failed;
+  }
+  const bool blocked = rows_are_long(a);
+  const column_panels<T> panels(a, o, store.get(), budget);
+  if (blocked || panels.shared()) pack_cols_all(a.cols, o.b, o.n, o.ldb, store.get());
+  return for_row_parts(a, budget, [&](int part, std::int32_t lo, std::int32_t hi) {
+    return blocked ? mm_cols_blocked(a, o, store.get(), lo, hi)
+                   : mm_cols_part(a, o, panels.of_part(part), lo, hi);
   });
 }
 
 template <class T>
-status mm_cols_serial(const owned_matrix<T>& a,
-                      const T* b,
-                      std::int32_t n,
-                      std::int32_t ldb,
-                      T* c,
-                      std::int32_t ldc,
-                      T alpha,
-                      T beta) {
-  dense_scale_lines(n, a.rows, beta, c, ldc);
-  const scratch<T> store = panel_store<T>(a.cols, n);
-  if (!store) return alloc_failed;
-  pack_cols_all(a.cols, b, n, ldb, store.get());
-  const auto sweep = [&](const auto&... source) {
-    return sweep_cols(source..., b, store.get(), a.cols, n, ldb, c, ldc, alpha);
-  };
-  if (a.cols <= mm_block_cols) return sweep(&a, std::int32_t{1});
-  return cut_and_sweep(a, 0, a.rows, sweep);
+status mm_cols_serial(const compressed_matrix<T>& a, const mm_operands<T>& o) {
+  const scratch<T> store = panel_store<T>(a.cols, o.n);
+  if (!store) {
+    dense_scale_lines(o.n, a.rows, o.beta, o.c, o.ldc);
+    return alloc_failed;
+  }
+  const column_panels<T> panels(a, o, store.get(), 1);
+  if (a.cols <= mm_block_cols) {
+    multiply_columns_in_place(a, 0, a.rows, o, panels);
+    return success;
+  }
+  if (!rows_are_long(a)) return mm_cols_part(a, o, panels, 0, a.rows);
+  pack_cols_all(a.cols, o.b, o.n, o.ldb, store.get());
+  return mm_cols_blocked(a, o, store.get(), 0, a.rows);
 }
 
 template <class T>
-status mm_rows_parallel(const owned_matrix<T>& a,
-                        const T* b,
-                        std::int32_t n,
-                        std::int32_t ldb,
-                        T* c,
-                        std::int32_t ldc,
-                        T alpha,
-                        T beta) {
+status mm_rows_parallel(const compressed_matrix<T>& a, const mm_operands<T>& o) {
   const int budget = current_thread_budget();
   if (budget == 1) {
-    if (a.sorted != 0) return mm_rows_serial(a, b, n, ldb, c, ldc, alpha, beta);
+    if (a.sorted != 0) return mm_rows_serial(a, o);
     sorted_rows<T> sorted;
     const status result = sorted.sort(a);
-    if (result != success) return result;
-    return mm_rows_serial(sorted.get(), b, n, ldb, c, ldc, alpha, beta);
+    return result != success ? result : mm_rows_serial(sorted.get(), o);
   }
-  part_bounds part;
-  partition_by_nnz(a.end, a.rows, budget, part.at);
   const double density = single_density(a, static_cast<std::int64_t>(a.rows) * a.cols);
-  if (density > mm_dense_cut) {
-    dense_scale_lines(a.rows, n, beta, c, ldc);
-    const scratch<T> store = panel_store<T>(a.cols, n);
-    if (!store) return alloc_failed;
-    pack_rows_all(a.cols, b, n, ldb, store.get());
-    return for_row_parts(budget, part, [&](std::int32_t lo, std::int32_t hi) {
-      T* const rows = c + static_cast<std::int64_t>(lo) * ldc;
-      return cut_and_sweep(a, lo, hi, [&](const auto&... source) {
-        return sweep_rows(source..., store.get(), n, a.cols, rows, ldc, alpha);
-      });
-    });
-  }
-  for_each_part_on_team(budget, [&](int t) {
-    mm_rows_direct(a, part.at[t], part.at[t + 1], b, n, ldb, c, ldc, alpha, beta);
+  if (density > mm_dense_cut) return mm_rows_packed(a, o, budget);
+  return for_row_parts(a, budget, [&](int /*part*/, std::int32_t lo, std::int32_t hi) {
+    mm_rows_direct(a, lo, hi, o);
+    return status{success};
   });
+}
+
+template <class T>
+status mm_rows_serial(const compressed_matrix<T>& a, const mm_operands<T>& o) {
+  const double density = single_density(a, wrapped_elements(a));
+  const bool large = csr_entries(a) > mm_large_nnz;
+  const bool repack = (density > mm_sparse_cut && large) || density >= mm_dense_cut;
+  if (repack) {
+    return a.cols > mm_block_cols ? mm_rows_packed(a, o, 1) : mm_rows_serial_chunked(a, o);
+  }
+  mm_rows_direct(a, 0, a.rows, o);
   return success;
 }
 
-template <class T>
-status mm_rows_serial(const owned_matrix<T>& a,
-                      const T* b,
-                      std::int32_t n,
-                      std::int32_t ldb,
-                      T* c,
-                      std::int32_t ldc,
-                      T alpha,
-                      T beta) {
-  const std::int32_t nnz = a.end[a.rows - 1];
-  const double density = single_density(a, wrapped_elements(a));
-  const bool repack = (density > mm_sparse_cut && nnz > mm_large_nnz) || density >= mm_dense_cut;
-  if (!repack) {
-    mm_rows_direct(a, 0, a.rows, b, n, ldb, c, ldc, alpha, beta);
-    return success;
-  }
-  const auto path = a.cols > mm_block_cols ? mm_rows_serial_blocked<T> : mm_rows_serial_chunked<T>;
-  return path(a, b, n, ldb, c, ldc, alpha, beta);
-}
-
-#define NEVRAD_INSTANTIATE(letter, T)                                                              \
-  template void dense_scale_lines(std::int32_t, std::int32_t, T, T*, std::int32_t);                \
-  template status mm_cols_parallel(const owned_matrix<T>&, const T*, std::int32_t, std::int32_t,   \
-                                   T*, std::int32_t, T, T);                                        \
-  template status mm_cols_serial(const owned_matrix<T>&, const T*, std::int32_t, std::int32_t, T*, \
-                                 std::int32_t, T, T);                                              \
-  template status mm_rows_parallel(const owned_matrix<T>&, const T*, std::int32_t, std::int32_t,   \
-                                   T*, std::int32_t, T, T);                                        \
-  template status mm_rows_serial(const owned_matrix<T>&, const T*, std::int32_t, std::int32_t, T*, \
-                                 std::int32_t, T, T);
+#define NEVRAD_INSTANTIATE_ONE(name, T) \
+  template status name(const compressed_matrix<T>&, const mm_operands<T>&);
+#define NEVRAD_INSTANTIATE(letter, T)                                               \
+  template void dense_scale_lines(std::int32_t, std::int32_t, T, T*, std::int32_t); \
+  NEVRAD_INSTANTIATE_ONE(mm_cols_parallel, T)                                       \
+  NEVRAD_INSTANTIATE_ONE(mm_cols_serial, T)                                         \
+  NEVRAD_INSTANTIATE_ONE(mm_rows_parallel, T)                                       \
+  NEVRAD_INSTANTIATE_ONE(mm_rows_serial, T)
 NEVRAD_FOR_EACH_TYPE(NEVRAD_INSTANTIATE)
 #undef NEVRAD_INSTANTIATE
+#undef NEVRAD_INSTANTIATE_ONE
 
 }  // namespace nevrad

@@ -43,13 +43,11 @@ status multiply(int transa,
   const mm_kernel<T> kernel = row->kernels.at[operation];
   if (kernel == nullptr) return not_supported;
 
-  matrix_handle<T> handle{};
-  constexpr auto copy = by_rows ? owned_csr_from_arrays<T> : owned_csc_from_arrays<T>;
+  matrix_operand<T> a;
   const auto base = static_cast<unsigned>(row->one_based);
-  const status copied = copy(&handle, base, m, k, pntrb, pntre, indx, val);
-  if (copied != success) return copied;
-  const scoped_matrix<T> a(handle.matrix);
-  return kernel(*a, b, n, ldb, c, ldc, alpha, beta);
+  const status taken = a.take(Kind, base, m, k, pntrb, pntre, indx, val);
+  if (taken != success) return taken;
+  return kernel(a.record(), {b, n, ldb, c, ldc, alpha, beta});
 }
 
 }  // namespace

@@ -11,19 +11,12 @@ namespace {
 // blocks rely on the order, and so does the order of summation.
 template <class T>
 status run_sorted(mm_kernel<T> driver,
-                  const owned_matrix<T>& a,
-                  const T* b,
-                  std::int32_t n,
-                  std::int32_t ldb,
-                  T* c,
-                  std::int32_t ldc,
-                  T alpha,
-                  T beta) {
-  if (a.sorted != 0) return driver(a, b, n, ldb, c, ldc, alpha, beta);
+                  const compressed_matrix<T>& a, const mm_operands<T>& dense) {
+  if (a.sorted != 0) return driver(a, dense);
   sorted_rows<T> sorted;
   const status result = sorted.sort(a);
   if (result != success) return result;
-  return driver(sorted.get(), b, n, ldb, c, ldc, alpha, beta);
+  return driver(sorted.get(), dense);
 }
 
 // Runs the driver on the copy that `transpose` makes of A. A transposition leaves rows sorted; the
@@ -31,101 +24,47 @@ status run_sorted(mm_kernel<T> driver,
 template <class T>
 status run_transposed(status (*transpose)(const compressed_matrix<T>&, owned_matrix<T>**),
                       mm_kernel<T> driver,
-                      const owned_matrix<T>& a,
-                      const T* b,
-                      std::int32_t n,
-                      std::int32_t ldb,
-                      T* c,
-                      std::int32_t ldc,
-                      T alpha,
-                      T beta) {
+                      const compressed_matrix<T>& a, const mm_operands<T>& dense) {
   scoped_matrix<T> transposed;
   const status result = transpose(a, transposed.out());
   if (result != success) return result;
-  return run_sorted(driver, *transposed, b, n, ldb, c, ldc, alpha, beta);
+  return run_sorted(driver, *transposed, dense);
 }
 
 }  // namespace
 
 template <class T>
-status mm_cols_sorted(const owned_matrix<T>& a,
-                      const T* b,
-                      std::int32_t n,
-                      std::int32_t ldb,
-                      T* c,
-                      std::int32_t ldc,
-                      T alpha,
-                      T beta) {
-  return run_sorted(mm_cols_parallel<T>, a, b, n, ldb, c, ldc, alpha, beta);
+status mm_cols_sorted(const compressed_matrix<T>& a, const mm_operands<T>& dense) {
+  return run_sorted(mm_cols_parallel<T>, a, dense);
 }
 
 template <class T>
-status mm_cols_transposed(const owned_matrix<T>& a,
-                          const T* b,
-                          std::int32_t n,
-                          std::int32_t ldb,
-                          T* c,
-                          std::int32_t ldc,
-                          T alpha,
-                          T beta) {
-  return run_transposed(csr_transpose_parallel<T>, mm_cols_parallel<T>, a, b, n, ldb, c, ldc, alpha,
-                        beta);
+status mm_cols_transposed(const compressed_matrix<T>& a, const mm_operands<T>& dense) {
+  return run_transposed(csr_transpose_parallel<T>, mm_cols_parallel<T>, a, dense);
 }
 
 template <class T>
-status mm_cols_conjugated(const owned_matrix<T>& a,
-                          const T* b,
-                          std::int32_t n,
-                          std::int32_t ldb,
-                          T* c,
-                          std::int32_t ldc,
-                          T alpha,
-                          T beta) {
-  return run_transposed(csr_conj_transpose_parallel<T>, mm_cols_parallel<T>, a, b, n, ldb, c, ldc,
-                        alpha, beta);
+status mm_cols_conjugated(const compressed_matrix<T>& a, const mm_operands<T>& dense) {
+  return run_transposed(csr_conj_transpose_parallel<T>, mm_cols_parallel<T>, a, dense);
 }
 
 template <class T>
-status mm_rows_sorted(const owned_matrix<T>& a,
-                      const T* b,
-                      std::int32_t n,
-                      std::int32_t ldb,
-                      T* c,
-                      std::int32_t ldc,
-                      T alpha,
-                      T beta) {
-  return run_sorted(mm_rows_parallel<T>, a, b, n, ldb, c, ldc, alpha, beta);
+status mm_rows_sorted(const compressed_matrix<T>& a, const mm_operands<T>& dense) {
+  return run_sorted(mm_rows_parallel<T>, a, dense);
 }
 
 template <class T>
-status mm_rows_transposed(const owned_matrix<T>& a,
-                          const T* b,
-                          std::int32_t n,
-                          std::int32_t ldb,
-                          T* c,
-                          std::int32_t ldc,
-                          T alpha,
-                          T beta) {
-  return run_transposed(csr_transpose_parallel<T>, mm_rows_parallel<T>, a, b, n, ldb, c, ldc, alpha,
-                        beta);
+status mm_rows_transposed(const compressed_matrix<T>& a, const mm_operands<T>& dense) {
+  return run_transposed(csr_transpose_parallel<T>, mm_rows_parallel<T>, a, dense);
 }
 
 template <class T>
-status mm_rows_conjugated(const owned_matrix<T>& a,
-                          const T* b,
-                          std::int32_t n,
-                          std::int32_t ldb,
-                          T* c,
-                          std::int32_t ldc,
-                          T alpha,
-                          T beta) {
-  return run_transposed(csr_conj_transpose_parallel<T>, mm_rows_parallel<T>, a, b, n, ldb, c, ldc,
-                        alpha, beta);
+status mm_rows_conjugated(const compressed_matrix<T>& a, const mm_operands<T>& dense) {
+  return run_transposed(csr_conj_transpose_parallel<T>, mm_rows_parallel<T>, a, dense);
 }
 
 #define NEVRAD_INSTANTIATE_ONE(name, T)                                                  \
-  template status name(const owned_matrix<T>&, const T*, std::int32_t, std::int32_t, T*, \
-                       std::int32_t, T, T);
+  template status name(const compressed_matrix<T>&, const mm_operands<T>&);
 #define NEVRAD_INSTANTIATE(letter, T)           \
   NEVRAD_INSTANTIATE_ONE(mm_cols_sorted, T)     \
   NEVRAD_INSTANTIATE_ONE(mm_cols_transposed, T) \

@@ -11,75 +11,28 @@
 #pragma once
 
 #include "matrix/record.h"
+#include "mm/operands.h"
 
 namespace nevrad {
 
-// A kernel of the matrix-matrix tables. a is owned, so of base 0, and is not changed.
+// A kernel of the matrix-matrix tables. A is not changed; its rows are packed, its base may be 1
+// where its slot belongs to a descriptor of that base.
 template <class T>
-using mm_kernel = status (*)(const owned_matrix<T>& a,
-                             const T* b,
-                             std::int32_t n,
-                             std::int32_t ldb,
-                             T* c,
-                             std::int32_t ldc,
-                             T alpha,
-                             T beta);
+using mm_kernel = status (*)(const compressed_matrix<T>& a, const mm_operands<T>& dense);
 
 // Gates for column-major (cols) and row-major (rows) B and C: A as it is, its transpose, and its
 // conjugate transpose (`c`, `z`).
 template <class T>
-status mm_cols_sorted(const owned_matrix<T>& a,
-                      const T* b,
-                      std::int32_t n,
-                      std::int32_t ldb,
-                      T* c,
-                      std::int32_t ldc,
-                      T alpha,
-                      T beta);
+status mm_cols_sorted(const compressed_matrix<T>& a, const mm_operands<T>& dense);
 template <class T>
-status mm_cols_transposed(const owned_matrix<T>& a,
-                          const T* b,
-                          std::int32_t n,
-                          std::int32_t ldb,
-                          T* c,
-                          std::int32_t ldc,
-                          T alpha,
-                          T beta);
+status mm_cols_transposed(const compressed_matrix<T>& a, const mm_operands<T>& dense);
 template <class T>
-status mm_cols_conjugated(const owned_matrix<T>& a,
-                          const T* b,
-                          std::int32_t n,
-                          std::int32_t ldb,
-                          T* c,
-                          std::int32_t ldc,
-                          T alpha,
-                          T beta);
+status mm_cols_conjugated(const compressed_matrix<T>& a, const mm_operands<T>& dense);
 template <class T>
-status mm_rows_sorted(const owned_matrix<T>& a,
-                      const T* b,
-                      std::int32_t n,
-                      std::int32_t ldb,
-                      T* c,
-                      std::int32_t ldc,
-                      T alpha,
-                      T beta);
+status mm_rows_sorted(const compressed_matrix<T>& a, const mm_operands<T>& dense);
 template <class T>
-status mm_rows_transposed(const owned_matrix<T>& a,
-                          const T* b,
-                          std::int32_t n,
-                          std::int32_t ldb,
-                          T* c,
-                          std::int32_t ldc,
-                          T alpha,
-                          T beta);
+status mm_rows_transposed(const compressed_matrix<T>& a, const mm_operands<T>& dense);
 template <class T>
-status mm_rows_conjugated(const owned_matrix<T>& a,
-                          const T* b,
-                          std::int32_t n,
-                          std::int32_t ldb,
-                          T* c,
-                          std::int32_t ldc,
-                          T alpha,
-                          T beta);
+status mm_rows_conjugated(const compressed_matrix<T>& a, const mm_operands<T>& dense);
 
 }  // namespace nevrad

@@ -6,7 +6,7 @@
 #pragma once
 
 #include "arith/products.h"
-#include "mm/row_segments.h"
+#include "mm/block_list.h"
 
 namespace nevrad {
 
@@ -42,8 +42,8 @@ NEVRAD_INLINE std::int64_t line_stride(std::int32_t ldc, std::uint32_t unit_stri
   return (unit_stride & 1U) != 0 ? 1 : ldc;
 }
 
-template <class T, class Source>
-void line_kernel(const Source& source,
+template <class T>
+void line_kernel(const block_list<T>& source,
                  const T* x,
                  T* y,
                  std::int32_t ldc,

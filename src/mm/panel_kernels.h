@@ -1,6 +1,6 @@
 // Panel kernels: sparse rows times one panel, by where the finished sums go.
 //
-// A kernel walks the parts of its rows, block by block or row by row (see row_segments.h); row r of
+// A kernel walks its rows block by block; row r of
 // the result is at c + r * ldc (row-major) or c + r (column-major). A part's sum is one chain in
 // stored order and reaches C in one fused update, C = sum * alpha + C, so the last bits depend on
 // the block boundaries and on nothing else. Rows without entries in a block are not touched by it:
@@ -8,13 +8,13 @@
 #pragma once
 
 #include "arith/panel_row.h"
-#include "mm/row_segments.h"
+#include "mm/block_list.h"
 
 namespace nevrad {
 
 // Row-major C.
-template <int W, class T, class Source>
-void panel_kernel_rows(const Source& source,
+template <int W, class T>
+void panel_kernel_rows(const block_list<T>& source,
                        const T* panel,
                        T* c,
                        std::int32_t ldc,
@@ -64,8 +64,8 @@ NEVRAD_INLINE void update_column_elements(T* c,
 }
 
 // Column-major C.
-template <int W, class T, class Source>
-void panel_kernel_cols(const Source& source,
+template <int W, class T>
+void panel_kernel_cols(const block_list<T>& source,
                        const T* panel,
                        T* c,
                        std::int32_t ldc,

@@ -1,100 +1,56 @@
 #include "mm/structured.h"
 
-#include "frame/checks.h"
-
 namespace nevrad {
 
 namespace {
 
 template <class T>
-bool any_null(const owned_matrix<T>* a,
-              const T* b,
-              const T* c,
-              expansion<T> expand,
-              mm_kernel<T> gate) {
-  return a == nullptr || b == nullptr || c == nullptr || expand == nullptr || gate == nullptr;
+bool any_null(const compressed_matrix<T>* a, const mm_operands<T>& dense, const structure<T>& how) {
+  return a == nullptr || dense.b == nullptr || dense.c == nullptr || how.expand == nullptr ||
+         how.gate == nullptr;
 }
 
 template <class T>
-status expand_and_multiply(const owned_matrix<T>& a,
-                           const T* b,
-                           std::int32_t n,
-                           std::int32_t ldb,
-                           T* c,
-                           std::int32_t ldc,
-                           triangle side,
-                           diagonal ones,
-                           expansion<T> expand,
-                           mm_kernel<T> gate,
-                           T alpha,
-                           T beta) {
+status expand_and_multiply(const compressed_matrix<T>& a,
+                           const mm_operands<T>& dense,
+                           const structure<T>& how) {
   scoped_matrix<T> expanded;
-  const status result = expand(a, side, ones, expanded.out());
-  if (result != success) return result;
-  return gate(*expanded, b, n, ldb, c, ldc, alpha, beta);
+  const status result = how.expand(a, how.side, how.ones, expanded.out());
+  return result != success ? result : how.gate(*expanded, dense);
 }
 
 }  // namespace
 
 template <class T>
-status mm_structured(const owned_matrix<T>* a,
-                     const T* b,
-                     std::int32_t n,
-                     std::int32_t ldb,
-                     T* c,
-                     std::int32_t ldc,
-                     triangle side,
-                     diagonal ones,
-                     expansion<T> expand,
-                     mm_kernel<T> gate,
-                     T alpha,
-                     T beta) {
-  if (any_null(a, b, c, expand, gate)) return null_pointer;
-  return expand_and_multiply(*a, b, n, ldb, c, ldc, side, ones, expand, gate, alpha, beta);
+status mm_structured(const compressed_matrix<T>* a,
+                     const mm_operands<T>& dense,
+                     const structure<T>& how) {
+  if (any_null(a, dense, how)) return null_pointer;
+  return expand_and_multiply(*a, dense, how);
 }
 
 template <class T>
-status mm_structured_view(const owned_matrix<T>* a,
-                          const T* b,
-                          std::int32_t n,
-                          std::int32_t ldb,
-                          T* c,
-                          std::int32_t ldc,
-                          triangle side,
-                          diagonal ones,
-                          expansion<T> expand,
-                          mm_kernel<T> gate,
-                          T alpha,
-                          T beta) {
-  if (any_null(a, b, c, expand, gate)) return invalid_value;
+status mm_structured_view(const compressed_matrix<T>* a,
+                          const mm_operands<T>& dense,
+                          const structure<T>& how) {
+  if (any_null(a, dense, how)) return invalid_value;
   compressed_matrix<T> view;
   csc_view_as_csr(a, &view);
-  return expand_and_multiply(view, b, n, ldb, c, ldc, side, ones, expand, gate, alpha, beta);
+  return expand_and_multiply(view, dense, how);
 }
 
 template <class T>
-status mm_structured_converted(const owned_matrix<T>* a,
-                               const T* b,
-                               std::int32_t n,
-                               std::int32_t ldb,
-                               T* c,
-                               std::int32_t ldc,
-                               triangle side,
-                               diagonal ones,
-                               expansion<T> expand,
-                               mm_kernel<T> gate,
-                               T alpha,
-                               T beta) {
-  if (any_null(a, b, c, expand, gate)) return invalid_value;
+status mm_structured_converted(const compressed_matrix<T>* a,
+                               const mm_operands<T>& dense,
+                               const structure<T>& how) {
+  if (any_null(a, dense, how)) return invalid_value;
   scoped_matrix<T> converted;
   const status result = csc_to_csr(a, converted.out());
-  if (result != success) return result;
-  return expand_and_multiply(*converted, b, n, ldb, c, ldc, side, ones, expand, gate, alpha, beta);
+  return result != success ? result : expand_and_multiply(*converted, dense, how);
 }
 
-#define NEVRAD_INSTANTIATE_ONE(name, T)                                                  \
-  template status name(const owned_matrix<T>*, const T*, std::int32_t, std::int32_t, T*, \
-                       std::int32_t, triangle, diagonal, expansion<T>, mm_kernel<T>, T, T);
+#define NEVRAD_INSTANTIATE_ONE(name, T) \
+  template status name(const compressed_matrix<T>*, const mm_operands<T>&, const structure<T>&);
 #define NEVRAD_INSTANTIATE(letter, T)           \
   NEVRAD_INSTANTIATE_ONE(mm_structured, T)      \
   NEVRAD_INSTANTIATE_ONE(mm_structured_view, T) \

@@ -13,64 +13,37 @@
 
 namespace nevrad {
 
+// What a slot knows of its matrix, how it makes it general, and what multiplies.
 template <class T>
-using mm_frame = status (*)(const owned_matrix<T>* a,
-                            const T* b,
-                            std::int32_t n,
-                            std::int32_t ldb,
-                            T* c,
-                            std::int32_t ldc,
-                            triangle side,
-                            diagonal ones,
-                            expansion<T> expand,
-                            mm_kernel<T> gate,
-                            T alpha,
-                            T beta);
+struct structure {
+  triangle side;
+  diagonal ones;
+  expansion<T> expand;
+  mm_kernel<T> gate;
+};
+
+template <class T>
+using mm_frame = status (*)(const compressed_matrix<T>* a,
+                            const mm_operands<T>& dense,
+                            const structure<T>& how);
 
 // Compressed rows. Answers 1 for a null.
 template <class T>
-status mm_structured(const owned_matrix<T>* a,
-                     const T* b,
-                     std::int32_t n,
-                     std::int32_t ldb,
-                     T* c,
-                     std::int32_t ldc,
-                     triangle side,
-                     diagonal ones,
-                     expansion<T> expand,
-                     mm_kernel<T> gate,
-                     T alpha,
-                     T beta);
+status mm_structured(const compressed_matrix<T>* a,
+                     const mm_operands<T>& dense,
+                     const structure<T>& how);
 
 // Compressed columns, read as rows of the transpose. Answers 3 for a null.
 template <class T>
-status mm_structured_view(const owned_matrix<T>* a,
-                          const T* b,
-                          std::int32_t n,
-                          std::int32_t ldb,
-                          T* c,
-                          std::int32_t ldc,
-                          triangle side,
-                          diagonal ones,
-                          expansion<T> expand,
-                          mm_kernel<T> gate,
-                          T alpha,
-                          T beta);
+status mm_structured_view(const compressed_matrix<T>* a,
+                          const mm_operands<T>& dense,
+                          const structure<T>& how);
 
 // Compressed columns, converted to rows. Answers 3 for a null, and for a matrix without entries.
 template <class T>
-status mm_structured_converted(const owned_matrix<T>* a,
-                               const T* b,
-                               std::int32_t n,
-                               std::int32_t ldb,
-                               T* c,
-                               std::int32_t ldc,
-                               triangle side,
-                               diagonal ones,
-                               expansion<T> expand,
-                               mm_kernel<T> gate,
-                               T alpha,
-                               T beta);
+status mm_structured_converted(const compressed_matrix<T>* a,
+                               const mm_operands<T>& dense,
+                               const structure<T>& how);
 
 // A slot of a structured row: one frame with its constants.
 template <class T,
@@ -79,46 +52,24 @@ template <class T,
           diagonal Ones,
           expansion<T> Expand,
           mm_kernel<T> Gate>
-status mm_structured_slot(const owned_matrix<T>& a,
-                          const T* b,
-                          std::int32_t n,
-                          std::int32_t ldb,
-                          T* c,
-                          std::int32_t ldc,
-                          T alpha,
-                          T beta) {
-  return Frame(&a, b, n, ldb, c, ldc, Side, Ones, Expand, Gate, alpha, beta);
+status mm_structured_slot(const compressed_matrix<T>& a, const mm_operands<T>& dense) {
+  return Frame(&a, dense, {Side, Ones, Expand, Gate});
 }
 
 // A general slot of compressed columns: the rows of the transpose as they are.
 template <class T, mm_kernel<T> Gate>
-status mm_csc_view(const owned_matrix<T>& a,
-                   const T* b,
-                   std::int32_t n,
-                   std::int32_t ldb,
-                   T* c,
-                   std::int32_t ldc,
-                   T alpha,
-                   T beta) {
+status mm_csc_view(const compressed_matrix<T>& a, const mm_operands<T>& dense) {
   compressed_matrix<T> view;
   csc_view_as_csr(&a, &view);
-  return Gate(view, b, n, ldb, c, ldc, alpha, beta);
+  return Gate(view, dense);
 }
 
 // A general slot of compressed columns: converted to rows. Answers 3 for a matrix without entries.
 template <class T, mm_kernel<T> Gate>
-status mm_csc_converted(const owned_matrix<T>& a,
-                        const T* b,
-                        std::int32_t n,
-                        std::int32_t ldb,
-                        T* c,
-                        std::int32_t ldc,
-                        T alpha,
-                        T beta) {
+status mm_csc_converted(const compressed_matrix<T>& a, const mm_operands<T>& dense) {
   scoped_matrix<T> converted;
   const status result = csc_to_csr(&a, converted.out());
-  if (result != success) return result;
-  return Gate(*converted, b, n, ldb, c, ldc, alpha, beta);
+  return result != success ? result : Gate(*converted, dense);
 }
 
 }  // namespace nevrad

@@ -6,44 +6,6 @@
 
 namespace nevrad {
 
-namespace {
-
-template <class T, class Source>
-void sweep_all_cols(const Source& source,
-                    const T* b,
-                    const T* store,
-                    std::int32_t h,
-                    std::int32_t n,
-                    std::int32_t ldb,
-                    T* c,
-                    std::int32_t ldc,
-                    T alpha) {
-  std::int32_t j = for_each_panel<T>(n, [&](auto w, std::int32_t at) {
-    T* const target = c + static_cast<std::int64_t>(at) * ldc;
-    panel_kernel_cols<w()>(source, panel_at(store, at, h), target, ldc, &alpha);
-  });
-  for (; j < n; ++j) {
-    line_kernel(source, b + static_cast<std::int64_t>(j) * ldb,
-                c + static_cast<std::int64_t>(j) * ldc, ldc, &alpha, 1);
-  }
-}
-
-template <class T, class Source>
-void sweep_all_rows(const Source& source,
-                    const T* store,
-                    std::int32_t n,
-                    std::int32_t h,
-                    T* c,
-                    std::int32_t ldc,
-                    T alpha) {
-  std::int32_t j = for_each_panel<T>(n, [&](auto w, std::int32_t at) {
-    panel_kernel_rows<w()>(source, panel_at(store, at, h), c + at, ldc, &alpha);
-  });
-  for (; j < n; ++j) line_kernel(source, panel_at(store, j, h), c + j, ldc, &alpha, 0);
-}
-
-}  // namespace
-
 template <class T>
 status sweep_cols(const column_block<T>* blocks,
                   std::int32_t count,
@@ -56,21 +18,15 @@ status sweep_cols(const column_block<T>* blocks,
                   std::int32_t ldc,
                   T alpha) {
   if (check_four_pointers(blocks, store, c, b) != success) return null_pointer;
-  sweep_all_cols(block_list<T>(blocks, count), b, store, h, n, ldb, c, ldc, alpha);
-  return success;
-}
-
-template <class T>
-status sweep_cols(const row_segments<T>& segments,
-                  const T* b,
-                  const T* store,
-                  std::int32_t h,
-                  std::int32_t n,
-                  std::int32_t ldb,
-                  T* c,
-                  std::int32_t ldc,
-                  T alpha) {
-  sweep_all_cols(segments, b, store, h, n, ldb, c, ldc, alpha);
+  const block_list<T> source(blocks, count);
+  std::int32_t j = for_each_panel<T>(n, [&](auto w, std::int32_t at) {
+    T* const target = c + static_cast<std::int64_t>(at) * ldc;
+    panel_kernel_cols<w()>(source, panel_at(store, at, h), target, ldc, &alpha);
+  });
+  for (; j < n; ++j) {
+    line_kernel(source, b + static_cast<std::int64_t>(j) * ldb,
+                c + static_cast<std::int64_t>(j) * ldc, ldc, &alpha, 1);
+  }
   return success;
 }
 
@@ -84,19 +40,11 @@ status sweep_rows(const column_block<T>* blocks,
                   std::int32_t ldc,
                   T alpha) {
   if (check_three_pointers(blocks, store, c) != success) return null_pointer;
-  sweep_all_rows(block_list<T>(blocks, count), store, n, h, c, ldc, alpha);
-  return success;
-}
-
-template <class T>
-status sweep_rows(const row_segments<T>& segments,
-                  const T* store,
-                  std::int32_t n,
-                  std::int32_t h,
-                  T* c,
-                  std::int32_t ldc,
-                  T alpha) {
-  sweep_all_rows(segments, store, n, h, c, ldc, alpha);
+  const block_list<T> source(blocks, count);
+  std::int32_t j = for_each_panel<T>(n, [&](auto w, std::int32_t at) {
+    panel_kernel_rows<w()>(source, panel_at(store, at, h), c + at, ldc, &alpha);
+  });
+  for (; j < n; ++j) line_kernel(source, panel_at(store, j, h), c + j, ldc, &alpha, 0);
   return success;
 }
 
@@ -120,10 +68,6 @@ status sweep_rows_beta(const column_block<T>* blocks,
 }
 
 #define NEVRAD_INSTANTIATE(letter, T)                                                          \
-  template status sweep_cols(const row_segments<T>&, const T*, const T*, std::int32_t,         \
-                             std::int32_t, std::int32_t, T*, std::int32_t, T);                 \
-  template status sweep_rows(const row_segments<T>&, const T*, std::int32_t, std::int32_t, T*, \
-                             std::int32_t, T);                                                 \
   template status sweep_cols(const column_block<T>*, std::int32_t, const T*, const T*,         \
                              std::int32_t, std::int32_t, std::int32_t, T*, std::int32_t, T);   \
   template status sweep_rows(const column_block<T>*, std::int32_t, const T*, std::int32_t,     \

@@ -1,5 +1,4 @@
-// Sweeps: all columns of a product, a panel at a time, over one or more column blocks, or over the
-// segments into which blocks would cut the rows.
+// Sweeps: all columns of a product, a panel at a time, over one or more column blocks.
 //
 // Panels are the outer loop, then blocks, then rows, so a block's part of a panel stays in cache
 // while all rows pass. `h` is the height of the panels, the matrix's number of columns. Columns
@@ -8,7 +7,7 @@
 #pragma once
 
 #include "frame/checks.h"
-#include "mm/row_segments.h"
+#include "mm/column_blocks.h"
 
 namespace nevrad {
 
@@ -25,30 +24,10 @@ status sweep_cols(const column_block<T>* blocks,
                   std::int32_t ldc,
                   T alpha);
 
-template <class T>
-status sweep_cols(const row_segments<T>& segments,
-                  const T* b,
-                  const T* store,
-                  std::int32_t h,
-                  std::int32_t n,
-                  std::int32_t ldb,
-                  T* c,
-                  std::int32_t ldc,
-                  T alpha);
-
 // C += alpha * A * B, C row-major.
 template <class T>
 status sweep_rows(const column_block<T>* blocks,
                   std::int32_t count,
-                  const T* store,
-                  std::int32_t n,
-                  std::int32_t h,
-                  T* c,
-                  std::int32_t ldc,
-                  T alpha);
-
-template <class T>
-status sweep_rows(const row_segments<T>& segments,
                   const T* store,
                   std::int32_t n,
                   std::int32_t h,

@@ -31,16 +31,21 @@ TYPED_TEST(sorted_rows_test, gives_what_sorting_gives) {
     generator random(static_cast<std::uint64_t>(round));
     SCOPED_TRACE(random);
     const bool ordered = round % 2 == 0;
+    const auto made = random_matrix<T>(random, {.rows = random.integer(1, 40),
+                                                .cols = random.integer(1, 12),
+                                                .base = 1,
+                                                .typical = random.integer(0, 3),
+                                                .sorted = ordered,
+                                                .duplicates = true});
     scoped_matrix<T> a;
-    copy_owned(random_matrix<T>(random, {.rows = random.integer(1, 40),
-                                         .cols = random.integer(1, 12),
-                                         .base = 1,
-                                         .typical = random.integer(0, 3),
-                                         .sorted = ordered,
-                                         .duplicates = true}),
-               a);
+    copy_owned(made, a);
     scoped_matrix<T> literal;
     ASSERT_EQ(nevrad::csr_sort_by_double_transpose(*a, literal.out()), 0);
+    // The same rows in the base in which the caller has them.
+    const array<int> pointers = made.pointers();
+    nevrad::compressed_view<T> view{made.values.data(), pointers.data(), pointers.data() + 1,
+                                    made.indices.data(), made.rows, made.cols, 1, 0};
+    EXPECT_EQ(rows_ascend(view), rows_ascend(*a));
     sorted_rows<T> found;
     ASSERT_EQ(found.sort(*a), 0);
     const owned_matrix<T>& got = found.get();

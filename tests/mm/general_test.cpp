@@ -3,6 +3,8 @@
 #include "mm/model.h"
 #include "support/threads.h"
 
+#include <functional>
+
 namespace nevrad_test {
 namespace {
 
@@ -29,11 +31,14 @@ struct problem {
         before(panel<T>::random(random, op == 0 ? a.rows : a.cols, n, order, 2 * extra)) {}
 
   const char* descra() const { return order == layout::column_major ? "G00F" : "G00C"; }
-  panel<T> run(int budget) const {
+  // Both forms of pointers have their turn over the widths and budgets.
+  panel<T> run(int budget) const { return run(budget, (budget + b.cols()) % 2 == 0); }
+  panel<T> run(int budget, bool one_array) const {
     const budget_scope scope(budget);
+    const auto pointers = a.pointers_in(one_array);
     panel<T> c = before;
     EXPECT_EQ(csrmm<T>(op, a.rows, static_cast<int>(b.cols()), a.cols, alpha, descra(),
-                       a.values.data(), a.indices.data(), a.begin.data(), a.end.data(), b.data(),
+                       a.values.data(), a.indices.data(), pointers.begin, pointers.end, b.data(),
                        b.ld(), beta, c.data(), c.ld()),
               0);
     return c;
@@ -162,6 +167,58 @@ TYPED_TEST(general_mm, adds_block_by_block) {
         EXPECT_SAME_ARRAYS(by_rows.run(budget).elements(),
                            by_rows.model(typical == 6 ? path::direct : packed).elements());
       }
+    }
+  }
+}
+
+// Rows that call for columns around `centre(row)`, a few of them, in any order.
+template <class T, class Centre>
+matrix<T> around(generator& random, int order, const Centre& centre) {
+  lines<T> source(static_cast<std::size_t>(order));
+  for (int i = 0; i < order; ++i) {
+    const int length = i % 11 == 5 ? 0 : 4;
+    for (int p = 0; p < length; ++p) {
+      const int column = centre(i) + random.integer(-9, 9);
+      source[static_cast<std::size_t>(i)].emplace_back(std::clamp(column, 0, order - 1),
+                                                       random.value<T>());
+    }
+  }
+  return compress<T>(source, order, compression::rows, 1);
+}
+
+// A band, a band with rows from elsewhere, and rows that jump to and fro.
+TYPED_TEST(general_mm, packs_what_rows_reach_in_any_order) {
+  using T = TypeParam;
+  constexpr int order = 1500;
+  const auto band = [](int i) { return i; };
+  const auto strays = [](int i) { return i % 100 == 50 ? order - i : i; };
+  const auto jumps = [](int i) { return i / 16 % 2 == 0 ? i / 2 : order - 1 - i / 2; };
+  const auto backwards = [](int i) { return order - 1 - i; };
+  const std::function<int(int)> centres[] = {band, strays, jumps, backwards};
+  for (const auto& centre : centres) {
+    generator random(250);
+    const problem<T> p(random, around<T>(random, order, centre), 0, layout::column_major, 13, 1);
+    const panel<T> want = p.model(path::swept);
+    for (const int budget : {1, 3}) EXPECT_SAME_ARRAYS(p.run(budget).elements(), want.elements());
+  }
+}
+
+// One array of pointers or two, rows that ascend or not: the same bits.
+TYPED_TEST(general_mm, takes_arrays_in_place_or_copied) {
+  using T = TypeParam;
+  for (int round = 0; round < 12; ++round) {
+    generator random(static_cast<std::uint64_t>(260 + round));
+    SCOPED_TRACE(random);
+    const layout order = round % 2 == 0 ? layout::column_major : layout::row_major;
+    const auto a = random_matrix<T>(random, {.rows = 40,
+                                             .cols = round < 6 ? 30 : 700,
+                                             .base = order == layout::column_major ? 1 : 0,
+                                             .sorted = round % 3 == 0,
+                                             .nasty = round < 6,
+                                             .duplicates = true});
+    const problem<T> p(random, a, round / 2 % 3, order, 13, 1);
+    for (const int budget : {1, 2}) {
+      EXPECT_SAME_ARRAYS(p.run(budget, true).elements(), p.run(budget, false).elements());
     }
   }
 }

@@ -18,9 +18,10 @@ int multiply(const char* descra,
              T beta,
              const panel<T>& c) {
   const auto call = a.kind == compression::rows ? csrmm<T> : cscmm<T>;
-  return call(op, a.rows, static_cast<int>(c.cols()), a.cols, alpha, descra, a.values.data(),
-              a.indices.data(), a.begin.data(), a.end.data(), b.data(), b.ld(), beta, c.data(),
-              c.ld());
+  const auto n = static_cast<int>(c.cols());
+  const auto pointers = a.pointers_in((op + n) % 2 == 0);
+  return call(op, a.rows, n, a.cols, alpha, descra, a.values.data(), a.indices.data(),
+              pointers.begin, pointers.end, b.data(), b.ld(), beta, c.data(), c.ld());
 }
 
 template <class T>

@@ -191,14 +191,7 @@ TYPED_TEST(mm_tables, an_empty_matrix_by_columns_on_several_threads) {
 
 // A gate that runs on nothing, to see what the frames answer to a null.
 template <class T>
-nevrad::status idle_gate(const nevrad::owned_matrix<T>&,
-                         const T*,
-                         std::int32_t,
-                         std::int32_t,
-                         T*,
-                         std::int32_t,
-                         T,
-                         T) {
+nevrad::status idle_gate(const nevrad::compressed_matrix<T>&, const nevrad::mm_operands<T>&) {
   return 0;
 }
 
@@ -219,8 +212,8 @@ TYPED_TEST(mm_tables, frames_differ_in_their_answer_to_null) {
   for (const auto& [frame, answer] : frames) {
     const auto run = [&, f = frame](const owned_matrix<T>* matrix, const T* from, T* to,
                                     expansion<T> expand, mm_kernel<T> gate) {
-      return f(matrix, from, 3, 3, to, 3, triangle::lower, diagonal::stored, expand, gate, one<T>(),
-               one<T>());
+      return f(matrix, {from, 3, 3, to, 3, one<T>(), one<T>()},
+               {triangle::lower, diagonal::stored, expand, gate});
     };
     const expansion<T> expand = expand_symmetric<T>;
     EXPECT_EQ(run(&a, b.data(), c.data(), expand, idle_gate<T>), success);

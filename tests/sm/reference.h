@@ -168,8 +168,10 @@ nevrad::status solve(const matrix<T>& a,
                      const panel<T>& x,
                      const panel<T>& y) {
   const auto entry = a.kind == compression::rows ? csrsm<T> : cscsm<T>;
-  return entry(c.op, a.rows, static_cast<int>(x.cols()), alpha, c.code.c_str(), a.values.data(),
-               a.indices.data(), a.begin.data(), a.end.data(), x.data(), x.ld(), y.data(), y.ld());
+  const auto n = static_cast<int>(x.cols());
+  const auto pointers = a.pointers_in((c.op + n) % 2 == 0);
+  return entry(c.op, a.rows, n, alpha, c.code.c_str(), a.values.data(), a.indices.data(),
+               pointers.begin, pointers.end, x.data(), x.ld(), y.data(), y.ld());
 }
 
 template <class T>

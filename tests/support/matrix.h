@@ -35,6 +35,22 @@ struct matrix {
     return all;
   }
 
+  // The pointers as callers pass them: in two arrays, or in one that serves as both, which calls may
+  // take without copying the matrix. For packed lines only.
+  struct pointer_arrays {
+    array<int> all;
+    const int* begin;
+    const int* end;
+  };
+  pointer_arrays pointers_in(bool one_array) const {
+    pointer_arrays p{pointers(), begin.data(), end.data()};
+    if (one_array) {
+      p.begin = p.all.data();
+      p.end = p.begin + 1;
+    }
+    return p;
+  }
+
   nevrad::compressed_view<T> view() const {
     return {values.data(), begin.data(), end.data(), indices.data(), rows, cols, base, 0};
   }

@@ -1,0 +1,115 @@
+// The part of a panel of column-major B that a sweep over rows is using, packed as it is reached.
+//
+// Where neighbouring rows of A have their entries within a band, that part is a small ring, stays
+// in cache, and B is read once and written nowhere else. A ring that is as long as the panel is the
+// whole panel.
+#pragma once
+
+#include "arith/panel_moves.h"
+#include "arith/panel_row.h"
+#include "mm/row_parts.h"
+
+#include <algorithm>
+
+namespace nevrad {
+
+// Columns from the first to one past the last that a row range uses; its rows ascend.
+struct column_span {
+  std::int32_t low;
+  std::int32_t high;
+};
+
+template <class T>
+column_span columns_used(const compressed_matrix<T>& a, std::int32_t r, std::int32_t last) {
+  column_span used{a.cols, 0};
+  for (; r < last; ++r) {
+    const std::int32_t first = a.begin[r] - a.base;
+    const std::int32_t stop = a.end[r] - a.base;
+    if (stop <= first) continue;
+    used.low = std::min(used.low, a.indices[first] - a.base);
+    used.high = std::max(used.high, a.indices[stop - 1] - a.base + 1);
+  }
+  return used;
+}
+
+// Rows of a ring for A: a power of two, or the number of its columns when that is not more. The
+// guess is made from some rows; where it turns out wrong, only time is lost.
+template <class T>
+std::int32_t window_rows(const compressed_matrix<T>& a) {
+  constexpr std::int32_t samples = 24;
+  std::int32_t widest = 0;
+  for (std::int32_t s = 0; s < samples; ++s) {
+    const auto r = static_cast<std::int32_t>(std::int64_t{a.rows} * s / samples);
+    const std::int32_t last = std::min(r + mm_rows_at_once, a.rows) - 1;
+    const column_span top = columns_used(a, r, r + 1);
+    const column_span bottom = columns_used(a, last, last + 1);
+    widest = std::max(widest, std::max(top.high, bottom.high) - std::min(top.low, bottom.low));
+  }
+  const std::int64_t wanted = widest + widest / 8 + 2 * mm_rows_at_once;
+  std::int64_t size = 256;
+  while (size < wanted) size *= 2;
+  return static_cast<std::int32_t>(std::min<std::int64_t>(size, a.cols));
+}
+
+// Row q of B is kept for index q + base, as the matrix has it.
+template <int W, class T>
+class panel_window {
+ public:
+  // Packs W columns of B, `first` at the first of them, of `rows` rows into room for `size` rows.
+  panel_window(
+      const T* first, std::int64_t ld, std::int32_t rows, std::int32_t base, T* room,
+      std::int32_t size)
+      : first_(first),
+        ld_(ld),
+        rows_(rows),
+        base_(base),
+        size_(size),
+        patience_(2 * std::int64_t{rows}),
+        mask_(size == rows ? -1 : size - 1),
+        room_(size == rows ? room - std::int64_t{base} * W : room) {}
+
+  // Whether the columns are all in the ring, which packs what is missing. False when they do not
+  // fit, or when more has been packed again and again than it is worth.
+  bool hold(column_span used) {
+    if (used.low >= begin_ && used.high <= end_) return true;
+    if (used.high - used.low > size_) return false;
+    if (used.low < begin_ || used.low > end_) {
+      if (patience_ < 0) return false;
+      begin_ = used.low;
+      end_ = used.low;
+    }
+    const std::int32_t ahead = std::min(used.high + mm_rows_at_once, rows_);
+    const std::int32_t stop = std::max(used.high, std::min(ahead, used.low + size_));
+    patience_ -= stop - end_;
+    pack(stop);
+    begin_ = std::max(begin_, stop - size_);
+    return true;
+  }
+
+  ring_rows<W, T> rows() const { return {room_, mask_}; }
+
+ private:
+  // Packs up to row `stop`, where the ring ends in two steps.
+  void pack(std::int32_t stop) {
+    while (end_ < stop) {
+      const std::int64_t slot = (std::int64_t{end_} + base_) & mask_;
+      std::int32_t count = stop - end_;
+      if (mask_ >= 0) count = static_cast<std::int32_t>(std::min<std::int64_t>(count, size_ - slot));
+      load_panel_columns<W>(room_ + slot * W, first_ + end_, ld_, count, as_it_is{});
+      end_ += count;
+    }
+  }
+
+  const T* first_;
+  std::int64_t ld_;
+  std::int32_t rows_;
+  std::int32_t base_;
+  std::int32_t size_;
+  std::int64_t patience_;
+  std::int64_t mask_;
+  T* room_;
+  std::int32_t begin_ = 0;  // rows begin_ to end_ - 1 are packed
+  std::int32_t end_ = 0;
+};
+
+}  // namespace nevrad

@@ -1,0 +1,154 @@
+// Rows in the parts that column blocks would hold, where they lie.
+//
+// An element of C sums the blocks of its row in ascending order and has nothing to do with other
+// rows. So walking row by row, part by part, gives the bits that walking block by block gives,
+// without a copy of the entries and without looking at the many pairs of a row and a block that
+// hold nothing. Blocks are better when their rows are long: a block keeps its part of a panel in
+// cache while all rows pass.
+#pragma once
+
+#include "arith/panel_row.h"
+#include "mm/column_blocks.h"
+#include "mm/line_kernels.h"
+
+namespace nevrad {
+
+// Where blocks of mm_block_cols columns end: full ones first, then the last two or one. The width
+// is a constant here, since a division by a variable would cost as much as an entry's product.
+class block_bounds {
+ public:
+  explicit block_bounds(std::int32_t cols) : cols_(cols) {
+    std::int32_t done = 0;
+    while (next_block_width(cols, done, mm_block_cols) == mm_block_cols) {
+      done += mm_block_cols;
+      ++full_;
+      if (done == cols) break;
+    }
+    full_end_ = done;
+    middle_ = done == cols ? cols : done + next_block_width(cols, done, mm_block_cols);
+  }
+
+  std::int32_t count() const { return full_ + (full_end_ < cols_) + (middle_ < cols_); }
+  std::int32_t block_of(std::int32_t column) const {
+    return column < full_end_ ? column / mm_block_cols : full_ + (column >= middle_ ? 1 : 0);
+  }
+  // One past the last column of the block that holds the column.
+  std::int32_t stop_of(std::int32_t column) const {
+    if (column < full_end_) return (column / mm_block_cols + 1) * mm_block_cols;
+    return column < middle_ ? middle_ : cols_;
+  }
+
+ private:
+  std::int32_t cols_;
+  std::int32_t full_ = 0;
+  std::int32_t full_end_ = 0;
+  std::int32_t middle_ = 0;
+};
+
+// Rows that are multiplied at once, a panel or a chunk of columns at a time: few enough for their
+// entries and their part of C to stay in the first level of cache, and whole cache lines of a
+// column of C.
+inline constexpr std::int32_t mm_rows_at_once = 32;
+
+// The entries of packed, ascending rows, from row `first` on. Positions and indices are in the
+// matrix's base, and `values` and `indices` shifted to match.
+template <class T>
+struct row_entries {
+  const T* values;
+  const std::int32_t* indices;
+  const std::int32_t* end;  // of each row
+  std::int32_t begin;
+  std::int32_t rows;
+  std::int32_t base;
+
+  row_entries(const compressed_matrix<T>& a, std::int32_t first, std::int32_t count)
+      : values(a.values - a.base),
+        indices(a.indices - a.base),
+        end(a.end + first),
+        begin(a.begin[first]),
+        rows(count),
+        base(a.base) {}
+};
+
+// The sum over the entries from p on that lie in front of `end` and whose indices are below `stop`,
+// of which there is one at least. Moves p behind them.
+template <int W, class T, class Rows>
+NEVRAD_INLINE lanes<T, W> multiply_part(const row_entries<T>& a,
+                                        std::int64_t& p,
+                                        std::int64_t end,
+                                        std::int32_t stop,
+                                        const Rows& rows) {
+  const std::int64_t first = p;
+  if constexpr (fixed_hints) {
+    p = a.indices[end - 1] < stop ? end : p + 1;
+    while (p < end && a.indices[p] < stop) ++p;
+    return multiply_panel_row<W>(a.values + first, a.indices + first,
+                                 static_cast<std::int32_t>(p - first), rows);
+  }
+  // Most parts are short: looking for their end, and groups of four, would cost more than the sums.
+  lanes<T, W> sum = zero_lanes<T, W>();
+#pragma clang loop unroll(disable)
+  do {
+    sum = multiply_add(sum, rows(a.indices[p]), broadcast<W>(load<1>(a.values + p)));
+    ++p;
+  } while (p < end && a.indices[p] < stop);
+  return sum;
+}
+
+// Updates W columns of the rows of C, ldc apart: c * beta, then alpha times each part's sum in
+// turn. Parts without entries leave c alone.
+template <int W, class T, class Rows>
+NEVRAD_INLINE void update_rows(const row_entries<T>& a,
+                               const block_bounds& bounds,
+                               const Rows& rows,
+                               T* c,
+                               std::int64_t ldc,
+                               T alpha,
+                               T beta) {
+  const lanes<T, W> scale = broadcast<W>(to_lane(alpha));
+  const lanes<T, W> scale_c = broadcast<W>(to_lane(beta));
+  std::int64_t p = a.begin;
+  for (std::int32_t i = 0; i < a.rows; ++i, c += ldc) {
+    const std::int64_t end = a.end[i];
+    lanes<T, W> row = multiply_fused(load<W>(c), scale_c);
+    while (p < end) {
+      const std::int32_t stop = bounds.stop_of(a.indices[p] - a.base) + a.base;
+      row = multiply_add(row, multiply_part<W>(a, p, end, stop, rows), scale);
+    }
+    store(c, row);
+  }
+}
+
+// The same for one of the last columns, x(index) being the element of B: with a sum of zero once
+// for each run of blocks between, before and behind that hold nothing of a row. Adding a zero twice
+// changes no more than adding it once.
+template <class T, class Column>
+NEVRAD_INLINE void update_column(const row_entries<T>& a,
+                                 const block_bounds& bounds,
+                                 const Column& x,
+                                 T* c,
+                                 std::int64_t ldc,
+                                 T alpha,
+                                 T beta) {
+  std::int64_t p = a.begin;
+  for (std::int32_t i = 0; i < a.rows; ++i, c += ldc) {
+    const std::int64_t end = a.end[i];
+    T y = multiply_fused(*c, beta);
+    std::int32_t next_block = 0;
+    while (p < end) {
+      const std::int32_t column = a.indices[p] - a.base;
+      const std::int32_t block = bounds.block_of(column);
+      const std::int32_t stop = bounds.stop_of(column) + a.base;
+      if (block != next_block) y = add_scaled(y, alpha, zero<T>());
+      T sum = zero<T>();
+      for (; p < end && a.indices[p] < stop; ++p) {
+        sum = add_product(sum, a.values[p], x(a.indices[p]));
+      }
+      y = add_scaled(y, alpha, sum);
+      next_block = block + 1;
+    }
+    *c = next_block == bounds.count() ? y : add_scaled(y, alpha, zero<T>());
+  }
+}
+
+}  // namespace nevrad
