@@ -1,22 +1,8 @@
 #include "sm/blocks.h"
 
-#include "arith/products.h"
-
 namespace nevrad {
 
 namespace {
-
-// 1 / a. Complex: no scaling against overflow; a zero gives NaN.
-template <class T>
-T reciprocal(T a) {
-  if constexpr (is_complex<T>) {
-    using real = real_of<T>;
-    const real size = fma(a.re, a.re, a.im * a.im);
-    return {fma(a.im, real{0}, a.re) / size, fma(a.re, real{0}, -a.im) / size};
-  } else {
-    return T{1} / a;
-  }
-}
 
 // Builds all blocks of one triangle. Rows and columns are counted in the direction of the
 // substitution ("steps": from 0 in a lower triangle, from order - 1 down in an upper one), in which
@@ -34,7 +20,6 @@ class block_builder {
         cursor_(cursor),
         blocks_(blocks),
         position_(lower ? 0 : csr_entries(a)) {
-    for (std::int32_t i = 0; i < order; ++i) cursor[i] = lower ? a.begin[i] : a.end[i];
     place_blocks();
   }
 
@@ -44,15 +29,21 @@ class block_builder {
     }
     if (form == triangle_form::rows && find_diagonals()) {
       blocks_.rows = &a_;
-    } else {
-      if (form != triangle_form::blocks) list_strip_rows();
-      fill_blocks();
+      return;
     }
+    for (std::int32_t i = 0; i < order_; ++i) cursor_[i] = lower ? begin_of(i) : end_of(i);
+    if (form != triangle_form::blocks) list_strip_rows();
+    fill_blocks();
     place_slabs();
   }
 
  private:
   static constexpr bool lower = Side == triangle::lower;
+
+  // Positions and columns from 0, whatever the matrix's base.
+  std::int32_t begin_of(std::int32_t i) const { return a_.begin[i] - a_.base; }
+  std::int32_t end_of(std::int32_t i) const { return a_.end[i] - a_.base; }
+  std::int32_t column_of(std::int32_t entry) const { return a_.indices[entry] - a_.base; }
 
   std::int32_t step_of(std::int32_t i) const { return lower ? i : order_ - 1 - i; }
   std::int32_t row_at(std::int32_t step) const { return step_of(step); }
@@ -95,27 +86,49 @@ class block_builder {
     }
   }
 
-  // Finds every row's diagonal element, and how many slabs rows reach across. False when a row has
-  // none, or several.
+  // Finds every row's diagonal element, and how far rows reach. False when a row has none, or
+  // several.
   bool find_diagonals() {
-    std::int32_t slabs = 1;
+    blocks_.diagonals_at_end = diagonals_are_at_end();
+    return blocks_.diagonals_at_end || find_inner_diagonals();
+  }
+
+  bool diagonals_are_at_end() {
+    std::int32_t reach = 0;
     for (std::int32_t i = 0; i < order_; ++i) {
-      const std::int32_t first = a_.begin[i];
-      const std::int32_t last = a_.end[i] - 1;
-      std::int32_t d = lower ? last : first;
-      while (first <= d && d <= last && step_of(a_.indices[d]) > step_of(i)) d += lower ? -1 : 1;
-      if (d < first || d > last || a_.indices[d] != i) return false;
-      const bool again =
-          lower ? d > first && a_.indices[d - 1] == i : d < last && a_.indices[d + 1] == i;
-      if (again) return false;
-      blocks_.pointers[i] = d;
-      blocks_.values[i] = reciprocal(a_.values[d]);
-      const std::int32_t far = step_of(a_.indices[lower ? first : last]);
-      const std::int32_t across = step_of(i) / sm_block_size - far / sm_block_size + 1;
-      if (across > slabs) slabs = across;
+      const std::int32_t first = begin_of(i);
+      const std::int32_t last = end_of(i) - 1;
+      if (last < first) return false;
+      const std::int32_t d = lower ? last : first;
+      if (column_of(d) != i) return false;
+      if (last > first && column_of(lower ? d - 1 : d + 1) == i) return false;
+      reach = farther(reach, i, lower ? first : last);
     }
-    slabs_ = slabs;
+    blocks_.reach = reach;
     return true;
+  }
+
+  bool find_inner_diagonals() {
+    std::int32_t reach = 0;
+    for (std::int32_t i = 0; i < order_; ++i) {
+      const std::int32_t first = begin_of(i);
+      const std::int32_t last = end_of(i) - 1;
+      std::int32_t d = lower ? last : first;
+      while (first <= d && d <= last && step_of(column_of(d)) > step_of(i)) d += lower ? -1 : 1;
+      if (d < first || d > last || column_of(d) != i) return false;
+      const bool again =
+          lower ? d > first && column_of(d - 1) == i : d < last && column_of(d + 1) == i;
+      if (again) return false;
+      blocks_.pointers[i] = d + a_.base;
+      reach = farther(reach, i, lower ? first : last);
+    }
+    blocks_.reach = reach;
+    return true;
+  }
+
+  std::int32_t farther(std::int32_t reach, std::int32_t i, std::int32_t entry) const {
+    const std::int32_t across = step_of(i) - step_of(column_of(entry));
+    return across > reach ? across : reach;
   }
 
   void fill_blocks() {
@@ -151,7 +164,7 @@ class block_builder {
       const std::int32_t own = step & ~(sm_block_size - 1);
       std::int32_t seen = 0;  // steps below it have been attended to
       for (std::int32_t e = cursor_[i]; e != far_end(i); e += lower ? 1 : -1) {
-        const std::int32_t at = step_of(a_.indices[entry_at(e)]);
+        const std::int32_t at = step_of(column_of(entry_at(e)));
         if (at >= own) break;
         if (at < seen) continue;
         const std::int32_t b = at / sm_block_size;
@@ -177,7 +190,7 @@ class block_builder {
 
   // A cursor stands at the next entry in a lower triangle, one behind it in an upper one.
   std::int32_t entry_at(std::int32_t cursor) const { return lower ? cursor : cursor - 1; }
-  std::int32_t far_end(std::int32_t i) const { return lower ? a_.end[i] : a_.begin[i]; }
+  std::int32_t far_end(std::int32_t i) const { return lower ? end_of(i) : begin_of(i); }
 
   void take_entries(const sm_block<T>& block, std::int32_t limit, std::int32_t i) {
     const std::int32_t step = step_of(i);
@@ -185,11 +198,11 @@ class block_builder {
     std::int32_t cursor = cursor_[i];
     for (; cursor != stop; cursor += lower ? 1 : -1) {
       const std::int32_t from = entry_at(cursor);
-      const std::int32_t at = step_of(a_.indices[from]);
+      const std::int32_t at = step_of(column_of(from));
       if (at >= limit || at > step) break;
       if (!lower) --position_;
       blocks_.values[position_] = at == step ? reciprocal(a_.values[from]) : a_.values[from];
-      blocks_.indices[position_] = a_.indices[from] - block.first;
+      blocks_.indices[position_] = column_of(from) - block.first;
       if (lower) ++position_;
     }
     cursor_[i] = cursor;

@@ -21,6 +21,7 @@
 // a slab in cache while all rows pass, pay when rows are long.
 #pragma once
 
+#include "arith/products.h"
 #include "matrix/record.h"
 
 namespace nevrad {
@@ -63,11 +64,26 @@ struct sm_blocks {
   // stored as soon as it is solved, so slabs follow each other in as many places as the matrix
   // couples, and the panel stays in cache for matrices with a narrow profile.
   std::int32_t panel_rows = 0;
-  // The matrix, when the entries have stayed there; it has to outlive the blocks. The blocks are
-  // empty then, `pointers` holds the position of each row's diagonal element, and `values` its
-  // reciprocal.
+  // The matrix, when the entries have stayed there; it has to outlive the blocks, which are empty
+  // then. `reach` is the most rows between a row and one that it uses. `pointers` holds the position
+  // of each row's diagonal element, unless all of them are the last (lower) or first (upper) of
+  // their rows.
   const compressed_matrix<T>* rows = nullptr;
+  std::int32_t reach = 0;
+  bool diagonals_at_end = false;
 };
+
+// 1 / a. Complex: no scaling against overflow; a zero gives NaN.
+template <class T>
+NEVRAD_INLINE T reciprocal(T a) {
+  if constexpr (is_complex<T>) {
+    using real = real_of<T>;
+    const real size = fma(a.re, a.re, a.im * a.im);
+    return {fma(a.im, real{0}, a.re) / size, fma(a.re, real{0}, -a.im) / size};
+  } else {
+    return T{1} / a;
+  }
+}
 
 // How a triangle is held. All forms give the same bits.
 //   blocks        a pointer for every row in every block that spans it: the work grows with the
@@ -88,7 +104,7 @@ status sm_block_storage_alloc(std::int32_t order,
                               std::int32_t block_count,
                               sm_blocks<T>& blocks);
 
-// Cut the triangle out of a matrix with base 0 and ascending rows. A matrix without entries gives
+// Cut the triangle out of a matrix with packed, ascending rows, of either base. A matrix without entries gives
 // no block. Answer 2 when memory is short.
 template <class T>
 status sm_build_lower_blocks(const compressed_matrix<T>& a,

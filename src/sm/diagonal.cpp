@@ -1,7 +1,7 @@
 #include "sm/diagonal.h"
 
+#include "arith/panel_moves.h"
 #include "frame/regions.h"
-#include "sm/moves.h"
 
 namespace nevrad {
 
@@ -29,8 +29,8 @@ void sm_diag_inverse(const compressed_matrix<T>& a,
                      std::int32_t last) {
   for (std::int32_t i = first; i < last; ++i) {
     inverse[i] = zero<T>();
-    for (std::int64_t e = a.begin[i]; e < a.end[i]; ++e) {
-      if (a.indices[e] == i) inverse[i] = divide<C>(alpha, a.values[e]);
+    for (std::int64_t e = a.begin[i] - a.base; e < a.end[i] - a.base; ++e) {
+      if (a.indices[e] - a.base == i) inverse[i] = divide<C>(alpha, a.values[e]);
     }
   }
 }
@@ -71,7 +71,7 @@ void sm_scale_by_inverse_row(const dense_lines<T>& lines,
                              std::int32_t first,
                              std::int32_t last) {
   for (std::int32_t i = first; i < last; ++i) {
-    scale_line(lines.to(i), lines.from(i), lines.width, inverse[i]);
+    move_line(lines.to(i), lines.from(i), lines.width, times_elements<T>{inverse[i]});
   }
 }
 

@@ -7,22 +7,6 @@ namespace nevrad {
 namespace {
 
 template <compression Kind, class T>
-status copy_matrix(matrix_handle<T>* handle,
-                   std::int32_t one_based,
-                   int m,
-                   const int* pntrb,
-                   const int* pntre,
-                   const int* indx,
-                   const T* val) {
-  const auto base = static_cast<unsigned>(one_based);
-  if constexpr (Kind == compression::rows) {
-    return owned_csr_from_arrays(handle, base, m, m, pntrb, pntre, indx, val);
-  } else {
-    return owned_csc_from_arrays(handle, base, m, m, pntrb, pntre, indx, val);
-  }
-}
-
-template <compression Kind, class T>
 status solve_many(int transa,
                   int m,
                   int n,
@@ -48,11 +32,11 @@ status solve_many(int transa,
   const sm_kernel<T> kernel = row->kernels.at[operation];
   if (kernel == nullptr) return not_supported;
 
-  matrix_handle<T> handle{};
-  const status copied = copy_matrix<Kind>(&handle, row->one_based, m, pntrb, pntre, indx, val);
-  if (copied != success) return copied;
-  const scoped_matrix<T> a(handle.matrix);
-  return kernel(*a, x, n, ldx, y, ldy, alpha);
+  matrix_operand<T> a;
+  const auto base = static_cast<unsigned>(row->one_based);
+  const status taken = a.take(Kind, base, m, m, pntrb, pntre, indx, val);
+  if (taken != success) return taken;
+  return kernel(a.record(), x, n, ldx, y, ldy, alpha);
 }
 
 }  // namespace

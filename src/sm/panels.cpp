@@ -1,7 +1,7 @@
 #include "sm/panels.h"
 
-#include "sm/kernels.h"
-#include "sm/moves.h"
+#include "arith/panel_moves.h"
+#include "sm/rows.h"
 
 namespace nevrad {
 
@@ -19,55 +19,115 @@ struct panel_operands {
   T alpha;
 };
 
+// A triangle that has stayed in its matrix. Where the solution's rows of W elements lie together in
+// y, they are the panel. Columns are turned into rows some rows at a time, within a ring that holds
+// as many rows as any row can reach.
 template <triangle Side, diagonal Diagonal, dense_layout Layout, class T>
-class panel_solver {
+class row_solver {
  public:
-  panel_solver(const sm_blocks<T>& blocks, const panel_operands<Layout, T>& operands, T* panel)
+  row_solver(const sm_blocks<T>& blocks, const panel_operands<Layout, T>& operands, T* panel)
+      : rows_(blocks), order_(blocks.order), operands_(operands), panel_(panel) {
+    const std::int64_t used = std::int64_t{blocks.reach} + rows_at_once;
+    while (ring_ < used) ring_ *= 2;
+  }
+
+  template <int W>
+  bool has_room() const {
+    if constexpr (Layout == dense_layout::row_major || W == 1) return true;
+    return W <= widest || ring_ * W <= std::int64_t{order_} * widest;
+  }
+
+  // Solves columns j to j + W - 1.
+  template <int W>
+  void solve(std::int32_t j) const {
+    if constexpr (Layout == dense_layout::row_major || W == 1) {
+      solve_in_place<W>(j);
+    } else {
+      solve_in_ring<W>(j);
+    }
+  }
+
+ private:
+  static constexpr int widest = static_cast<int>(cache_line / sizeof(T));
+  static constexpr bool lower = Side == triangle::lower;
+  // Few enough for the first level of cache, and whole cache lines of a column.
+  static constexpr std::int32_t rows_at_once = 32;
+
+  template <int W>
+  void solve_in_place(std::int32_t j) const {
+    const auto& o = operands_;
+    const std::int64_t ldx = Layout == dense_layout::row_major ? o.ldx : 1;
+    const std::int64_t ldy = Layout == dense_layout::row_major ? o.ldy : 1;
+    const T* const x = o.x + o.element(0, j, o.ldx);
+    T* const y = o.y + o.element(0, j, o.ldy);
+    const strided_rows<W, T> solution{y - rows_.base() * ldy, ldy};
+    const lanes<T, W> factor = broadcast<W>(to_lane(o.alpha));
+    for (std::int32_t step = 0; step < order_; ++step) {
+      const std::int32_t i = lower ? step : order_ - 1 - step;
+      const lanes<T, W> row = multiply_fused(factor, load<W>(x + i * ldx));
+      store(y + i * ldy, rows_.template solve<Diagonal>(i, row, solution));
+    }
+  }
+
+  template <int W>
+  void solve_in_ring(std::int32_t j) const {
+    const auto& o = operands_;
+    const std::int32_t base = rows_.base();
+    // Row i is kept for index i + base, as the matrix has it.
+    const bool whole = ring_ * W > std::int64_t{order_} * widest;
+    const std::int64_t mask = whole ? -1 : ring_ - 1;
+    T* const room = whole ? panel_ - base * W : panel_;
+    const ring_rows<W, T> solution{room, mask};
+    std::int32_t next = lower ? 0 : order_;
+    while (lower ? next < order_ : next > 0) {
+      // Turns end where the ring may end.
+      const std::int32_t end = lower ? ((next + base) | (rows_at_once - 1)) + 1 - base : next;
+      const std::int32_t begin = lower ? next : ((next - 1 + base) & -rows_at_once) - base;
+      const std::int32_t first = begin < 0 ? 0 : begin;
+      const std::int32_t last = end > order_ ? order_ : end;
+      T* const part = room + ((first + base) & mask) * W;
+      load_panel_columns<W>(part, o.x + o.element(first, j, o.ldx), o.ldx, last - first,
+                            times_elements<T>{o.alpha});
+      for (std::int32_t step = 0; step < last - first; ++step) {
+        const std::int32_t r = lower ? step : last - first - 1 - step;
+        T* const at = part + std::int64_t{r} * W;
+        store(at, rows_.template solve<Diagonal>(first + r, load<W>(at), solution));
+      }
+      store_panel_columns<W>(part, o.y + o.element(first, j, o.ldy), o.ldy, last - first);
+      next = lower ? last : first;
+    }
+  }
+
+  triangle_rows<Side, T> rows_;
+  std::int32_t order_;
+  panel_operands<Layout, T> operands_;
+  T* panel_;
+  std::int64_t ring_ = rows_at_once;
+};
+
+// A triangle in blocks.
+template <triangle Side, diagonal Diagonal, dense_layout Layout, class T>
+class block_solver {
+ public:
+  block_solver(const sm_blocks<T>& blocks, const panel_operands<Layout, T>& operands, T* panel)
       : blocks_(blocks), operands_(operands), panel_(panel) {}
 
   // Solves columns j to j + W - 1.
   template <int W>
   void solve(std::int32_t j) const {
-    if (blocks_.rows != nullptr) {
-      solve_by_rows<W>(j);
-    } else {
-      solve_by_blocks<W>(j);
-    }
-  }
-
- private:
-  // Rows that are loaded, solved and stored at once: few enough for the first level of cache, and
-  // whole cache lines of a column.
-  static constexpr std::int32_t rows_at_once = 32;
-
-  template <int W>
-  void solve_by_rows(std::int32_t j) const {
-    for (std::int32_t b = 0; b < blocks_.count; ++b) {
-      const std::int32_t cols = blocks_.records[b].cols;
-      for (std::int32_t done = 0; done < cols; done += rows_at_once) {
-        const std::int32_t rows = cols - done < rows_at_once ? cols - done : rows_at_once;
-        const std::int32_t first = Side == triangle::lower ? done : cols - done - rows;
-        load_rows<W>(b, first, first + rows, j);
-        sm_solve_rows<Side, Diagonal, W>(blocks_, b, panel_, first, first + rows);
-        store_rows<W>(b, first, first + rows, j);
-      }
-    }
-  }
-
-  template <int W>
-  void solve_by_blocks(std::int32_t j) const {
     std::int32_t loaded = 0;
     for (std::int32_t b = 0; b < blocks_.count; ++b) {
       const sm_block<T>& block = blocks_.records[b];
       for (; loaded <= block.reach; ++loaded) {
-        load_rows<W>(loaded, 0, blocks_.records[loaded].cols, j);
+        load_rows<W>(loaded, j);
       }
       sm_solve<Side, Diagonal, W>(block, row_of<W>(b, 0));
       if (b + 1 < blocks_.count) subtract_strip<W>(b);
-      store_rows<W>(b, 0, block.cols, j);
+      store_rows<W>(b, j);
     }
   }
 
+ private:
   // Row r of block b's slab in the panel.
   template <int W>
   T* row_of(std::int32_t b, std::int32_t r) const {
@@ -89,24 +149,27 @@ class panel_solver {
   }
 
   template <int W>
-  void load_rows(std::int32_t b, std::int32_t first, std::int32_t last, std::int32_t j) const {
+  void load_rows(std::int32_t b, std::int32_t j) const {
     const auto& o = operands_;
-    const T* const at = o.x + o.element(blocks_.records[b].first + first, j, o.ldx);
+    const sm_block<T>& block = blocks_.records[b];
+    const T* const at = o.x + o.element(block.first, j, o.ldx);
+    const times_elements<T> scaled{o.alpha};
     if constexpr (Layout == dense_layout::column_major) {
-      sm_load_col<W>(row_of<W>(b, first), at, o.ldx, last - first, o.alpha);
+      load_panel_columns<W>(row_of<W>(b, 0), at, o.ldx, block.cols, scaled);
     } else {
-      sm_load_row<W>(row_of<W>(b, first), at, o.ldx, last - first, o.alpha);
+      load_panel_rows<W>(row_of<W>(b, 0), at, o.ldx, block.cols, scaled);
     }
   }
 
   template <int W>
-  void store_rows(std::int32_t b, std::int32_t first, std::int32_t last, std::int32_t j) const {
+  void store_rows(std::int32_t b, std::int32_t j) const {
     const auto& o = operands_;
-    T* const at = o.y + o.element(blocks_.records[b].first + first, j, o.ldy);
+    const sm_block<T>& block = blocks_.records[b];
+    T* const at = o.y + o.element(block.first, j, o.ldy);
     if constexpr (Layout == dense_layout::column_major) {
-      sm_store_col<W>(row_of<W>(b, first), at, o.ldy, last - first);
+      store_panel_columns<W>(row_of<W>(b, 0), at, o.ldy, block.cols);
     } else {
-      sm_store_row<W>(row_of<W>(b, first), at, o.ldy, last - first);
+      store_panel_rows<W>(row_of<W>(b, 0), at, o.ldy, block.cols);
     }
   }
 
@@ -115,23 +178,9 @@ class panel_solver {
   T* panel_;
 };
 
-}  // namespace
-
-template <triangle Side, diagonal Diagonal, dense_layout Layout, class T>
-status sm_panels(const sm_blocks<T>& blocks,
-                 const T* x,
-                 std::int32_t count,
-                 std::int32_t ldx,
-                 T* y,
-                 std::int32_t ldy,
-                 T alpha) {
+template <class T, class Solver>
+void solve_panels(const Solver& solver, std::int32_t j, std::int32_t count) {
   constexpr int widest = cache_line / sizeof(T);
-  const scratch<T> panel(
-      rounded_aligned_alloc(cache_line, cache_line * static_cast<std::uint64_t>(blocks.order)));
-  if (!panel) return alloc_failed;
-  const panel_solver<Side, Diagonal, Layout, T> solver(
-      blocks, panel_operands<Layout, T>{x, ldx, y, ldy, alpha}, panel.get());
-  std::int32_t j = 0;
   for (; count - j >= widest; j += widest) solver.template solve<widest>(j);
   if constexpr (widest > 8) {
     if (count - j >= 8) {
@@ -146,6 +195,35 @@ status sm_panels(const sm_blocks<T>& blocks,
     }
   }
   for (; j < count; ++j) solver.template solve<1>(j);
+}
+
+}  // namespace
+
+template <triangle Side, diagonal Diagonal, dense_layout Layout, class T>
+status sm_panels(const sm_blocks<T>& blocks,
+                 const T* x,
+                 std::int32_t count,
+                 std::int32_t ldx,
+                 T* y,
+                 std::int32_t ldy,
+                 T alpha) {
+  const scratch<T> panel(
+      rounded_aligned_alloc(cache_line, cache_line * static_cast<std::uint64_t>(blocks.order)));
+  if (!panel) return alloc_failed;
+  const panel_operands<Layout, T> operands{x, ldx, y, ldy, alpha};
+  if (blocks.rows == nullptr) {
+    const block_solver<Side, Diagonal, Layout, T> solver(blocks, operands, panel.get());
+    solve_panels<T>(solver, 0, count);
+    return success;
+  }
+  // A row waits for the one before it: two panels at once wait no longer than one.
+  constexpr int two_panels = 2 * cache_line / sizeof(T);
+  const row_solver<Side, Diagonal, Layout, T> solver(blocks, operands, panel.get());
+  std::int32_t j = 0;
+  if (solver.template has_room<two_panels>()) {
+    for (; count - j >= two_panels; j += two_panels) solver.template solve<two_panels>(j);
+  }
+  solve_panels<T>(solver, j, count);
   return success;
 }
 

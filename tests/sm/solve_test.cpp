@@ -148,10 +148,12 @@ TYPED_TEST(many_solve, is_the_same_for_every_budget_and_in_place) {
 
 // Every form of a triangle against blocks that visit every row, on profiles for which slabs take
 // turns in the panel, just fill it, and need all of it. `gaps` leaves out diagonals.
-template <class T, nevrad::triangle Side>
+template <class T, nevrad::triangle Side, nevrad::dense_layout Layout>
 void expect_same_forms(int order, int reach, bool gaps) {
   using nevrad::triangle_form;
-  constexpr auto by_rows = nevrad::dense_layout::row_major;
+  constexpr bool by_rows = Layout == nevrad::dense_layout::row_major;
+  // Two panels at once where they fit, one, one that is narrower, and columns by themselves.
+  constexpr int n = 3 * 64 / static_cast<int>(sizeof(T)) + 6;
   generator random(static_cast<std::uint64_t>(order + reach));
   SCOPED_TRACE(testing::Message() << random << ", order " << order << ", reach " << reach);
   lines<T> source(static_cast<std::size_t>(order));
@@ -162,9 +164,10 @@ void expect_same_forms(int order, int reach, bool gaps) {
     if (!gaps || i % 50 != 49) line.emplace_back(i, make<T>(3, 1));
     if (i < j && j < order) line.emplace_back(j, random.value<T>());
   }
-  const auto a = compress<T>(source, order, compression::rows, 0);
+  const auto a = compress<T>(source, order, compression::rows, by_rows ? 0 : 1);
   const auto view = a.view();
-  const auto x = random.values<T>(std::int64_t{order} * 20);
+  const int ld = by_rows ? n : order;
+  const auto x = random.values<T>(std::int64_t{order} * n);
   array<T> want;
   for (const auto form : {triangle_form::blocks, triangle_form::listed_blocks, triangle_form::rows,
                           triangle_form::by_length}) {
@@ -175,9 +178,8 @@ void expect_same_forms(int order, int reach, bool gaps) {
     EXPECT_EQ(blocks.rows != nullptr, !gaps && form >= triangle_form::rows);
     if (form == triangle_form::listed_blocks) EXPECT_NE(blocks.records[0].strip, nullptr);
     array<T> y(x.size());
-    const auto status =
-        nevrad::sm_panels<Side, nevrad::diagonal::stored, by_rows>(blocks, x.data(), 20, 20,
-                                                                   y.data(), 20, make<T>(0.5));
+    const auto status = nevrad::sm_panels<Side, nevrad::diagonal::stored, Layout>(
+        blocks, x.data(), n, ld, y.data(), ld, make<T>(0.5));
     ASSERT_EQ(status, 0);
     if (form == triangle_form::blocks) {
       want = y;
@@ -191,8 +193,13 @@ TYPED_TEST(many_solve, has_the_same_bits_in_every_form) {
   for (const int order : {4096, 5001}) {
     for (const int reach : {1, 1024, 1025, 2047}) {
       const bool gaps = (order + reach) % 2 == 0;
-      expect_same_forms<TypeParam, nevrad::triangle::lower>(order, reach, gaps);
-      expect_same_forms<TypeParam, nevrad::triangle::upper>(order, reach, !gaps);
+      using nevrad::dense_layout;
+      using nevrad::triangle;
+      using T = TypeParam;
+      expect_same_forms<T, triangle::lower, dense_layout::row_major>(order, reach, gaps);
+      expect_same_forms<T, triangle::upper, dense_layout::column_major>(order, reach, gaps);
+      expect_same_forms<T, triangle::lower, dense_layout::column_major>(order, reach, !gaps);
+      expect_same_forms<T, triangle::upper, dense_layout::row_major>(order, reach, !gaps);
     }
   }
 }
