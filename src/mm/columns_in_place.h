@@ -1,6 +1,6 @@
 // C := alpha * A * B + beta * C with column-major B and C, entries where they lie.
 //
-// A panel of columns at a time, and rows by the dozen: their part of C is turned into rows, updated
+// A panel of columns at a time, and as many rows as a cache line of a column holds: their part of C is turned into rows, updated
 // (see row_parts.h for the order of sums), and turned back. B is packed as the
 // rows reach it. Columns behind the narrowest panel, at most 3, go one at a time.
 #pragma once
@@ -57,12 +57,13 @@ void multiply_panel_in_place(const compressed_matrix<T>& a,
                              std::int32_t j,
                              const mm_operands<T>& o,
                              const column_panels<T>& panels) {
-  alignas(cache_line) T part_of_c[mm_rows_at_once * W];
+  alignas(cache_line) T part_of_c[column_line<T> * W];
   const T* const b = line_at(o.b, j, o.ldb);
   auto window = panels.template window<W>(b, o.ldb, a.base);
-  for (std::int32_t r = lo; r < hi; r += mm_rows_at_once) {
-    const std::int32_t count = std::min(mm_rows_at_once, hi - r);
+  for (std::int32_t r = lo; r < hi; r += column_line<T>) {
+    const std::int32_t count = std::min(column_line<T>, hi - r);
     T* const c = line_at(o.c, j, o.ldc) + r;
+    fetch_columns_ahead<W>(c, o.ldc);
     load_panel_columns<W>(part_of_c, c, o.ldc, count, as_it_is{});
     const auto update = [&](const auto& rows) {
       update_rows<W>(row_entries<T>(a, r, count), bounds, rows, part_of_c, W, o.alpha, o.beta);

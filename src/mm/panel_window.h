@@ -13,6 +13,18 @@
 
 namespace nevrad {
 
+// Rows in a cache line of a column.
+template <class T>
+inline constexpr std::int32_t column_line = static_cast<std::int32_t>(cache_line / sizeof(T));
+
+// As many columns run side by side as hardware can hardly follow: asks for what comes 8 lines on.
+template <int W, class T>
+NEVRAD_INLINE void fetch_columns_ahead(const T* at, std::int64_t ld) {
+  if constexpr (!fixed_hints) {
+    for (int c = 0; c < W; ++c) prefetch<cache::level1>(at + c * ld, 8 * cache_line);
+  }
+}
+
 // Columns from the first to one past the last that a row range uses; its rows ascend.
 struct column_span {
   std::int32_t low;
@@ -40,12 +52,12 @@ std::int32_t window_rows(const compressed_matrix<T>& a) {
   std::int32_t widest = 0;
   for (std::int32_t s = 0; s < samples; ++s) {
     const auto r = static_cast<std::int32_t>(std::int64_t{a.rows} * s / samples);
-    const std::int32_t last = std::min(r + mm_rows_at_once, a.rows) - 1;
+    const std::int32_t last = std::min(r + column_line<T>, a.rows) - 1;
     const column_span top = columns_used(a, r, r + 1);
     const column_span bottom = columns_used(a, last, last + 1);
     widest = std::max(widest, std::max(top.high, bottom.high) - std::min(top.low, bottom.low));
   }
-  const std::int64_t wanted = widest + widest / 8 + 2 * mm_rows_at_once;
+  const std::int64_t wanted = widest + widest / 8 + 64;
   std::int64_t size = 256;
   while (size < wanted) size *= 2;
   return static_cast<std::int32_t>(std::min<std::int64_t>(size, a.cols));
@@ -78,7 +90,7 @@ class panel_window {
       begin_ = used.low;
       end_ = used.low;
     }
-    const std::int32_t ahead = std::min(used.high + mm_rows_at_once, rows_);
+    const std::int32_t ahead = std::min(used.high + column_line<T>, rows_);
     const std::int32_t stop = std::max(used.high, std::min(ahead, used.low + size_));
     patience_ -= stop - end_;
     pack(stop);
@@ -95,6 +107,7 @@ class panel_window {
       const std::int64_t slot = (std::int64_t{end_} + base_) & mask_;
       std::int32_t count = stop - end_;
       if (mask_ >= 0) count = static_cast<std::int32_t>(std::min<std::int64_t>(count, size_ - slot));
+      fetch_columns_ahead<W>(first_ + end_, ld_);
       load_panel_columns<W>(room_ + slot * W, first_ + end_, ld_, count, as_it_is{});
       end_ += count;
     }

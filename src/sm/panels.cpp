@@ -19,6 +19,31 @@ struct panel_operands {
   T alpha;
 };
 
+template <int W>
+using width = std::integral_constant<int, W>;
+
+// Visits panels of columns `first` to `count` - 1 as visit(width<W>{}, column): widest ones while
+// they fit, then at most one of 8 and one of 4, then columns by themselves.
+template <class T, class Visit>
+NEVRAD_INLINE void for_each_panel(std::int32_t first, std::int32_t count, const Visit& visit) {
+  constexpr int widest = cache_line / sizeof(T);
+  std::int32_t j = first;
+  for (; count - j >= widest; j += widest) visit(width<widest>{}, j);
+  if constexpr (widest > 8) {
+    if (count - j >= 8) {
+      visit(width<8>{}, j);
+      j += 8;
+    }
+  }
+  if constexpr (widest > 4) {
+    if (count - j >= 4) {
+      visit(width<4>{}, j);
+      j += 4;
+    }
+  }
+  for (; j < count; ++j) visit(width<1>{}, j);
+}
+
 // A triangle that has stayed in its matrix. Where the solution's rows of W elements lie together in
 // y, they are the panel. Columns are turned into rows some rows at a time, within a ring that holds
 // as many rows as any row can reach.
@@ -31,41 +56,65 @@ class row_solver {
     while (ring_ < used) ring_ *= 2;
   }
 
-  template <int W>
-  bool has_room() const {
-    if constexpr (Layout == dense_layout::row_major || W == 1) return true;
-    return W <= widest || ring_ * W <= std::int64_t{order_} * widest;
-  }
-
-  // Solves columns j to j + W - 1.
-  template <int W>
-  void solve(std::int32_t j) const {
-    if constexpr (Layout == dense_layout::row_major || W == 1) {
-      solve_in_place<W>(j);
+  // Solves all columns. A row waits for the one before it: chunks of a row-major row do so together.
+  void solve(std::int32_t count) const {
+    if constexpr (Layout == dense_layout::row_major) {
+      for (std::int32_t step = 0; step < order_; ++step) {
+        const std::int32_t i = lower ? step : order_ - 1 - step;
+        for_each_chunk(count, [=, this](auto w, std::int32_t j) {
+          solve_row<w()>(i, operands_.x + j, operands_.ldx, operands_.y + j, operands_.ldy);
+        });
+      }
     } else {
-      solve_in_ring<W>(j);
+      for_each_panel<T>(0, count, [=, this](auto w, std::int32_t j) {
+        if constexpr (w() == 1) {
+          solve_column(j);
+        } else {
+          solve_in_ring<w()>(j);
+        }
+      });
     }
   }
 
  private:
   static constexpr int widest = static_cast<int>(cache_line / sizeof(T));
   static constexpr bool lower = Side == triangle::lower;
-  // Few enough for the first level of cache, and whole cache lines of a column.
-  static constexpr std::int32_t rows_at_once = 32;
+  // A cache line of a column, and how far ahead lines are asked for.
+  static constexpr std::int32_t rows_at_once = widest;
+  static constexpr int bytes_ahead = (lower ? 8 : -8) * static_cast<int>(cache_line);
 
+  // Visits chunks of columns, wide ones where for_each_panel has two panels: lanes are independent,
+  // and more of them to an entry save loads of the entry. Memory is walked in one direction, which
+  // hardware can follow.
+  template <class Visit>
+  static void for_each_chunk(std::int32_t count, const Visit& visit) {
+    constexpr int wide = 2 * widest;
+    const std::int32_t whole = count / wide * wide;
+    if constexpr (lower) {
+      for (std::int32_t j = 0; j < whole; j += wide) visit(width<wide>{}, j);
+      for_each_panel<T>(whole, count, visit);
+    } else {
+      for_each_panel<T>(whole, count, visit);
+      for (std::int32_t j = whole; j > 0;) visit(width<wide>{}, j -= wide);
+    }
+  }
+
+  // W elements of row i, solved where they lie.
   template <int W>
-  void solve_in_place(std::int32_t j) const {
-    const auto& o = operands_;
-    const std::int64_t ldx = Layout == dense_layout::row_major ? o.ldx : 1;
-    const std::int64_t ldy = Layout == dense_layout::row_major ? o.ldy : 1;
-    const T* const x = o.x + o.element(0, j, o.ldx);
-    T* const y = o.y + o.element(0, j, o.ldy);
+  NEVRAD_INLINE void solve_row(
+      std::int64_t i, const T* x, std::int64_t ldx, T* y, std::int64_t ldy) const {
     const strided_rows<W, T> solution{y - rows_.base() * ldy, ldy};
-    const lanes<T, W> factor = broadcast<W>(to_lane(o.alpha));
+    const lanes<T, W> factor = broadcast<W>(to_lane(operands_.alpha));
+    const lanes<T, W> row = multiply_fused(factor, load<W>(x + i * ldx));
+    store(y + i * ldy,
+          rows_.template solve<Diagonal>(static_cast<std::int32_t>(i), row, solution));
+  }
+
+  void solve_column(std::int32_t j) const {
+    const auto& o = operands_;
     for (std::int32_t step = 0; step < order_; ++step) {
       const std::int32_t i = lower ? step : order_ - 1 - step;
-      const lanes<T, W> row = multiply_fused(factor, load<W>(x + i * ldx));
-      store(y + i * ldy, rows_.template solve<Diagonal>(i, row, solution));
+      solve_row<1>(i, o.x + o.element(0, j, o.ldx), 1, o.y + o.element(0, j, o.ldy), 1);
     }
   }
 
@@ -86,6 +135,13 @@ class row_solver {
       const std::int32_t first = begin < 0 ? 0 : begin;
       const std::int32_t last = end > order_ ? order_ : end;
       T* const part = room + ((first + base) & mask) * W;
+      if constexpr (!fixed_hints) {
+        // As many columns run side by side as hardware can hardly follow.
+        for (int c = 0; c < W; ++c) {
+          prefetch<cache::level1>(o.x + o.element(first, j + c, o.ldx), bytes_ahead);
+          prefetch<cache::level1>(o.y + o.element(first, j + c, o.ldy), bytes_ahead);
+        }
+      }
       load_panel_columns<W>(part, o.x + o.element(first, j, o.ldx), o.ldx, last - first,
                             times_elements<T>{o.alpha});
       for (std::int32_t step = 0; step < last - first; ++step) {
@@ -178,25 +234,6 @@ class block_solver {
   T* panel_;
 };
 
-template <class T, class Solver>
-void solve_panels(const Solver& solver, std::int32_t j, std::int32_t count) {
-  constexpr int widest = cache_line / sizeof(T);
-  for (; count - j >= widest; j += widest) solver.template solve<widest>(j);
-  if constexpr (widest > 8) {
-    if (count - j >= 8) {
-      solver.template solve<8>(j);
-      j += 8;
-    }
-  }
-  if constexpr (widest > 4) {
-    if (count - j >= 4) {
-      solver.template solve<4>(j);
-      j += 4;
-    }
-  }
-  for (; j < count; ++j) solver.template solve<1>(j);
-}
-
 }  // namespace
 
 template <triangle Side, diagonal Diagonal, dense_layout Layout, class T>
@@ -211,19 +248,13 @@ status sm_panels(const sm_blocks<T>& blocks,
       rounded_aligned_alloc(cache_line, cache_line * static_cast<std::uint64_t>(blocks.order)));
   if (!panel) return alloc_failed;
   const panel_operands<Layout, T> operands{x, ldx, y, ldy, alpha};
-  if (blocks.rows == nullptr) {
+  if (blocks.rows != nullptr) {
+    row_solver<Side, Diagonal, Layout, T>(blocks, operands, panel.get()).solve(count);
+  } else {
     const block_solver<Side, Diagonal, Layout, T> solver(blocks, operands, panel.get());
-    solve_panels<T>(solver, 0, count);
-    return success;
+    for_each_panel<T>(0, count,
+                      [&](auto w, std::int32_t j) { solver.template solve<w()>(j); });
   }
-  // A row waits for the one before it: two panels at once wait no longer than one.
-  constexpr int two_panels = 2 * cache_line / sizeof(T);
-  const row_solver<Side, Diagonal, Layout, T> solver(blocks, operands, panel.get());
-  std::int32_t j = 0;
-  if (solver.template has_room<two_panels>()) {
-    for (; count - j >= two_panels; j += two_panels) solver.template solve<two_panels>(j);
-  }
-  solve_panels<T>(solver, j, count);
   return success;
 }
 
