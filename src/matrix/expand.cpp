@@ -1,6 +1,7 @@
 #include "matrix/expand.h"
 
 #include "arith/products.h"
+#include "matrix/sorted_rows.h"
 
 #include <string.h>
 
@@ -101,14 +102,17 @@ void transpose_back(const owned_matrix<T>& source,
 }
 
 template <class T>
-line_counts count_taken(const taken_triangle<T>& taken, std::int32_t* block, bool mirrored) {
+line_counts count_taken(const taken_triangle<T>& taken,
+                        std::int32_t* block,
+                        bool mirrored,
+                        bool images_alone = false) {
   const std::int32_t rows = taken.source.rows;
   line_counts counts{block, block + rows};
   memset(block, 0, 2 * sizeof(std::int32_t) * static_cast<std::uint64_t>(rows));
   std::int64_t entries = 0;
   std::int64_t images = 0;
   const auto count_one = [&](std::int32_t i, std::int32_t c) {
-    ++counts.a[c];
+    counts.a[c] += images_alone && i == c ? 0 : 1;
     ++counts.b[i];
     ++entries;
     if (mirrored && i != c) {
@@ -123,6 +127,58 @@ line_counts count_taken(const taken_triangle<T>& taken, std::int32_t* block, boo
   return counts;
 }
 
+// Where the rows of the source ascend, the second transposition brings the taken entries back to
+// where they stood: they are copied there, and only their images are scattered. A row's images come
+// from rows further up (an upper triangle's, in front of its own entries) or further down (behind
+// them), in the order in which those rows are walked. `counts.a` counts the images.
+template <conjugation C, mirror M, class T>
+void expand_at_once(const taken_triangle<T>& taken,
+                    owned_matrix<T>& result,
+                    const line_counts& counts) {
+  constexpr bool mirrored = M != mirror::none;
+  constexpr bool entry_turned = (C == conjugation::yes) != (M == mirror::entry_conjugated);
+  constexpr bool image_turned = (C == conjugation::yes) != (M == mirror::image_conjugated);
+  const bool lower = taken.side == triangle::lower;
+  const std::int32_t rows = taken.source.rows;
+  std::int32_t* const begin = result.begin;
+  std::int32_t* const next = counts.b;  // where a row's next image goes
+  std::int32_t at = 0;
+  for (std::int32_t i = 0; i < rows; ++i) {
+    const std::int32_t images = mirrored ? counts.a[i] : 0;
+    const std::int32_t own = counts.b[i] - images;
+    begin[i] = at;
+    next[i] = lower ? at + own : at;
+    at += own + images;
+  }
+  begin[rows] = at;
+  result.base = 0;
+  result.sorted = 1;
+  std::int32_t row = -1;
+  std::int32_t slot = 0;
+  const auto put = [&](std::int32_t i, std::int32_t c, T value) {
+    if (i != row) {
+      row = i;
+      slot = lower ? begin[i] : next[i];
+    }
+    result.indices[slot] = c;
+    result.values[slot++] = value;
+  };
+  taken.for_each(
+      [&](std::int32_t i, std::int32_t c, T value) {
+        if (i == c) {
+          put(i, c, conj_if<C>(value));
+          return;
+        }
+        put(i, c, conj_if<entry_turned ? conjugation::yes : conjugation::no>(value));
+        if constexpr (mirrored) {
+          const std::int32_t to = next[c]++;
+          result.indices[to] = i;
+          result.values[to] = conj_if<image_turned ? conjugation::yes : conjugation::no>(value);
+        }
+      },
+      [&](std::int32_t i) { put(i, i, one<T>()); });
+}
+
 template <class T>
 scratch<std::int32_t> count_block(const compressed_matrix<T>& source) {
   const std::uint64_t words = 2 * static_cast<std::uint64_t>(source.rows);
@@ -134,16 +190,23 @@ status expand_with_stages(const taken_triangle<T>& taken, owned_matrix<T>** out)
   const std::int32_t rows = taken.source.rows;
   const scratch<std::int32_t> block = count_block(taken.source);
   if (!block) return alloc_failed;
-  const line_counts counts = count_taken(taken, block.get(), M != mirror::none);
+  // Ones stand behind the other entries of a row when they are walked.
+  const bool at_once = (taken.ones == diagonal::stored || taken.side == triangle::lower) &&
+                       rows_ascend(taken.source);
+  const line_counts counts = count_taken(taken, block.get(), M != mirror::none, at_once);
   scoped_matrix<T> transposed;
   const status made = owned_csr_alloc(rows, rows, counts.total_a, transposed.out());
   if (made != success) return made;
   owned_matrix<T>* result = nullptr;
   const status made_result = owned_csr_alloc(rows, rows, counts.total_b, &result);
   if (made_result != success) return made_result;
+  *out = result;
+  if (at_once) {
+    expand_at_once<C, M>(taken, *result, counts);
+    return success;
+  }
   transpose_taken<C>(taken, *transposed, counts.a);
   transpose_back<M>(*transposed, *result, counts.b);
-  *out = result;
   return success;
 }
 

@@ -8,39 +8,34 @@ namespace nevrad {
 
 namespace {
 
-template <class T>
-using diag_update = void (*)(const dense_lines<T>& lines,
-                             const T* diag_values,
-                             std::int32_t lo,
-                             std::int32_t hi);
-
 // Lines of `length` elements, as many as a split has to cut.
 template <class T>
 dense_lines<T> lines_of(const mm_operands<T>& o, std::int32_t length) {
   return {length, o.b, o.ldb, o.c, o.ldc, o.beta};
 }
 
+// Room for the diagonal, needed only where lines of B and C run into each other. Untouched, it costs
+// nothing.
 template <class T>
-scratch<T> diag_array(const compressed_matrix<T>& a) {
+scratch<T> diag_room(const compressed_matrix<T>& a) {
   const std::uint64_t bytes = sizeof(T) * static_cast<std::uint64_t>(a.rows);
   return scratch<T>(rounded_aligned_alloc(cache_line, bytes));
 }
 
-// diag_values[i] = alpha * A(i, i), or its conjugate's product, for lines first to last - 1.
+// alpha * A(i, i), or its conjugate's product.
 template <conjugation C, class T>
-void diag_collect(const compressed_matrix<T>& a,
-                  T alpha,
-                  T* diag_values,
-                  std::int32_t first,
-                  std::int32_t last) {
-  for (std::int32_t i = first; i < last; ++i) {
+struct scaled_diagonal {
+  const compressed_matrix<T>& a;
+  T alpha;
+  NEVRAD_INLINE T operator()(std::int32_t i) const {
     T found = zero<T>();
-    for (std::int32_t p = a.begin[i] - a.base; p < a.end[i] - a.base; ++p) {
+    const std::int32_t last = a.end[i] - a.base;
+    for (std::int32_t p = a.begin[i] - a.base; p < last; ++p) {
       if (a.indices[p] - a.base == i) found = multiply_fused(alpha, conj_if<C>(a.values[p]));
     }
-    diag_values[i] = found;
+    return found;
   }
-}
+};
 
 // Cuts `count` lines into chunks and runs update(first, last) on each. Answers 2 when memory is
 // short.
@@ -59,20 +54,6 @@ status split_lines(std::int32_t count, const Update& update) {
   return success;
 }
 
-// `count` lines. Answers 1 for a null.
-template <class T>
-status split_diag(std::int32_t count,
-                  const dense_lines<T>& lines,
-                  const T* diag_values,
-                  diag_update<T> update) {
-  if (check_three_pointers(lines.b, lines.c, diag_values) != success || update == nullptr) {
-    return null_pointer;
-  }
-  return split_lines(count, [&](std::int32_t first, std::int32_t last) {
-    update(lines, diag_values, first, last);
-  });
-}
-
 template <class T>
 status split_unit(std::int32_t count, const dense_lines<T>& lines, T alpha) {
   if (check_two_pointers(lines.b, lines.c) != success) return null_pointer;
@@ -81,44 +62,54 @@ status split_unit(std::int32_t count, const dense_lines<T>& lines, T alpha) {
   });
 }
 
-template <class T>
-status diag_serial(const compressed_matrix<T>& a,
-                   std::int32_t count,
-                   const dense_lines<T>& lines,
-                   T alpha,
-                   diag_update<T> update) {
-  const scratch<T> diag_values = diag_array(a);
-  if (!diag_values) return alloc_failed;
-  diag_collect<conjugation::no>(a, alpha, diag_values.get(), 0, a.rows);
-  update(lines, diag_values.get(), 0, count);
+// Whether the caller's thread does it all, whatever the budget is, or chunks of the lines are shared.
+enum class sharing : bool { none, chunks };
+
+template <sharing Shared, class Update>
+status run_diag(std::int32_t count, const Update& update) {
+  if constexpr (Shared == sharing::chunks) return split_lines(count, update);
+  update(0, count);
   return success;
 }
 
-template <conjugation C, class T>
-status diag_parallel(const compressed_matrix<T>& a,
-                     std::int32_t count,
-                     const dense_lines<T>& lines,
-                     T alpha,
-                     diag_update<T> update) {
-  const scratch<T> diag_values = diag_array(a);
-  if (!diag_values) return alloc_failed;
-  for_static_blocks_on_team(current_thread_budget(), a.rows,
-                            [&](std::int32_t first, std::int32_t last) {
-                              diag_collect<C>(a, alpha, diag_values.get(), first, last);
-                            });
-  return split_diag(count, lines, diag_values.get(), update);
+template <sharing Shared, conjugation C, class T>
+status diag_cols(const compressed_matrix<T>& a, const mm_operands<T>& dense) {
+  const scratch<T> room = diag_room(a);
+  if (!room) return alloc_failed;
+  const scaled_diagonal<C, T> diag{a, dense.alpha};
+  const dense_lines<T> lines = lines_of(dense, a.rows);
+  if (places_are_apart(lines, dense.n)) {
+    return run_diag<Shared>(dense.n, [&](std::int32_t first, std::int32_t last) {
+      diag_update_cols_by_pieces(lines, diag, first, last);
+    });
+  }
+  for (std::int32_t i = 0; i < a.rows; ++i) room[i] = diag(i);
+  return run_diag<Shared>(dense.n, [&](std::int32_t first, std::int32_t last) {
+    diag_update_cols(lines, room.get(), 0, a.rows, first, last);
+  });
+}
+
+template <sharing Shared, conjugation C, class T>
+status diag_rows(const compressed_matrix<T>& a, const mm_operands<T>& dense) {
+  const scratch<T> room = diag_room(a);
+  if (!room) return alloc_failed;
+  const scaled_diagonal<C, T> diag{a, dense.alpha};
+  const dense_lines<T> lines = lines_of(dense, dense.n);
+  return run_diag<Shared>(a.rows, [&](std::int32_t first, std::int32_t last) {
+    diag_update_rows(lines, diag, first, last);
+  });
 }
 
 }  // namespace
 
 template <class T>
 status diag_mm_cols_serial(const compressed_matrix<T>& a, const mm_operands<T>& dense) {
-  return diag_serial(a, dense.n, lines_of(dense, a.rows), dense.alpha, diag_update_cols<T>);
+  return diag_cols<sharing::none, conjugation::no>(a, dense);
 }
 
 template <class T>
 status diag_mm_rows_serial(const compressed_matrix<T>& a, const mm_operands<T>& dense) {
-  return diag_serial(a, a.rows, lines_of(dense, dense.n), dense.alpha, diag_update_rows<T>);
+  return diag_rows<sharing::none, conjugation::no>(a, dense);
 }
 
 template <class T>
@@ -135,12 +126,12 @@ status unit_mm_rows_serial(const compressed_matrix<T>& a, const mm_operands<T>& 
 
 template <conjugation C, class T>
 status diag_mm_cols_parallel(const compressed_matrix<T>& a, const mm_operands<T>& dense) {
-  return diag_parallel<C>(a, dense.n, lines_of(dense, a.rows), dense.alpha, diag_update_cols<T>);
+  return diag_cols<sharing::chunks, C>(a, dense);
 }
 
 template <conjugation C, class T>
 status diag_mm_rows_parallel(const compressed_matrix<T>& a, const mm_operands<T>& dense) {
-  return diag_parallel<C>(a, a.rows, lines_of(dense, dense.n), dense.alpha, diag_update_rows<T>);
+  return diag_rows<sharing::chunks, C>(a, dense);
 }
 
 template <class T>

@@ -9,6 +9,7 @@ namespace nevrad {
 
 // Elements a step, and what unit_update takes at once and fetches ahead where it streams.
 inline constexpr int diag_step = 4;
+inline constexpr std::int32_t diag_at_once = 2048;  // elements of the diagonal in cache
 inline constexpr int unit_trip = 16;
 inline constexpr int unit_ahead = 1024;  // bytes, level 1, keep
 
@@ -33,12 +34,15 @@ inline bool ranges_overlap(const void* a,
 }
 
 // beta * c + d * b, where vectors go: real d * b rounded, then c * beta fused on top.
-template <class T>
-NEVRAD_INLINE T diag_updated(T c, T d, T b, T beta) {
+template <int W, class T>
+NEVRAD_INLINE lanes<T, W> diag_updated(lanes<T, W> c,
+                                       lanes<T, W> d,
+                                       lanes<T, W> b,
+                                       lanes<T, W> beta) {
   if constexpr (is_complex<T>) {
     return add(multiply_fused(beta, c), multiply_fused(d, b));
   } else {
-    return fma(c, beta, d * b);
+    return multiply_add(multiply(d, b), c, beta);
   }
 }
 
@@ -54,53 +58,111 @@ NEVRAD_INLINE void diag_update_element(T* c, T d, const T* b, T beta) {
   }
 }
 
-// One line; diag(i) is the diagonal element that goes with element i.
+// Elements `first` to `last` - 1 of a line, those in front of `whole` by vectors; first is a
+// multiple of a step, and diag.at<W>(i) gives the diagonal elements that go with element i and those
+// behind it.
 template <class T, class Diag>
-NEVRAD_INLINE void diag_update_line(std::int32_t length,
+NEVRAD_INLINE void diag_update_line(std::int32_t first,
+                                    std::int32_t last,
+                                    std::int32_t whole,
                                     const T* b,
                                     T* c,
                                     T beta,
-                                    bool overlap,
                                     const Diag& diag) {
-  std::int32_t i = 0;
-  if (length >= diag_step && !overlap) {
-    const std::int32_t whole = length / diag_step * diag_step;
-    T* __restrict to = c;
-    for (; i < whole; ++i) to[i] = diag_updated(to[i], diag(i), b[i], beta);
-  }
-  for (; i < length; ++i) diag_update_element(c + i, diag(i), b + i, beta);
+  constexpr int wide = 4 * diag_step * static_cast<int>(sizeof(T)) <= 128 ? 4 * diag_step
+                                                                           : 2 * diag_step;
+  std::int32_t i = first;
+  const auto update = [&](auto w) {
+    constexpr int W = w();
+    const auto scale = broadcast<W>(to_lane(beta));
+    const auto d = diag.template at<W>(i);
+    store(c + i, diag_updated(load<W>(c + i), d, load<W>(b + i), scale));
+    i += W;
+  };
+  const std::int32_t stop = last < whole ? last : whole;
+  while (stop - i >= wide) update(std::integral_constant<int, wide>{});
+  while (stop - i >= diag_step) update(std::integral_constant<int, diag_step>{});
+  for (; i < last; ++i) diag_update_element(c + i, to_element(diag.template at<1>(i)), b + i, beta);
 }
 
-// Column-major: element i of a line goes with diagonal element i.
+// How many elements of a line of C go by vectors: none where it overlaps the line of B.
+template <class T>
+std::int32_t elements_by_vectors(std::int32_t length, const T* b, const T* c) {
+  const std::uint64_t bytes = sizeof(T) * static_cast<std::uint64_t>(length);
+  return ranges_overlap(c, bytes, b, bytes) ? 0 : length / diag_step * diag_step;
+}
+
+template <class T>
+struct diag_array {
+  const T* values;
+  std::int32_t first;
+  template <int W>
+  NEVRAD_INLINE lanes<T, W> at(std::int32_t i) const {
+    return load<W>(values + (i - first));
+  }
+};
+
+template <class T>
+struct diag_constant {
+  lane<T> value;
+  template <int W>
+  NEVRAD_INLINE lanes<T, W> at(std::int32_t /*i*/) const {
+    return broadcast<W>(value);
+  }
+};
+
+// Whether lines may be taken a piece at a time: no element of C is another place's element of B.
+template <class T>
+bool places_are_apart(const dense_lines<T>& lines, std::int32_t count) {
+  if (lines.b == lines.c && lines.ldb == lines.ldc) return true;
+  const auto bytes = [&](std::int32_t ld) {
+    return sizeof(T) * static_cast<std::uint64_t>(std::int64_t{count - 1} * ld + lines.length);
+  };
+  return !ranges_overlap(lines.c, bytes(lines.ldc), lines.b, bytes(lines.ldb));
+}
+
+// Column-major, elements first to last - 1: element i goes with values[i - first].
 template <class T>
 void diag_update_cols(const dense_lines<T>& lines,
-                      const T* diag_values,
+                      const T* values,
+                      std::int32_t first,
+                      std::int32_t last,
                       std::int32_t lo,
                       std::int32_t hi) {
-  const std::uint64_t bytes = sizeof(T) * static_cast<std::uint64_t>(lines.length);
   for (std::int32_t j = lo; j < hi; ++j) {
     const T* const from = line_at(lines.b, j, lines.ldb);
     T* const to = line_at(lines.c, j, lines.ldc);
-    const bool overlap =
-        ranges_overlap(to, bytes, from, bytes) || ranges_overlap(to, bytes, diag_values, bytes);
-    diag_update_line(lines.length, from, to, lines.beta, overlap,
-                     [=](std::int32_t i) { return diag_values[i]; });
+    diag_update_line(first, last, elements_by_vectors(lines.length, from, to), from, to, lines.beta,
+                     diag_array<T>{values, first});
   }
 }
 
-// Row-major: all elements of line i go with diagonal element i.
-template <class T>
+// The same with the diagonal collected a piece at a time, which stays in cache for all lines.
+template <class T, class Diag>
+void diag_update_cols_by_pieces(const dense_lines<T>& lines,
+                                const Diag& diag,
+                                std::int32_t lo,
+                                std::int32_t hi) {
+  T values[diag_at_once];
+  for (std::int32_t first = 0; first < lines.length; first += diag_at_once) {
+    const std::int32_t left = lines.length - first;
+    const std::int32_t last = left < diag_at_once ? lines.length : first + diag_at_once;
+    for (std::int32_t i = first; i < last; ++i) values[i - first] = diag(i);
+    diag_update_cols(lines, values, first, last, lo, hi);
+  }
+}
+
+// Row-major: all elements of line i go with diag(i).
+template <class T, class Diag>
 void diag_update_rows(const dense_lines<T>& lines,
-                      const T* diag_values,
+                      const Diag& diag,
                       std::int32_t lo,
                       std::int32_t hi) {
-  const std::uint64_t bytes = sizeof(T) * static_cast<std::uint64_t>(lines.length);
   for (std::int32_t i = lo; i < hi; ++i) {
     const T* const from = line_at(lines.b, i, lines.ldb);
     T* const to = line_at(lines.c, i, lines.ldc);
-    const T d = diag_values[i];
-    diag_update_line(lines.length, from, to, lines.beta, ranges_overlap(to, bytes, from, bytes),
-                     [=](std::int32_t) { return d; });
+    diag_update_line(0, lines.length, elements_by_vectors(lines.length, from, to), from, to,
+                     lines.beta, diag_constant<T>{to_lane(diag(i))});
   }
 }
 

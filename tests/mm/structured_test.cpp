@@ -48,6 +48,7 @@ TYPED_TEST(structured_mm, agrees_with_dense_arithmetic) {
                                                  .base = order == layout::column_major ? 1 : 0,
                                                  .kind = kind,
                                                  .typical = random.integer(0, 5),
+                                                 .sorted = random.chance(2),
                                                  .duplicates = descra[0] != 'D'});
         const T alpha = random.value<T>();
         const T beta = random.value<T>();
