@@ -14,8 +14,8 @@ dense_lines<T> lines_of(const mm_operands<T>& o, std::int32_t length) {
   return {length, o.b, o.ldb, o.c, o.ldc, o.beta};
 }
 
-// Room for the diagonal, needed only where lines of B and C run into each other. Untouched, it costs
-// nothing.
+// Room for the diagonal, not needed by rows, nor for a matrix that holds nothing else. Untouched, it
+// costs nothing.
 template <class T>
 scratch<T> diag_room(const compressed_matrix<T>& a) {
   const std::uint64_t bytes = sizeof(T) * static_cast<std::uint64_t>(a.rows);
@@ -36,6 +36,16 @@ struct scaled_diagonal {
     return found;
   }
 };
+
+// One entry a line, on the diagonal: the values are the diagonal.
+template <class T>
+bool holds_just_its_diagonal(const compressed_matrix<T>& a) {
+  std::int32_t other = 0;
+  for (std::int32_t i = 0; i < a.rows; ++i) other |= (a.begin[i] ^ (i + a.base));
+  if (other != 0 || a.end[a.rows - 1] != a.rows + a.base) return false;
+  for (std::int32_t i = 0; i < a.rows; ++i) other |= (a.indices[i] ^ (i + a.base));
+  return other == 0;
+}
 
 // Cuts `count` lines into chunks and runs update(first, last) on each. Answers 2 when memory is
 // short.
@@ -78,14 +88,17 @@ status diag_cols(const compressed_matrix<T>& a, const mm_operands<T>& dense) {
   if (!room) return alloc_failed;
   const scaled_diagonal<C, T> diag{a, dense.alpha};
   const dense_lines<T> lines = lines_of(dense, a.rows);
-  if (places_are_apart(lines, dense.n)) {
+  if (!(is_complex<T> && C == conjugation::yes) && holds_just_its_diagonal(a)) {
     return run_diag<Shared>(dense.n, [&](std::int32_t first, std::int32_t last) {
-      diag_update_cols_by_pieces(lines, diag, first, last);
+      diag_update_cols(lines, diag_scaled<T>{a.values, dense.alpha}, first, last);
     });
   }
-  for (std::int32_t i = 0; i < a.rows; ++i) room[i] = diag(i);
+  const int team = Shared == sharing::chunks ? current_thread_budget() : 1;
+  for_static_blocks_on_team(team, a.rows, [&](std::int32_t first, std::int32_t last) {
+    for (std::int32_t i = first; i < last; ++i) room[i] = diag(i);
+  });
   return run_diag<Shared>(dense.n, [&](std::int32_t first, std::int32_t last) {
-    diag_update_cols(lines, room.get(), 0, a.rows, first, last);
+    diag_update_cols(lines, diag_array<T>{room.get()}, first, last);
   });
 }
 
@@ -95,6 +108,14 @@ status diag_rows(const compressed_matrix<T>& a, const mm_operands<T>& dense) {
   if (!room) return alloc_failed;
   const scaled_diagonal<C, T> diag{a, dense.alpha};
   const dense_lines<T> lines = lines_of(dense, dense.n);
+  if (holds_just_its_diagonal(a)) {
+    const auto value = [&](std::int32_t i) {
+      return multiply_fused(dense.alpha, conj_if<C>(a.values[i]));
+    };
+    return run_diag<Shared>(a.rows, [&](std::int32_t first, std::int32_t last) {
+      diag_update_rows(lines, value, first, last);
+    });
+  }
   return run_diag<Shared>(a.rows, [&](std::int32_t first, std::int32_t last) {
     diag_update_rows(lines, diag, first, last);
   });

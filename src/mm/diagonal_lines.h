@@ -9,7 +9,6 @@ namespace nevrad {
 
 // Elements a step, and what unit_update takes at once and fetches ahead where it streams.
 inline constexpr int diag_step = 4;
-inline constexpr std::int32_t diag_at_once = 2048;  // elements of the diagonal in cache
 inline constexpr int unit_trip = 16;
 inline constexpr int unit_ahead = 1024;  // bytes, level 1, keep
 
@@ -58,12 +57,10 @@ NEVRAD_INLINE void diag_update_element(T* c, T d, const T* b, T beta) {
   }
 }
 
-// Elements `first` to `last` - 1 of a line, those in front of `whole` by vectors; first is a
-// multiple of a step, and diag.at<W>(i) gives the diagonal elements that go with element i and those
-// behind it.
+// One line, its first `whole` elements by vectors; diag.at<W>(i) gives the diagonal elements that go
+// with element i and those behind it.
 template <class T, class Diag>
-NEVRAD_INLINE void diag_update_line(std::int32_t first,
-                                    std::int32_t last,
+NEVRAD_INLINE void diag_update_line(std::int32_t length,
                                     std::int32_t whole,
                                     const T* b,
                                     T* c,
@@ -71,7 +68,7 @@ NEVRAD_INLINE void diag_update_line(std::int32_t first,
                                     const Diag& diag) {
   constexpr int wide = 4 * diag_step * static_cast<int>(sizeof(T)) <= 128 ? 4 * diag_step
                                                                            : 2 * diag_step;
-  std::int32_t i = first;
+  std::int32_t i = 0;
   const auto update = [&](auto w) {
     constexpr int W = w();
     const auto scale = broadcast<W>(to_lane(beta));
@@ -79,10 +76,9 @@ NEVRAD_INLINE void diag_update_line(std::int32_t first,
     store(c + i, diag_updated(load<W>(c + i), d, load<W>(b + i), scale));
     i += W;
   };
-  const std::int32_t stop = last < whole ? last : whole;
-  while (stop - i >= wide) update(std::integral_constant<int, wide>{});
-  while (stop - i >= diag_step) update(std::integral_constant<int, diag_step>{});
-  for (; i < last; ++i) diag_update_element(c + i, to_element(diag.template at<1>(i)), b + i, beta);
+  while (whole - i >= wide) update(std::integral_constant<int, wide>{});
+  while (whole - i >= diag_step) update(std::integral_constant<int, diag_step>{});
+  for (; i < length; ++i) diag_update_element(c + i, to_element(diag.template at<1>(i)), b + i, beta);
 }
 
 // How many elements of a line of C go by vectors: none where it overlaps the line of B.
@@ -95,10 +91,20 @@ std::int32_t elements_by_vectors(std::int32_t length, const T* b, const T* c) {
 template <class T>
 struct diag_array {
   const T* values;
-  std::int32_t first;
   template <int W>
   NEVRAD_INLINE lanes<T, W> at(std::int32_t i) const {
-    return load<W>(values + (i - first));
+    return load<W>(values + i);
+  }
+};
+
+// The elements as they are stored, alpha still to come.
+template <class T>
+struct diag_scaled {
+  const T* values;
+  T alpha;
+  template <int W>
+  NEVRAD_INLINE lanes<T, W> at(std::int32_t i) const {
+    return multiply_fused(broadcast<W>(to_lane(alpha)), load<W>(values + i));
   }
 };
 
@@ -111,44 +117,17 @@ struct diag_constant {
   }
 };
 
-// Whether lines may be taken a piece at a time: no element of C is another place's element of B.
-template <class T>
-bool places_are_apart(const dense_lines<T>& lines, std::int32_t count) {
-  if (lines.b == lines.c && lines.ldb == lines.ldc) return true;
-  const auto bytes = [&](std::int32_t ld) {
-    return sizeof(T) * static_cast<std::uint64_t>(std::int64_t{count - 1} * ld + lines.length);
-  };
-  return !ranges_overlap(lines.c, bytes(lines.ldc), lines.b, bytes(lines.ldb));
-}
-
-// Column-major, elements first to last - 1: element i goes with values[i - first].
-template <class T>
+// Column-major: element i of a line goes with diagonal element i.
+template <class T, class Diag>
 void diag_update_cols(const dense_lines<T>& lines,
-                      const T* values,
-                      std::int32_t first,
-                      std::int32_t last,
+                      const Diag& diag,
                       std::int32_t lo,
                       std::int32_t hi) {
   for (std::int32_t j = lo; j < hi; ++j) {
     const T* const from = line_at(lines.b, j, lines.ldb);
     T* const to = line_at(lines.c, j, lines.ldc);
-    diag_update_line(first, last, elements_by_vectors(lines.length, from, to), from, to, lines.beta,
-                     diag_array<T>{values, first});
-  }
-}
-
-// The same with the diagonal collected a piece at a time, which stays in cache for all lines.
-template <class T, class Diag>
-void diag_update_cols_by_pieces(const dense_lines<T>& lines,
-                                const Diag& diag,
-                                std::int32_t lo,
-                                std::int32_t hi) {
-  T values[diag_at_once];
-  for (std::int32_t first = 0; first < lines.length; first += diag_at_once) {
-    const std::int32_t left = lines.length - first;
-    const std::int32_t last = left < diag_at_once ? lines.length : first + diag_at_once;
-    for (std::int32_t i = first; i < last; ++i) values[i - first] = diag(i);
-    diag_update_cols(lines, values, first, last, lo, hi);
+    diag_update_line(lines.length, elements_by_vectors(lines.length, from, to), from, to,
+                     lines.beta, diag);
   }
 }
 
@@ -158,11 +137,18 @@ void diag_update_rows(const dense_lines<T>& lines,
                       const Diag& diag,
                       std::int32_t lo,
                       std::int32_t hi) {
+  // Lines may be short: where B and C lie apart, that is found out once.
+  const auto bytes = [&](std::int32_t ld) {
+    return sizeof(T) * static_cast<std::uint64_t>(std::int64_t{hi - lo - 1} * ld + lines.length);
+  };
+  const bool apart = !ranges_overlap(line_at(lines.c, lo, lines.ldc), bytes(lines.ldc),
+                                     line_at(lines.b, lo, lines.ldb), bytes(lines.ldb));
+  const std::int32_t whole = lines.length / diag_step * diag_step;
   for (std::int32_t i = lo; i < hi; ++i) {
     const T* const from = line_at(lines.b, i, lines.ldb);
     T* const to = line_at(lines.c, i, lines.ldc);
-    diag_update_line(0, lines.length, elements_by_vectors(lines.length, from, to), from, to,
-                     lines.beta, diag_constant<T>{to_lane(diag(i))});
+    diag_update_line(lines.length, apart ? whole : elements_by_vectors(lines.length, from, to),
+                     from, to, lines.beta, diag_constant<T>{to_lane(diag(i))});
   }
 }
 
