@@ -691,14 +691,16 @@ orv_sparse_status_t orv_csparse_zcsrtrsv_(const int* uplo, const int* transa, co
  * in C survive beta = 0, and those in B reach C through alpha = 0.
  *
  * Memory: a copy of A, its sorted or transposed form, and where B is repacked as much again as B.
- * Rows that ascend, with pntre = pntrb + 1, are read where they lie and most of this is not touched.
+ * Rows that ascend, with pntre = pntrb + 1, are read where they lie and most of this is not
+ * touched.
+ *
  * Status: 1 null pointer; 3 transa, descriptor, dimension, leading dimension, a matrix that is not
  * square, or one without entries; 6 no kernel; all these leave C as it was. 2 memory: C may have
  * been multiplied by beta, and rows of it may be complete.
  *
  * Threads: the thread budget cuts the rows of op(A) by entries; a pass that only scales C runs on
- * the runtime's default team. The order of additions depends on the budget being one or more, on the
- * density and on the sizes, not on the number of threads.
+ * the runtime's default team. The order of additions depends on the budget being one or more, on
+ * the density and on the sizes, not on the number of threads.
  *
  * Symmetric, Hermitian and triangular matrices are expanded into general ones; the diagonal of a
  * Hermitian one is taken as stored. A diagonal matrix updates C element by element: of several
@@ -845,14 +847,14 @@ orv_sparse_status_t orv_sparse_zcscmm_(const int* transa, const int* m, const in
  * of 4 bytes: 5 MB at m = 50000, 2 GB at 1000000. Where the system does not grant what is not
  * touched, status 2 is the answer, as it always is from m = 2096639 on. Diagonal: a copy and, when
  * not unit, one element a row.
- * Memory touched. Lines that ascend, with pntre = pntrb + 1, are read where they lie, others copied.
- * A triangle with one diagonal element a row takes 4 bytes a row at most, and column-major of a
- * panel as many rows as any row of A reaches back. One with a diagonal element missing or stored
- * twice, or with long rows (8 entries a block of 1024 columns in the mean, from 16 blocks on), has
- * its entries copied once more, and two words for each row and block in which it has entries.
- * Time: two passes over the indices of A, then, row-major, one over A, X and Y, and column-major
- * one over A, 8 columns (s: 16, z: 4) of X and of Y at a time. Lines that do not ascend: some ten
- * passes over A more, transposed operations some five.
+ * Memory touched. Lines that ascend, with pntre = pntrb + 1, are read where they lie, others
+ * copied. A triangle with one diagonal element a row takes 4 bytes a row at most, and column-major
+ * of a panel as many rows as any row of A reaches back. One with a diagonal element missing or
+ * stored twice, or with long rows (8 entries a block of 1024 columns in the mean, from 16 blocks
+ * on), has its entries copied once more, and two words for each row and block in which it has
+ * entries. Time: two passes over the indices of A, then, row-major, one over A, X and Y, and
+ * column-major one over A, 8 columns (s: 16, z: 4) of X and of Y at a time. Lines that do not
+ * ascend: some ten passes over A more, transposed operations some five.
  *
  * Status: 1 null pointer; 3 transa, dimension, leading dimension, descriptor, or no entries in A
  * (?csrsm, and triangular rows of ?cscsm); 2 memory. On 2 the columns that threads with enough

@@ -44,8 +44,11 @@ NEVRAD_INLINE void move_line(T* to, const T* from, std::int64_t n, const Change&
 }
 
 template <int W, class T, class Change>
-NEVRAD_INLINE void load_panel_rows(
-    T* panel, const T* at, std::int64_t ld, std::int32_t rows, const Change& change) {
+NEVRAD_INLINE void load_panel_rows(T* panel,
+                                   const T* at,
+                                   std::int64_t ld,
+                                   std::int32_t rows,
+                                   const Change& change) {
   for (std::int32_t r = 0; r < rows; ++r, panel += W, at += ld) store(panel, change(load<W>(at)));
 }
 
@@ -56,8 +59,11 @@ NEVRAD_INLINE void store_panel_rows(const T* panel, T* at, std::int64_t ld, std:
 
 // Columns are turned into panel rows by tiles of four by four.
 template <int W, class T, class Change>
-NEVRAD_INLINE void load_panel_columns(
-    T* panel, const T* at, std::int64_t ld, std::int32_t rows, const Change& change) {
+NEVRAD_INLINE void load_panel_columns(T* panel,
+                                      const T* at,
+                                      std::int64_t ld,
+                                      std::int32_t rows,
+                                      const Change& change) {
   if constexpr (W == 1) {
     move_line(panel, at, rows, change);
   } else {

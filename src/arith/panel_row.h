@@ -41,9 +41,7 @@ inline constexpr int panel_group = 4;
 template <int W, class T>
 struct packed_rows {
   const T* panel;
-  NEVRAD_INLINE lanes<T, W> operator()(std::int64_t row) const {
-    return load<W>(panel + row * W);
-  }
+  NEVRAD_INLINE lanes<T, W> operator()(std::int64_t row) const { return load<W>(panel + row * W); }
 };
 
 // The part of a panel that is in use, in a ring of mask + 1 rows.

@@ -34,8 +34,11 @@ void set_cuts(std::int32_t parts, std::int32_t* bounds, const Cut& cut) {
 }
 
 template <class I>
-void cut_by_share(
-    const I* cumulative, std::int32_t n, std::int32_t parts, std::int32_t* bounds, I base) {
+void cut_by_share(const I* cumulative,
+                  std::int32_t n,
+                  std::int32_t parts,
+                  std::int32_t* bounds,
+                  I base) {
   if (cumulative == nullptr || bounds == nullptr) return;
   bounds[0] = 0;
   const I share = (cumulative[n - 1] - base) / parts;

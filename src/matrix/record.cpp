@@ -101,9 +101,7 @@ void copy_arrays(owned_matrix<T>& a, const caller_arrays<T>& from, compression k
 }
 
 template <class T>
-status copied_matrix(matrix_handle<T>* handle,
-                     compression kind,
-                     const caller_arrays<T>& from) {
+status copied_matrix(matrix_handle<T>* handle, compression kind, const caller_arrays<T>& from) {
   if (handle == nullptr) return invalid_value;
   owned_matrix<T>* matrix = nullptr;
   const status result = room_for_copy(from, kind, &matrix);
@@ -173,8 +171,7 @@ status owned_csr_from_arrays(matrix_handle<T>* handle,
                              const std::int32_t* pntre,
                              const std::int32_t* indx,
                              const T* val) {
-  return copied_matrix(handle, compression::rows,
-                       {one_based, rows, cols, pntrb, pntre, indx, val});
+  return copied_matrix(handle, compression::rows, {one_based, rows, cols, pntrb, pntre, indx, val});
 }
 
 template <class T>

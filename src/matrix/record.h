@@ -136,10 +136,10 @@ class scoped_matrix {
   owned_matrix<T>* matrix_ = nullptr;
 };
 
-// The caller's matrix where it lies, for a call that is to work on an owned copy. Asks for the copy's
-// memory, so that the call fails where copying would, but leaves it untouched, which costs nothing,
-// when the lines are packed and their pointers are one array, as three-array callers have them: then
-// the record is a view in the caller's base. Else it is the copy. Both have sorted 0.
+// The caller's matrix where it lies, for a call that is to work on an owned copy. Asks for the
+// copy's memory, so that the call fails where copying would, but leaves it untouched, which costs
+// nothing, when the lines are packed and their pointers are one array, as three-array callers have
+// them: then the record is a view in the caller's base. Else it is the copy. Both have sorted 0.
 template <class T>
 class matrix_operand {
  public:

@@ -12,8 +12,8 @@ template <class T>
 bool rows_ascend(const compressed_matrix<T>& a);
 
 // Sorts by csr_sort_by_double_transpose, unless the rows ascend already: then `get` is the source
-// itself, in its base, flagged as sorted, and only the memory that sorting takes is asked for, so that a call
-// fails where sorting would fail. That memory is never touched, which costs nothing.
+// itself, in its base, flagged as sorted, and only the memory that sorting takes is asked for, so
+// that a call fails where sorting would fail. That memory is never touched, which costs nothing.
 template <class T>
 class sorted_rows {
  public:

@@ -1,14 +1,14 @@
 // C := alpha * A * B + beta * C with column-major B and C, entries where they lie.
 //
-// A panel of columns at a time, and as many rows as a cache line of a column holds: their part of C is turned into rows, updated
-// (see row_parts.h for the order of sums), and turned back. B is packed as the
-// rows reach it. Columns behind the narrowest panel, at most 3, go one at a time.
+// A panel of columns at a time, and as many rows as a cache line of a column holds: their part of C
+// is turned into rows, updated (see row_parts.h for the order of sums), and turned back. B is
+// packed as the rows reach it. Columns behind the narrowest panel, at most 3, go one at a time.
 #pragma once
 
-#include "mm/row_parts.h"
 #include "mm/operands.h"
 #include "mm/panel_window.h"
 #include "mm/panels.h"
+#include "mm/row_parts.h"
 
 namespace nevrad {
 

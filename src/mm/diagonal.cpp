@@ -14,8 +14,8 @@ dense_lines<T> lines_of(const mm_operands<T>& o, std::int32_t length) {
   return {length, o.b, o.ldb, o.c, o.ldc, o.beta};
 }
 
-// Room for the diagonal, not needed by rows, nor for a matrix that holds nothing else. Untouched, it
-// costs nothing.
+// Room for the diagonal, not needed by rows, nor for a matrix that holds nothing else. Untouched,
+// it costs nothing.
 template <class T>
 scratch<T> diag_room(const compressed_matrix<T>& a) {
   const std::uint64_t bytes = sizeof(T) * static_cast<std::uint64_t>(a.rows);
@@ -72,7 +72,8 @@ status split_unit(std::int32_t count, const dense_lines<T>& lines, T alpha) {
   });
 }
 
-// Whether the caller's thread does it all, whatever the budget is, or chunks of the lines are shared.
+// Whether the caller's thread does it all, whatever the budget is, or chunks of the lines are
+// shared.
 enum class sharing : bool { none, chunks };
 
 template <sharing Shared, class Update>

@@ -57,8 +57,8 @@ NEVRAD_INLINE void diag_update_element(T* c, T d, const T* b, T beta) {
   }
 }
 
-// One line, its first `whole` elements by vectors; diag.at<W>(i) gives the diagonal elements that go
-// with element i and those behind it.
+// One line, its first `whole` elements by vectors; diag.at<W>(i) gives the diagonal elements that
+// go with element i and those behind it.
 template <class T, class Diag>
 NEVRAD_INLINE void diag_update_line(std::int32_t length,
                                     std::int32_t whole,
@@ -66,8 +66,8 @@ NEVRAD_INLINE void diag_update_line(std::int32_t length,
                                     T* c,
                                     T beta,
                                     const Diag& diag) {
-  constexpr int wide = 4 * diag_step * static_cast<int>(sizeof(T)) <= 128 ? 4 * diag_step
-                                                                           : 2 * diag_step;
+  constexpr int wide =
+      4 * diag_step * static_cast<int>(sizeof(T)) <= 128 ? 4 * diag_step : 2 * diag_step;
   std::int32_t i = 0;
   const auto update = [&](auto w) {
     constexpr int W = w();
@@ -78,7 +78,8 @@ NEVRAD_INLINE void diag_update_line(std::int32_t length,
   };
   while (whole - i >= wide) update(std::integral_constant<int, wide>{});
   while (whole - i >= diag_step) update(std::integral_constant<int, diag_step>{});
-  for (; i < length; ++i) diag_update_element(c + i, to_element(diag.template at<1>(i)), b + i, beta);
+  for (; i < length; ++i)
+    diag_update_element(c + i, to_element(diag.template at<1>(i)), b + i, beta);
 }
 
 // How many elements of a line of C go by vectors: none where it overlaps the line of B.

@@ -207,8 +207,9 @@ status mm_rows_serial_chunked(const compressed_matrix<T>& a, const mm_operands<T
 
 template <class T>
 void dense_scale_lines(std::int32_t lines, std::int32_t length, T beta, T* c, std::int32_t ldc) {
-  for_each_chunk_on_default_team(
-      lines, [=](std::int32_t i) { dense_scale(length, line_at(c, i, ldc), beta); });
+  for_each_chunk_on_default_team(lines, [=](std::int32_t i) {
+    dense_scale(length, line_at(c, i, ldc), beta);
+  });
 }
 
 template <class T>

@@ -11,8 +11,8 @@ namespace nevrad {
 
 // Density, in entries per element, at which the row-major paths repack B at every size, and above
 // which the path on one thread does when the matrix also has more than mm_large_nnz entries.
-// Repacking is a name for a rounding here: alpha on the sum of each block. Where B lies well for it,
-// the same sums are taken without moving B.
+// Repacking is a name for a rounding here: alpha on the sum of each block. Where B lies well for
+// it, the same sums are taken without moving B.
 inline constexpr double mm_dense_cut = 0.009;
 inline constexpr double mm_sparse_cut = 0.0019;
 inline constexpr std::int32_t mm_large_nnz = 40000;

@@ -10,8 +10,7 @@ namespace {
 // Runs the driver on A itself when its rows are known to ascend, else sorted. Column
 // blocks rely on the order, and so does the order of summation.
 template <class T>
-status run_sorted(mm_kernel<T> driver,
-                  const compressed_matrix<T>& a, const mm_operands<T>& dense) {
+status run_sorted(mm_kernel<T> driver, const compressed_matrix<T>& a, const mm_operands<T>& dense) {
   if (a.sorted != 0) return driver(a, dense);
   sorted_rows<T> sorted;
   const status result = sorted.sort(a);
@@ -24,7 +23,8 @@ status run_sorted(mm_kernel<T> driver,
 template <class T>
 status run_transposed(status (*transpose)(const compressed_matrix<T>&, owned_matrix<T>**),
                       mm_kernel<T> driver,
-                      const compressed_matrix<T>& a, const mm_operands<T>& dense) {
+                      const compressed_matrix<T>& a,
+                      const mm_operands<T>& dense) {
   scoped_matrix<T> transposed;
   const status result = transpose(a, transposed.out());
   if (result != success) return result;
@@ -63,7 +63,7 @@ status mm_rows_conjugated(const compressed_matrix<T>& a, const mm_operands<T>& d
   return run_transposed(csr_conj_transpose_parallel<T>, mm_rows_parallel<T>, a, dense);
 }
 
-#define NEVRAD_INSTANTIATE_ONE(name, T)                                                  \
+#define NEVRAD_INSTANTIATE_ONE(name, T) \
   template status name(const compressed_matrix<T>&, const mm_operands<T>&);
 #define NEVRAD_INSTANTIATE(letter, T)           \
   NEVRAD_INSTANTIATE_ONE(mm_cols_sorted, T)     \

@@ -68,9 +68,12 @@ template <int W, class T>
 class panel_window {
  public:
   // Packs W columns of B, `first` at the first of them, of `rows` rows into room for `size` rows.
-  panel_window(
-      const T* first, std::int64_t ld, std::int32_t rows, std::int32_t base, T* room,
-      std::int32_t size)
+  panel_window(const T* first,
+               std::int64_t ld,
+               std::int32_t rows,
+               std::int32_t base,
+               T* room,
+               std::int32_t size)
       : first_(first),
         ld_(ld),
         rows_(rows),
@@ -106,7 +109,8 @@ class panel_window {
     while (end_ < stop) {
       const std::int64_t slot = (std::int64_t{end_} + base_) & mask_;
       std::int32_t count = stop - end_;
-      if (mask_ >= 0) count = static_cast<std::int32_t>(std::min<std::int64_t>(count, size_ - slot));
+      if (mask_ >= 0)
+        count = static_cast<std::int32_t>(std::min<std::int64_t>(count, size_ - slot));
       fetch_columns_ahead<W>(first_ + end_, ld_);
       load_panel_columns<W>(room_ + slot * W, first_ + end_, ld_, count, as_it_is{});
       end_ += count;

@@ -8,9 +8,9 @@
 // last whole chunk of 64 bytes go one at a time there, with alpha on each value in all types.
 #pragma once
 
-#include "mm/row_parts.h"
 #include "mm/operands.h"
 #include "mm/panels.h"
+#include "mm/row_parts.h"
 
 #include <algorithm>
 

@@ -67,10 +67,10 @@ status sweep_rows_beta(const column_block<T>* blocks,
   return success;
 }
 
-#define NEVRAD_INSTANTIATE(letter, T)                                                          \
-  template status sweep_cols(const column_block<T>*, std::int32_t, const T*, const T*,         \
-                             std::int32_t, std::int32_t, std::int32_t, T*, std::int32_t, T);   \
-  template status sweep_rows(const column_block<T>*, std::int32_t, const T*, std::int32_t,     \
+#define NEVRAD_INSTANTIATE(letter, T)                                                        \
+  template status sweep_cols(const column_block<T>*, std::int32_t, const T*, const T*,       \
+                             std::int32_t, std::int32_t, std::int32_t, T*, std::int32_t, T); \
+  template status sweep_rows(const column_block<T>*, std::int32_t, const T*, std::int32_t,   \
                              std::int32_t, T*, std::int32_t, T);
 NEVRAD_FOR_EACH_TYPE(NEVRAD_INSTANTIATE)
 #undef NEVRAD_INSTANTIATE

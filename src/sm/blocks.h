@@ -65,9 +65,9 @@ struct sm_blocks {
   // couples, and the panel stays in cache for matrices with a narrow profile.
   std::int32_t panel_rows = 0;
   // The matrix, when the entries have stayed there; it has to outlive the blocks, which are empty
-  // then. `reach` is the most rows between a row and one that it uses. `pointers` holds the position
-  // of each row's diagonal element, unless all of them are the last (lower) or first (upper) of
-  // their rows.
+  // then. `reach` is the most rows between a row and one that it uses. `pointers` holds the
+  // position of each row's diagonal element, unless all of them are the last (lower) or first
+  // (upper) of their rows.
   const compressed_matrix<T>* rows = nullptr;
   std::int32_t reach = 0;
   bool diagonals_at_end = false;
@@ -104,8 +104,8 @@ status sm_block_storage_alloc(std::int32_t order,
                               std::int32_t block_count,
                               sm_blocks<T>& blocks);
 
-// Cut the triangle out of a matrix with packed, ascending rows, of either base. A matrix without entries gives
-// no block. Answer 2 when memory is short.
+// Cut the triangle out of a matrix with packed, ascending rows, of either base. A matrix without
+// entries gives no block. Answer 2 when memory is short.
 template <class T>
 status sm_build_lower_blocks(const compressed_matrix<T>& a,
                              std::int32_t order,

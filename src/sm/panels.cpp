@@ -56,7 +56,8 @@ class row_solver {
     while (ring_ < used) ring_ *= 2;
   }
 
-  // Solves all columns. A row waits for the one before it: chunks of a row-major row do so together.
+  // Solves all columns. A row waits for the one before it: chunks of a row-major row do so
+  // together.
   void solve(std::int32_t count) const {
     if constexpr (Layout == dense_layout::row_major) {
       for (std::int32_t step = 0; step < order_; ++step) {
@@ -101,13 +102,12 @@ class row_solver {
 
   // W elements of row i, solved where they lie.
   template <int W>
-  NEVRAD_INLINE void solve_row(
-      std::int64_t i, const T* x, std::int64_t ldx, T* y, std::int64_t ldy) const {
+  NEVRAD_INLINE void solve_row(std::int64_t i, const T* x, std::int64_t ldx, T* y, std::int64_t ldy)
+      const {
     const strided_rows<W, T> solution{y - rows_.base() * ldy, ldy};
     const lanes<T, W> factor = broadcast<W>(to_lane(operands_.alpha));
     const lanes<T, W> row = multiply_fused(factor, load<W>(x + i * ldx));
-    store(y + i * ldy,
-          rows_.template solve<Diagonal>(static_cast<std::int32_t>(i), row, solution));
+    store(y + i * ldy, rows_.template solve<Diagonal>(static_cast<std::int32_t>(i), row, solution));
   }
 
   void solve_column(std::int32_t j) const {
@@ -252,8 +252,7 @@ status sm_panels(const sm_blocks<T>& blocks,
     row_solver<Side, Diagonal, Layout, T>(blocks, operands, panel.get()).solve(count);
   } else {
     const block_solver<Side, Diagonal, Layout, T> solver(blocks, operands, panel.get());
-    for_each_panel<T>(0, count,
-                      [&](auto w, std::int32_t j) { solver.template solve<w()>(j); });
+    for_each_panel<T>(0, count, [&](auto w, std::int32_t j) { solver.template solve<w()>(j); });
   }
   return success;
 }

@@ -43,8 +43,14 @@ TYPED_TEST(sorted_rows_test, gives_what_sorting_gives) {
     ASSERT_EQ(nevrad::csr_sort_by_double_transpose(*a, literal.out()), 0);
     // The same rows in the base in which the caller has them.
     const array<int> pointers = made.pointers();
-    nevrad::compressed_view<T> view{made.values.data(), pointers.data(), pointers.data() + 1,
-                                    made.indices.data(), made.rows, made.cols, 1, 0};
+    nevrad::compressed_view<T> view{made.values.data(),
+                                    pointers.data(),
+                                    pointers.data() + 1,
+                                    made.indices.data(),
+                                    made.rows,
+                                    made.cols,
+                                    1,
+                                    0};
     EXPECT_EQ(rows_ascend(view), rows_ascend(*a));
     sorted_rows<T> found;
     ASSERT_EQ(found.sort(*a), 0);

@@ -37,8 +37,8 @@ nevrad::status run_slot(const matrix<T>& a,
   if (copied != 0) return copied;
   const nevrad::scoped_matrix<T> owned(handle.matrix);
   return row_of<T>(a.kind, code)
-      .kernels.at[op](*owned, {b.data(), static_cast<int>(b.cols()), b.ld(), c.data(), c.ld(), alpha,
-                               beta});
+      .kernels.at[op](*owned, {b.data(), static_cast<int>(b.cols()), b.ld(), c.data(), c.ld(),
+                               alpha, beta});
 }
 
 }  // namespace nevrad_test

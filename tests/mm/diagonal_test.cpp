@@ -124,8 +124,8 @@ void expect_lines(generator& random, const char* code, int op, compression kind,
                 0);
       const nevrad::scoped_matrix<T> owned(handle.matrix);
       ASSERT_EQ(row_of<T>(kind, code)
-                    .kernels.at[op](*owned, {got.data() + offset, n, ld, got.data(), ld, alpha,
-                                             beta}),
+                    .kernels.at[op](*owned,
+                                    {got.data() + offset, n, ld, got.data(), ld, alpha, beta}),
                 0);
       EXPECT_SAME_ARRAYS(got, want);
     }

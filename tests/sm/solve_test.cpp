@@ -178,8 +178,9 @@ void expect_same_forms(int order, int reach, bool gaps) {
     EXPECT_EQ(blocks.rows != nullptr, !gaps && form >= triangle_form::rows);
     if (form == triangle_form::listed_blocks) EXPECT_NE(blocks.records[0].strip, nullptr);
     array<T> y(x.size());
-    const auto status = nevrad::sm_panels<Side, nevrad::diagonal::stored, Layout>(
-        blocks, x.data(), n, ld, y.data(), ld, make<T>(0.5));
+    const auto status =
+        nevrad::sm_panels<Side, nevrad::diagonal::stored, Layout>(blocks, x.data(), n, ld, y.data(),
+                                                                  ld, make<T>(0.5));
     ASSERT_EQ(status, 0);
     if (form == triangle_form::blocks) {
       want = y;

@@ -35,8 +35,8 @@ struct matrix {
     return all;
   }
 
-  // The pointers as callers pass them: in two arrays, or in one that serves as both, which calls may
-  // take without copying the matrix. For packed lines only.
+  // The pointers as callers pass them: in two arrays, or in one that serves as both, which calls
+  // may take without copying the matrix. For packed lines only.
   struct pointer_arrays {
     array<int> all;
     const int* begin;
