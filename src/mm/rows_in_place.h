@@ -122,12 +122,14 @@ void mm_rows_direct(const compressed_matrix<T>& a,
                     std::int32_t lo,
                     std::int32_t hi,
                     const mm_operands<T>& o) {
+  // Real columns behind the last whole chunk round as those within, so narrower chunks take them.
   constexpr int chunk = mm_chunk<T>;
+  const std::int32_t in_chunks = is_complex<T> ? o.n / chunk * chunk : o.n;
   const std::int32_t at_once = rows_at_once<T>(o.n);
   for (std::int32_t r = lo; r < hi; r += at_once) {
     const std::int32_t stop = std::min(r + at_once, hi);
     T* const c = line_at(o.c, r, o.ldc);
-    std::int32_t j = for_each_chunk<T>(o.n / chunk * chunk, [&](auto w, std::int32_t at) {
+    std::int32_t j = for_each_chunk<T>(in_chunks, [&](auto w, std::int32_t at) {
       const strided_rows<w(), T> rows{o.b + at, o.ldb};
       direct_rows<w()>(a, r, stop, rows, c + at, o.ldc, o.alpha, o.beta);
     });
