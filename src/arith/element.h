@@ -47,6 +47,10 @@ enum class triangle : bool { lower, upper };
 enum class diagonal : bool { stored, unit };
 enum class dense_layout : bool { row_major, column_major };
 
+// What the conjugating operation of a table asks of an element: the identity for real types.
+template <class T>
+inline constexpr conjugation conjugated = is_complex<T> ? conjugation::yes : conjugation::no;
+
 constexpr triangle opposite(triangle side) {
   return side == triangle::lower ? triangle::upper : triangle::lower;
 }

@@ -50,11 +50,11 @@ constexpr mm_slots<T> csrmm_slots() {
       return {{sorted_gate<T, Layout>, transposing_gate<T, Layout>, transposing_gate<T, Layout>}};
     }
   } else if constexpr (Structure == 'D' && Ones == 'N') {
-    constexpr auto conjugated = is_complex<T> ? conjugation::yes : conjugation::no;
     constexpr bool cols = Layout == 'F';
     constexpr mm_kernel<T> serial = cols ? diag_mm_cols_serial<T> : diag_mm_rows_serial<T>;
-    return {{serial, serial,
-             cols ? diag_mm_cols_parallel<conjugated, T> : diag_mm_rows_parallel<conjugated, T>}};
+    return {
+        {serial, serial,
+         cols ? diag_mm_cols_parallel<conjugated<T>, T> : diag_mm_rows_parallel<conjugated<T>, T>}};
   } else if constexpr (Structure == 'D') {
     constexpr bool cols = Layout == 'F';
     constexpr mm_kernel<T> serial = cols ? unit_mm_cols_serial<T> : unit_mm_rows_serial<T>;
@@ -99,12 +99,12 @@ constexpr mm_slots<T> cscmm_slots() {
       return {{plain, transposed, transposed}};
     }
   } else if constexpr (Structure == 'D' && Ones == 'N') {
-    constexpr auto conjugated = is_complex<T> ? conjugation::yes : conjugation::no;
     constexpr bool cols = Layout == 'F';
     constexpr mm_kernel<T> plain = cols ? diag_mm_cols_parallel<conjugation::no, T>
                                         : diag_mm_rows_parallel<conjugation::no, T>;
-    return {{plain, plain,
-             cols ? diag_mm_cols_parallel<conjugated, T> : diag_mm_rows_parallel<conjugated, T>}};
+    return {
+        {plain, plain,
+         cols ? diag_mm_cols_parallel<conjugated<T>, T> : diag_mm_rows_parallel<conjugated<T>, T>}};
   } else if constexpr (Structure == 'D') {
     constexpr mm_kernel<T> plain =
         Layout == 'F' ? unit_mm_cols_parallel<T> : unit_mm_rows_parallel<T>;

@@ -1,21 +1,10 @@
 // How the descriptor-driven products choose the thread budget from the matrix at hand.
 #pragma once
 
-#include "frame/budget.h"
 #include "frame/checks.h"
+#include "frame/policy.h"
 
 namespace nevrad {
-
-// Entries per possible entry, as two divisions in this order.
-inline double matrix_density(std::int32_t nnz, int m, int k) {
-  return static_cast<double>(nnz) / static_cast<double>(m) / static_cast<double>(k);
-}
-
-// Lowers the budget of the whole process to `wanted` when it is above; never raises it, and nobody
-// restores it.
-inline status lower_thread_budget(int wanted) {
-  return current_thread_budget() > wanted ? set_thread_budget(wanted) : success;
-}
 
 // Eight threads for a matrix with enough entries, densely enough, one for all others and for every
 // diagonal matrix.

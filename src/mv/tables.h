@@ -24,11 +24,6 @@ using csrmv_slots = kernel_slots<mv_kernel<T>, 3>;
 template <class T>
 using cscmv_slots = kernel_slots<mv_kernel<T>, 6>;
 
-// What conjugation and the Hermitian structure come down to in a type: in a real one conjugation is
-// the identity, so that a form with it is the form without.
-template <class T>
-inline constexpr conjugation conjugated = is_complex<T> ? conjugation::yes : conjugation::no;
-
 template <class T>
 constexpr sym_mode mode_in(sym_mode upper_mode, triangle side) {
   return on_side(is_complex<T> ? upper_mode : sym_mode::symmetric_upper, side);

@@ -58,10 +58,6 @@ row_range row_of(const compressed_matrix<T>& a, std::int32_t i) {
           static_cast<std::int64_t>(a.end[i]) - a.base};
 }
 
-// Real elements have no conjugate, so their forms are one.
-template <class T>
-inline constexpr conjugation conjugated = is_complex<T> ? conjugation::yes : conjugation::no;
-
 template <conjugation C, class T>
 status transposed_copy(const compressed_matrix<T>& source, scoped_matrix<T>& copy) {
   if constexpr (C == conjugation::yes) {

@@ -12,29 +12,25 @@ namespace nevrad {
 template <class T>
 using sv_row = descra_row<sv_kernel<T>>;
 
-// Conjugation of slot 2: real types have no kernel of their own there.
-template <class T>
-inline constexpr conjugation conjugated_slot = is_complex<T> ? conjugation::yes : conjugation::no;
-
 template <class T, triangle Side, diagonal D>
 constexpr kernel_slots<sv_kernel<T>, 3> csr_solves() {
   return by_operation<T, sv_kernel<T>>(csr_tri_solve<Side, D, T>,
                                        csr_tri_solve_transposed<Side, D, conjugation::no, T>,
-                                       csr_tri_solve_transposed<Side, D, conjugated_slot<T>, T>);
+                                       csr_tri_solve_transposed<Side, D, conjugated<T>, T>);
 }
 
 template <class T, triangle Side, diagonal D>
 constexpr kernel_slots<sv_kernel<T>, 3> csc_solves() {
   return by_operation<T, sv_kernel<T>>(csc_tri_solve<Side, D, T>,
                                        csc_tri_solve_transposed<Side, D, conjugation::no, T>,
-                                       csc_tri_solve_transposed<Side, D, conjugated_slot<T>, T>);
+                                       csc_tri_solve_transposed<Side, D, conjugated<T>, T>);
 }
 
 template <class T, diagonal D>
 constexpr kernel_slots<sv_kernel<T>, 3> diagonal_solves() {
   if constexpr (D == diagonal::stored) {
     return by_symmetry<T, sv_kernel<T>>(diag_solve<conjugation::no, T>,
-                                        diag_solve<conjugated_slot<T>, T>);
+                                        diag_solve<conjugated<T>, T>);
   } else {
     return same_for_all<sv_kernel<T>>(diag_solve_unit<T>);
   }
