@@ -21,6 +21,12 @@ class sorted_rows {
   status sort(const compressed_matrix<T>& source);
   const owned_matrix<T>& get() const { return record_; }
 
+  // Gives back what sorting took, unless the rows in use lie in it: what follows may need it.
+  void release_unread(bool rows_in_use) {
+    const bool reads_copy = copy_.get() != nullptr && record_.indices == copy_->indices;
+    if (!(rows_in_use && reads_copy)) owned_csr_free(copy_.release());
+  }
+
  private:
   compressed_matrix<T> record_{};
   scoped_matrix<T> copy_;

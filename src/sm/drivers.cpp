@@ -38,6 +38,7 @@ status sm_driver(const compressed_matrix<T>& a,
   sm_blocks<T> blocks;
   const status built = build_blocks<Side>(a.sorted == 0 ? sorted.get() : a, blocks);
   if (built != success) return built;
+  sorted.release_unread(blocks.rows != nullptr);
   const int budget = current_thread_budget();
   if (budget == 1) {
     return sm_panels<Side, Diagonal, Layout>(blocks, x, n, ldx, y, ldy, alpha);
