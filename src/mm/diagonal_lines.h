@@ -74,10 +74,9 @@ NEVRAD_INLINE void diag_update_line(std::int32_t length,
     const auto scale = broadcast<W>(to_lane(beta));
     const auto d = diag.template at<W>(i);
     store(c + i, diag_updated(load<W>(c + i), d, load<W>(b + i), scale));
-    i += W;
   };
-  while (whole - i >= wide) update(std::integral_constant<int, wide>{});
-  while (whole - i >= diag_step) update(std::integral_constant<int, diag_step>{});
+  for (; whole - i >= wide; i += wide) update(std::integral_constant<int, wide>{});
+  for (; whole - i >= diag_step; i += diag_step) update(std::integral_constant<int, diag_step>{});
   for (; i < length; ++i)
     diag_update_element(c + i, to_element(diag.template at<1>(i)), b + i, beta);
 }

@@ -24,14 +24,14 @@ void dense_scale_lines(std::int32_t lines, std::int32_t length, T beta, T* c, st
 
 // Column-major B and C. Each thread has its own rows.
 template <class T>
-status mm_cols_parallel(const compressed_matrix<T>& a, const mm_operands<T>& dense);
+status mm_cols_parallel(const compressed_matrix<T>& a, const mm_operands<T>& o);
 template <class T>
-status mm_cols_serial(const compressed_matrix<T>& a, const mm_operands<T>& dense);
+status mm_cols_serial(const compressed_matrix<T>& a, const mm_operands<T>& o);
 
 // Row-major B and C. A sparse matrix runs without any allocation.
 template <class T>
-status mm_rows_parallel(const compressed_matrix<T>& a, const mm_operands<T>& dense);
+status mm_rows_parallel(const compressed_matrix<T>& a, const mm_operands<T>& o);
 template <class T>
-status mm_rows_serial(const compressed_matrix<T>& a, const mm_operands<T>& dense);
+status mm_rows_serial(const compressed_matrix<T>& a, const mm_operands<T>& o);
 
 }  // namespace nevrad
