@@ -42,6 +42,7 @@ struct options {
   settings how;
   bool no_peers = false;
   bool quiet = false;
+  double progress_seconds = 5;
   std::string json;
   std::string plot;
 };
@@ -104,11 +105,14 @@ std::vector<request> span_cases(const options& chosen) {
   return all;
 }
 
-// Says on the error stream how far a long run is: in one line on a terminal, else after a
-// second and every five.
+// Says on the error stream how far a long run is: in one line on a terminal, else in a line every
+// few seconds, the first after one at the latest.
 class reporter {
  public:
-  reporter(bool quiet, std::size_t cases) : quiet_(quiet), cases_(static_cast<double>(cases)) {}
+  reporter(const options& chosen, std::size_t cases)
+      : quiet_(chosen.quiet),
+        interval_(chosen.progress_seconds),
+        cases_(static_cast<double>(cases)) {}
   ~reporter() {
     if (shown_ && terminal_) std::fputs("\r\033[K", stderr);
   }
@@ -119,7 +123,8 @@ class reporter {
     using clock = std::chrono::steady_clock;
     const auto now = clock::now();
     const double seconds = std::chrono::duration<double>(now - last_).count();
-    if (quiet_ || seconds < (terminal_ ? 0.2 : (shown_ ? 5.0 : 1.0))) return;
+    const double wait = terminal_ ? 0.2 : (shown_ ? interval_ : std::min(interval_, 1.0));
+    if (quiet_ || seconds < wait) return;
     last_ = now;
     const auto percent = static_cast<int>(100 * (finished_ + share_of_case) / cases_);
     fmt::print(stderr, "{}nevrad-bench: {:3d}% {}{}", terminal_ ? "\r\033[K" : "", percent, name,
@@ -131,6 +136,7 @@ class reporter {
 
  private:
   bool quiet_;
+  double interval_;
   double cases_;
   double finished_ = 0;
   bool terminal_ = isatty(STDERR_FILENO) == 1;
@@ -143,7 +149,7 @@ std::vector<measurement> run_cases(const options& chosen, const bench::any_matri
   std::vector<measurement> all;
   std::set<std::string> refusals;
   {
-    reporter out(chosen.quiet, cases.size() * chosen.threads.size());
+    reporter out(chosen, cases.size() * chosen.threads.size());
     for (const request& wanted : cases) {
       try {
         task made = make_task(wanted, a);
@@ -254,6 +260,10 @@ void add_options(CLI::App& app, options& chosen) {
       ->capture_default_str();
   app.add_flag("--no-peers", chosen.no_peers, "time the library alone");
   app.add_flag("-q,--quiet", chosen.quiet, "no progress on the error stream");
+  app.add_option("--progress", chosen.progress_seconds,
+                 "seconds between lines of progress where the error stream is no terminal")
+      ->check(CLI::Range(0.0, 3600.0))
+      ->capture_default_str();
   app.add_option("--json", chosen.json, "write the results to this file; - for standard output");
   app.add_option("--plot", chosen.plot, "write a roofline plot to this file (.svg, .png)");
 }
