@@ -1,4 +1,4 @@
-// Prefetch hints for reading, by cache level and by how long the line is wanted.
+// Prefetch hints: for reading by cache level and by how long the line is wanted, and for writing.
 #pragma once
 
 #include "arith/products.h"
@@ -29,5 +29,8 @@ NEVRAD_INLINE void prefetch(const void* p, std::ptrdiff_t bytes) {
   __builtin_prefetch(reinterpret_cast<const void*>(address), 0, locality);
 #endif
 }
+
+// Asks for the cache line of `p`, to be written soon and kept.
+NEVRAD_INLINE void prefetch_for_write(const void* p) { __builtin_prefetch(p, 1, 3); }
 
 }  // namespace nevrad

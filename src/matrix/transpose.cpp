@@ -1,5 +1,6 @@
 #include "matrix/transpose.h"
 
+#include "arith/prefetch.h"
 #include "arith/products.h"
 #include "frame/regions.h"
 
@@ -32,10 +33,17 @@ void place_lines(const transposition<T>& job) {
   for (std::int32_t c = 0; c < job.result_lines; ++c) p[c + 2] = p[c + 1] + job.count[c];
 }
 
-// Sends every entry whose line `owned` names to that line. Source lines go in ascending order, so
-// the lines of the result ascend.
-template <conjugation C, class T, class Owned>
-void scatter_entries(const transposition<T>& job, const Owned& owned) {
+// Where an entry goes is fetched this many entries before. That pays from this many bytes of result
+// on, which do not stay in the second-level cache, and from this many entries a line: fewer places
+// at a time are left to the hardware.
+constexpr std::int64_t fetched_ahead = 16;
+constexpr std::int64_t fetched_from = std::int64_t{1} << 20;
+constexpr std::int64_t fetched_line = 8;
+
+// Sends the entries of source line i whose line `owned` names to that line. With Fetch, the
+// positions up to fetched_ahead behind the line hold indices.
+template <conjugation C, bool Fetch, class T, class Owned>
+NEVRAD_INLINE void scatter_line(const transposition<T>& job, const Owned& owned, std::int32_t i) {
   const compressed_matrix<T>& source = job.source;
   const std::int32_t base = source.base;
   const std::int32_t* const indices = source.indices;
@@ -43,14 +51,38 @@ void scatter_entries(const transposition<T>& job, const Owned& owned) {
   std::int32_t* const next = job.result.begin + 1;
   std::int32_t* const to_indices = job.result.indices;
   T* const to_values = job.result.values;
+  const std::int64_t last = source.end[i] - base;
+  for (std::int64_t e = source.begin[i] - base; e < last; ++e) {
+    if constexpr (Fetch) {
+      const std::int32_t later = indices[e + fetched_ahead] - base;
+      if (owned(later)) {
+        prefetch_for_write(to_values + next[later]);
+        prefetch_for_write(to_indices + next[later]);
+      }
+    }
+    const std::int32_t c = indices[e] - base;
+    if (!owned(c)) continue;
+    const std::int32_t slot = next[c]++;
+    to_indices[slot] = i;
+    to_values[slot] = conj_if<C>(values[e]);
+  }
+}
+
+// Source lines go in ascending order, so the lines of the result ascend. The positions below the
+// number of entries hold indices, in whatever order the lines lie there: they have been counted.
+template <conjugation C, class T, class Owned>
+void scatter_entries(const transposition<T>& job, const Owned& owned) {
+  const compressed_matrix<T>& source = job.source;
+  const std::int64_t entries = source.end[job.source_lines - 1] - source.begin[0];
+  constexpr std::int64_t entry_size = sizeof(T) + sizeof(std::int32_t);
+  const bool fetched =
+      entries * entry_size >= fetched_from && entries >= fetched_line * job.source_lines;
+  const std::int64_t fetched_end = fetched ? entries - fetched_ahead + source.base : 0;
   for (std::int32_t i = 0; i < job.source_lines; ++i) {
-    const std::int64_t last = source.end[i] - base;
-    for (std::int64_t e = source.begin[i] - base; e < last; ++e) {
-      const std::int32_t c = indices[e] - base;
-      if (!owned(c)) continue;
-      const std::int32_t slot = next[c]++;
-      to_indices[slot] = i;
-      to_values[slot] = conj_if<C>(values[e]);
+    if (source.end[i] <= fetched_end) {
+      scatter_line<C, true>(job, owned, i);
+    } else {
+      scatter_line<C, false>(job, owned, i);
     }
   }
 }
