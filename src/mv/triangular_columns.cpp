@@ -74,11 +74,12 @@ status tri_mv_columns_driver(const compressed_view<T>& a, const T* x, T* y, T al
 
 template <triangle Side, diagonal Ones, conjugation C, class T>
 status tri_mv_dots_driver(const compressed_view<T>& a, const T* x, T* y, T alpha, T beta) {
-  constexpr dispatch schedule = Side == triangle::upper ? dispatch::guided : dispatch::dynamic;
-  for_each_dispatched_on_team<schedule, 8>(current_thread_budget(), a.cols,
-                                           [&](int /*thread*/, std::int32_t c) {
-                                             tri_mv_dot<Side, Ones, C>(a, c, x, y, alpha, beta);
-                                           });
+  const auto dot = [&](int /*thread*/, std::int32_t c) {
+    tri_mv_dot<Side, Ones, C>(a, c, x, y, alpha, beta);
+  };
+  // No column depends on another, so the result does not show the schedule. Handing out blocks of
+  // one size keeps breaking both threads' streams: slower than one thread.
+  for_each_dispatched_on_team<dispatch::guided, 8>(current_thread_budget(), a.cols, dot);
   return success;
 }
 
