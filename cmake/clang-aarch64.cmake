@@ -19,8 +19,9 @@ if(NOT EXISTS ${NEVRAD_AARCH64_OPENMP}/libomp.so)
 endif()
 get_filename_component(NEVRAD_OPENMP_RPATH ${NEVRAD_AARCH64_OPENMP} ABSOLUTE)
 
-set(CMAKE_C_FLAGS_INIT "-march=armv8.3-a")
-set(CMAKE_CXX_FLAGS_INIT "-march=armv8.3-a")
+# All cores; atomic operations without the helpers of the compiler's runtime library.
+set(CMAKE_C_FLAGS_INIT "-march=armv8-a -mno-outline-atomics")
+set(CMAKE_CXX_FLAGS_INIT "-march=armv8-a -mno-outline-atomics")
 foreach(kind EXE SHARED MODULE)
   set(CMAKE_${kind}_LINKER_FLAGS_INIT "-fuse-ld=lld -L${NEVRAD_OPENMP_RPATH}")
 endforeach()

@@ -14,6 +14,19 @@ endforeach()
 # What is not written fused must not be fused, in the tests and peers as well.
 add_compile_options(-ffp-contract=off)
 
+# Whether the flags ask for AArch64 cores of which some lack the complex rotations.
+include(CheckCXXSourceCompiles)
+set(CMAKE_REQUIRED_QUIET ON)
+check_cxx_source_compiles([[
+#if !defined(__aarch64__) || defined(__ARM_FEATURE_COMPLEX)
+#error one form of the complex kernels serves all of them
+#endif
+int main() {}
+]] NEVRAD_TWO_FORMS)
+if(NEVRAD_TWO_FORMS)
+  message(STATUS "Complex kernels: two forms, of which the library chooses when it is loaded")
+endif()
+
 # Other spellings of the flag, from the environment or a cache, would bring another runtime.
 if("${CMAKE_CXX_FLAGS} ${CMAKE_EXE_LINKER_FLAGS} ${CMAKE_SHARED_LINKER_FLAGS}"
    MATCHES "-fopenmp=lib(gomp|iomp5)|-l(gomp|iomp5)")

@@ -22,17 +22,18 @@ set(CPACK_DEBIAN_PACKAGE_MAINTAINER "The nevrad developers <maintainers@nevrad.e
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 if(CMAKE_SYSTEM_PROCESSOR STREQUAL "aarch64")
   set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE arm64)
-  set(processor "the instructions of Armv8.3-A")
+  set(processor "It runs on every core of this architecture, and uses the complex rotations of
+Armv8.3-A where a core has them.")
 else()
   set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE amd64)
-  set(processor "the instructions of x86-64-v3")
+  set(processor "The library needs a processor with the instructions of x86-64-v3.")
 endif()
 set(about "It computes products of CSR and CSC matrices with vectors and dense
 matrices, triangular solves, and sums and products of sparse matrices, in
 four element types and on OpenMP threads. The rounding of every operation
 is fixed and documented, and the same on all architectures.
 
-The library needs a processor with ${processor}.
+${processor}
 ")
 
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME libnevrad${PROJECT_VERSION_MAJOR})

@@ -4,7 +4,20 @@
 #include <cstddef>
 #include <cstdint>
 
+// Some cores of AArch64 rotate complex products in one instruction. A build for the others as well
+// compiles its sources twice (NEVRAD_TWO_FORMS): for all cores, and once more for those that
+// rotate, complex types alone. The second compilation has complex records of its own, so that each
+// of its instances over them has a name of its own: none is linked in the place of one for all
+// cores.
+#if defined(NEVRAD_TWO_FORMS) && defined(__ARM_FEATURE_COMPLEX)
+#define NEVRAD_SECOND_FORM 1
+#endif
+
 namespace nevrad {
+
+#if defined(__ARM_FEATURE_COMPLEX)
+inline namespace rotating {
+#endif
 
 // A complex element as the caller's arrays hold it: real part first. Our own record, because the
 // operators of std::complex repair NaN and leave the rounding of a product open.
@@ -13,6 +26,10 @@ struct complex {
   R re;
   R im;
 };
+
+#if defined(__ARM_FEATURE_COMPLEX)
+}  // namespace rotating
+#endif
 
 using complex32 = complex<float>;
 using complex64 = complex<double>;
@@ -58,6 +75,10 @@ constexpr triangle opposite(triangle side) {
 }  // namespace nevrad
 
 // The one list of type letters. X(letter, element type) stands for the code of one type.
+#if defined(NEVRAD_SECOND_FORM)
+#define NEVRAD_FOR_EACH_REAL(X)
+#else
 #define NEVRAD_FOR_EACH_REAL(X) X(s, float) X(d, double)
+#endif
 #define NEVRAD_FOR_EACH_COMPLEX(X) X(c, ::nevrad::complex32) X(z, ::nevrad::complex64)
 #define NEVRAD_FOR_EACH_TYPE(X) NEVRAD_FOR_EACH_REAL(X) NEVRAD_FOR_EACH_COMPLEX(X)

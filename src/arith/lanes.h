@@ -2,7 +2,8 @@
 //
 // One text for both targets: compiler vectors give fmla and fmla by lane on AArch64 and 256-bit
 // fused operations on x86-64. Complex rotations are the exception; rotate() comes from one of two
-// files. Functions take lanes by value and are always inlined, so no lane goes through memory.
+// files, by whether the cores have them. Functions take lanes by value and are always inlined, so
+// no lane goes through memory.
 #pragma once
 
 #include "arith/products.h"
@@ -186,13 +187,47 @@ NEVRAD_INLINE lanes<T, W> multiply_fused(lanes<T, W> a, lanes<T, W> b) {
 
 }  // namespace nevrad
 
-#if defined(__aarch64__)
+#if defined(__ARM_FEATURE_COMPLEX)
 #include "arith/rotate_aarch64.h"
 #else
 #include "arith/rotate_portable.h"
 #endif
 
 namespace nevrad {
+
+// Keeps the loads of `next` ahead of what is done with `acc` from here on: no instruction, but the
+// compiler's scheduler, which would sink each load to its first use, does not cross it. That of
+// x86-64 leaves the loads where they are.
+template <class T, int W>
+NEVRAD_INLINE void load_ahead(lanes<T, W>& acc, lanes<T, W>& next) {
+#if defined(__aarch64__)
+  using piece = typename detail::vector_of<float, 4>::type;
+  constexpr int pieces = sizeof(acc.v) / sizeof(piece);
+  if constexpr (pieces > 4) {
+    return;  // wide lanes have chains enough, and would not fit twice
+  } else if constexpr (pieces == 0) {
+    asm volatile("" : "+w"(acc.v), "+w"(next.v));
+  } else {
+    piece a[pieces], n[pieces];
+    __builtin_memcpy(a, &acc.v, sizeof a);
+    __builtin_memcpy(n, &next.v, sizeof n);
+    if constexpr (pieces == 1) {
+      asm volatile("" : "+w"(a[0]), "+w"(n[0]));
+    } else if constexpr (pieces == 2) {
+      asm volatile("" : "+w"(a[0]), "+w"(a[1]), "+w"(n[0]), "+w"(n[1]));
+    } else {
+      asm volatile(""
+                   : "+w"(a[0]), "+w"(a[1]), "+w"(a[2]), "+w"(a[3]), "+w"(n[0]), "+w"(n[1]),
+                     "+w"(n[2]), "+w"(n[3]));
+    }
+    __builtin_memcpy(&acc.v, a, sizeof a);
+    __builtin_memcpy(&next.v, n, sizeof n);
+  }
+#else
+  static_cast<void>(acc);
+  static_cast<void>(next);
+#endif
+}
 
 // acc + a b, or acc + conj(a) b. Real: one fused operation. Complex: rotations 0 and 90, or 0 and
 // 270, with a as the first operand.

@@ -58,31 +58,4 @@ NEVRAD_INLINE lanes<complex<R>, W> rotate(lanes<complex<R>, W> acc,
   return acc;
 }
 
-// Keeps the loads of `next` ahead of what is done with `acc` from here on: no instruction, but the
-// compiler's scheduler, which would sink each load to its first use, does not cross it.
-template <class T, int W>
-NEVRAD_INLINE void load_ahead(lanes<T, W>& acc, lanes<T, W>& next) {
-  constexpr int pieces = sizeof(acc.v) / sizeof(float32x4_t);
-  if constexpr (pieces > 4) {
-    return;  // wide lanes have chains enough, and would not fit twice
-  } else if constexpr (pieces == 0) {
-    asm volatile("" : "+w"(acc.v), "+w"(next.v));
-  } else {
-    float32x4_t a[pieces], n[pieces];
-    __builtin_memcpy(a, &acc.v, sizeof a);
-    __builtin_memcpy(n, &next.v, sizeof n);
-    if constexpr (pieces == 1) {
-      asm volatile("" : "+w"(a[0]), "+w"(n[0]));
-    } else if constexpr (pieces == 2) {
-      asm volatile("" : "+w"(a[0]), "+w"(a[1]), "+w"(n[0]), "+w"(n[1]));
-    } else {
-      asm volatile(""
-                   : "+w"(a[0]), "+w"(a[1]), "+w"(a[2]), "+w"(a[3]), "+w"(n[0]), "+w"(n[1]),
-                     "+w"(n[2]), "+w"(n[3]));
-    }
-    __builtin_memcpy(&acc.v, a, sizeof a);
-    __builtin_memcpy(&next.v, n, sizeof n);
-  }
-}
-
 }  // namespace nevrad

@@ -53,9 +53,4 @@ NEVRAD_INLINE lanes<complex<R>, W> rotate(lanes<complex<R>, W> acc,
   return acc;
 }
 
-// Keeps the loads of `next` ahead of what is done with `acc` from here on, where the target's
-// compiler would sink them.
-template <class T, int W>
-NEVRAD_INLINE void load_ahead(lanes<T, W>& /*acc*/, lanes<T, W>& /*next*/) {}
-
 }  // namespace nevrad

@@ -4,20 +4,34 @@
 //
 // defines `name`, which calls `body` with its arguments as they are, and `name_`, which takes every
 // value through a pointer, reads it once and calls `name`. Both are declared in nevrad.h, so the
-// compiler holds the list of arguments against the header.
+// compiler holds the list of arguments against the header. A complex entry of two forms goes on to
+// the second one, an entry of its own that is not exported, on a core that has the rotations.
 #pragma once
 
-#include "frame/status.h"
+#include "frame/core.h"
 
 #define NEVRAD_PUBLIC __attribute__((visibility("default")))
 
+#if defined(NEVRAD_SECOND_FORM)
+#define NEVRAD_ENTRY(name, body, ...)                                                             \
+  extern "C" ::nevrad::status nevrad_rotating_##name(NEVRAD_MAP(NEVRAD_PARAMETER, __VA_ARGS__)) { \
+    return body(NEVRAD_MAP(NEVRAD_ARGUMENT, __VA_ARGS__));                                        \
+  }
+#else
 #define NEVRAD_ENTRY(name, body, ...)                                                            \
+  extern "C" ::nevrad::status nevrad_rotating_##name(NEVRAD_MAP(NEVRAD_PARAMETER, __VA_ARGS__)); \
   extern "C" NEVRAD_PUBLIC ::nevrad::status name(NEVRAD_MAP(NEVRAD_PARAMETER, __VA_ARGS__)) {    \
+    if constexpr (::nevrad::two_forms && ::nevrad::takes_complex(name)) {                        \
+      if (::nevrad::core_rotates) {                                                              \
+        return nevrad_rotating_##name(NEVRAD_MAP(NEVRAD_ARGUMENT, __VA_ARGS__));                 \
+      }                                                                                          \
+    }                                                                                            \
     return body(NEVRAD_MAP(NEVRAD_ARGUMENT, __VA_ARGS__));                                       \
   }                                                                                              \
   extern "C" NEVRAD_PUBLIC ::nevrad::status name##_(NEVRAD_MAP(NEVRAD_REFERENCE, __VA_ARGS__)) { \
     return name(NEVRAD_MAP(NEVRAD_DEREFERENCED, __VA_ARGS__));                                   \
   }
+#endif
 
 #define NEVRAD_PARAMETER(kind, type, name) NEVRAD_PARAMETER_##kind(type, name)
 #define NEVRAD_PARAMETER_value(type, name) type name

@@ -15,3 +15,8 @@ if(NOT NEVRAD_SANITIZER)
     $<TARGET_SONAME_FILE:nevrad> ${PROJECT_SOURCE_DIR}/include
     ${CMAKE_CURRENT_SOURCE_DIR}/abi/nevrad.abi)
 endif()
+
+# The shared library on a core without the complex rotations.
+if(NEVRAD_TWO_FORMS AND CMAKE_CROSSCOMPILING)
+  nevrad_test_run(abi_cortex-a72 TARGET nevrad_abi_tests CORE cortex-a72)
+endif()
