@@ -18,17 +18,18 @@ template <class T>
 class column_panels {
  public:
   column_panels(const compressed_matrix<T>& a, const mm_operands<T>& o, T* store, int parts)
-      : store_(store), rows_(a.cols), window_(window_rows(a)) {
-    constexpr int widest = mm_chunk<T>;
-    const std::int64_t panel = std::min<std::int64_t>(widest, o.n / 4 * 4);
-    const bool room = window_ * panel * parts <= std::int64_t{rows_} * o.n;
+      : store_(store),
+        rows_(a.cols),
+        window_(window_rows(a)),
+        window_size_(std::int64_t{window_} * std::min(mm_chunk<T>, o.n / 4 * 4)) {
+    const bool room = window_size_ * parts <= std::int64_t{rows_} * o.n;
     shared_ = parts > 1 && (window_ == rows_ || !room);
   }
 
   bool shared() const { return shared_; }
   column_panels of_part(int part) const {
     column_panels own = *this;
-    if (!shared_) own.store_ += std::int64_t{part} * window_ * mm_chunk<T>;
+    if (!shared_) own.store_ += part * window_size_;
     return own;
   }
 
@@ -45,6 +46,7 @@ class column_panels {
   T* store_;
   std::int32_t rows_;
   std::int32_t window_;
+  std::int64_t window_size_;  // elements of the widest panel's rows in a window
   bool shared_ = false;
 };
 

@@ -1,10 +1,13 @@
 // Each allocation of a product failing in turn: status 2, nothing lost, and C in a documented
 // state.
+#include "mm/panels.h"
+
 #include "support/allocator.h"
 #include "support/oracle.h"
 #include "support/threads.h"
 
 #include <iterator>
+#include <numeric>
 
 namespace nevrad_test {
 namespace {
@@ -109,6 +112,25 @@ TYPED_TEST(failing_mm, leaves_c_as_documented) {
     if (round % 2 != 0) EXPECT_EQ(calls, calls_of_copy);
     calls_of_copy = calls;
   }
+}
+
+// Two threads pack what their rows need of B side by side into one store. In a band their parts are
+// small, and here the second one just fits in behind the first.
+TYPED_TEST(failing_mm, keeps_the_panels_of_all_threads_within_their_store) {
+  using T = TypeParam;
+  constexpr int n = 4;
+  const int order = 64 * nevrad::mm_chunk<T> + 76;
+  array<int> begin(order + 1);
+  std::iota(begin.begin(), begin.end(), 1);
+  const array<T> values(n * order, make<T>(1));
+  array<T> c(n * order, make<T>(3));
+  const budget_scope budget(2);
+  const allocator_scope memory;
+  ASSERT_EQ(csrmm<T>(0, order, n, order, make<T>(1), "G00F", values.data(), begin.data(),
+                     begin.data(), begin.data() + 1, values.data(), order, make<T>(1), c.data(),
+                     order),
+            0);
+  for (const T& element : c) EXPECT_EQ(widen(element), wide_real<T>(4));
 }
 
 }  // namespace

@@ -3,8 +3,9 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdio>
+#include <cstring>
 #include <mutex>
-#include <unordered_set>
+#include <unordered_map>
 
 namespace nevrad_test {
 
@@ -18,7 +19,8 @@ struct ledger {
   int calls = 0;
   int refused = 0;
   std::uint64_t largest = 0;
-  std::unordered_set<void*> live;
+  int overrun = 0;
+  std::unordered_map<void*, std::uint64_t> live;  // and the bytes asked for
   long long all_refused = 0;
 
   ledger() = default;
@@ -32,12 +34,16 @@ ledger& book() {
   return the_ledger;
 }
 
-// One allocation by the rules of the scope in force.
+// What lies behind each block, to be found as it was when the block comes back.
+constexpr std::uint64_t fence_bytes = 64;
+constexpr unsigned char fence = 0xa5;
+
+// One allocation by the rules of the scope in force; real(bytes) makes it.
 template <class Allocate>
 void* allocate(std::uint64_t size, const Allocate& real) {
   ledger& b = book();
   const std::lock_guard<std::mutex> hold(b.lock);
-  if (!b.active) return real();
+  if (!b.active) return real(size);
   ++b.calls;
   b.largest = std::max(b.largest, size);
   const bool refuse = (b.mode == failing::once && b.calls == b.n) ||
@@ -48,9 +54,24 @@ void* allocate(std::uint64_t size, const Allocate& real) {
     ++b.all_refused;
     return nullptr;
   }
-  void* const p = real();
-  if (p != nullptr) b.live.insert(p);
+  const std::uint64_t fenced = size + fence_bytes;
+  void* const p = fenced < size ? nullptr : real(fenced);
+  if (p != nullptr) {
+    std::memset(static_cast<unsigned char*>(p) + size, fence, fence_bytes);
+    b.live[p] = size;
+  }
   return p;
+}
+
+void take_back(void* p) {
+  ledger& b = book();
+  const std::lock_guard<std::mutex> hold(b.lock);
+  const auto block = b.live.find(p);
+  if (block == b.live.end()) return;
+  const unsigned char* const behind = static_cast<const unsigned char*>(p) + block->second;
+  const bool kept = std::all_of(behind, behind + fence_bytes, [](auto c) { return c == fence; });
+  b.overrun += kept ? 0 : 1;
+  b.live.erase(block);
 }
 
 }  // namespace
@@ -64,12 +85,14 @@ allocator_scope::allocator_scope(failing mode, int n) {
   b.calls = 0;
   b.refused = 0;
   b.largest = 0;
+  b.overrun = 0;
   b.live.clear();
 }
 
 allocator_scope::~allocator_scope() {
   const std::lock_guard<std::mutex> hold(book().lock);
   book().active = false;
+  EXPECT_EQ(book().overrun, 0) << "blocks written behind their end";
 }
 
 int allocator_scope::calls() const {
@@ -103,23 +126,22 @@ void* __real_aligned_alloc(std::size_t alignment, std::size_t size);
 void __real_free(void* p);
 
 void* __wrap_malloc(std::size_t size) {
-  return nevrad_test::allocate(size, [=] { return __real_malloc(size); });
+  return nevrad_test::allocate(size, [](std::size_t bytes) { return __real_malloc(bytes); });
 }
 
 void* __wrap_calloc(std::size_t count, std::size_t size) {
-  return nevrad_test::allocate(count * size, [=] { return __real_calloc(count, size); });
+  return nevrad_test::allocate(count * size,
+                               [](std::size_t bytes) { return __real_calloc(bytes, 1); });
 }
 
 void* __wrap_aligned_alloc(std::size_t alignment, std::size_t size) {
-  return nevrad_test::allocate(size, [=] { return __real_aligned_alloc(alignment, size); });
+  return nevrad_test::allocate(size, [=](std::size_t bytes) {
+    return __real_aligned_alloc(alignment, bytes);
+  });
 }
 
 void __wrap_free(void* p) {
-  {
-    nevrad_test::ledger& b = nevrad_test::book();
-    const std::lock_guard<std::mutex> hold(b.lock);
-    b.live.erase(p);
-  }
+  nevrad_test::take_back(p);
   __real_free(p);
 }
 }

@@ -1,4 +1,5 @@
-// An allocator that fails on demand, and that notices what is not given back.
+// An allocator that fails on demand, and that notices what is not given back and what is written
+// behind the end of a block.
 //
 // For the programs built of *_alloc_test.cpp, which are linked with --wrap: calls of malloc,
 // calloc, aligned_alloc and free from the library's objects come here. Those of libomp and of the
