@@ -25,8 +25,10 @@
       if (::nevrad::core_rotates) {                                                              \
         return nevrad_rotating_##name(NEVRAD_MAP(NEVRAD_ARGUMENT, __VA_ARGS__));                 \
       }                                                                                          \
+      [[clang::noinline]] return body(NEVRAD_MAP(NEVRAD_ARGUMENT, __VA_ARGS__));                 \
+    } else {                                                                                     \
+      return body(NEVRAD_MAP(NEVRAD_ARGUMENT, __VA_ARGS__));                                     \
     }                                                                                            \
-    return body(NEVRAD_MAP(NEVRAD_ARGUMENT, __VA_ARGS__));                                       \
   }                                                                                              \
   extern "C" NEVRAD_PUBLIC ::nevrad::status name##_(NEVRAD_MAP(NEVRAD_REFERENCE, __VA_ARGS__)) { \
     return name(NEVRAD_MAP(NEVRAD_DEREFERENCED, __VA_ARGS__));                                   \
