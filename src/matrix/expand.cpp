@@ -284,12 +284,27 @@ status extract_triangle_conjugate_transposed(const compressed_matrix<T>& source,
   return extract_transposed<conjugation::yes, T>({source, side, ones}, out);
 }
 
+template <class T>
+expansion_form form_of(expansion<T> expand) {
+  using enum entry_use;
+  if (expand == extract_triangle<T>) return {plain, none, plain};
+  if (expand == extract_triangle_transposed<T>) return {none, plain, plain};
+  if constexpr (is_complex<T>) {
+    if (expand == expand_symmetric_conjugate<T>) return {conjugated, conjugated, conjugated};
+    if (expand == expand_hermitian<T>) return {plain, conjugated, plain};
+    if (expand == expand_hermitian_conjugate<T>) return {conjugated, plain, plain};
+    if (expand == extract_triangle_conjugate_transposed<T>) return {none, conjugated, conjugated};
+  }
+  return {plain, plain, plain};
+}
+
 #define NEVRAD_INSTANTIATE_ONE(name, T) \
   template status name(const compressed_matrix<T>&, triangle, diagonal, owned_matrix<T>**);
-#define NEVRAD_INSTANTIATE(letter, T)         \
-  NEVRAD_INSTANTIATE_ONE(expand_symmetric, T) \
-  NEVRAD_INSTANTIATE_ONE(extract_triangle, T) \
-  NEVRAD_INSTANTIATE_ONE(extract_triangle_transposed, T)
+#define NEVRAD_INSTANTIATE(letter, T)                    \
+  NEVRAD_INSTANTIATE_ONE(expand_symmetric, T)            \
+  NEVRAD_INSTANTIATE_ONE(extract_triangle, T)            \
+  NEVRAD_INSTANTIATE_ONE(extract_triangle_transposed, T) \
+  template expansion_form form_of(expansion<T>);
 NEVRAD_FOR_EACH_TYPE(NEVRAD_INSTANTIATE)
 #undef NEVRAD_INSTANTIATE
 #define NEVRAD_INSTANTIATE(letter, T)                   \

@@ -14,6 +14,15 @@
 
 namespace nevrad {
 
+// What becomes of a taken entry (i, c): at its own place, of its image at (c, i), and on the
+// diagonal, where the two are one.
+enum class entry_use { none, plain, conjugated };
+struct expansion_form {
+  entry_use own;
+  entry_use image;
+  entry_use on_diagonal;
+};
+
 template <class T>
 using expansion = status (*)(const compressed_matrix<T>& source,
                              triangle side,
@@ -65,5 +74,9 @@ status extract_triangle_conjugate_transposed(const compressed_matrix<T>& source,
                                              triangle side,
                                              diagonal ones,
                                              owned_matrix<T>** out);
+
+// Which of the seven an expansion is. It must be one of them.
+template <class T>
+expansion_form form_of(expansion<T> expand);
 
 }  // namespace nevrad

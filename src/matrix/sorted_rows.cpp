@@ -19,22 +19,28 @@ status reserve_transpose(std::int32_t rows,
 }  // namespace
 
 template <class T>
-bool rows_ascend(const compressed_matrix<T>& a) {
+bool rows_ascend(const compressed_matrix<T>& a, std::int32_t lo, std::int32_t hi) {
   const std::int32_t base = a.base;
   if (a.begin[0] != base) return false;
   const std::int32_t* const indices = a.indices;
   // Steps down from one row to the next are no fault, so they are counted apart.
+  const std::int32_t start = a.begin[lo] - base;
   std::int32_t between_rows = 0;
-  for (std::int32_t i = 0; i < a.rows; ++i) {
+  for (std::int32_t i = lo; i < hi; ++i) {
     const std::int32_t first = a.begin[i] - base;
     const std::int32_t last = a.end[i] - base;
     if (last < first) return false;
-    if (first > 0 && last > first) between_rows += indices[first - 1] > indices[first] ? 1 : 0;
+    if (first > start && last > first) between_rows += indices[first - 1] > indices[first] ? 1 : 0;
   }
   std::int32_t all = 0;
-  const std::int32_t last = a.end[a.rows - 1] - base - 1;
-  for (std::int32_t p = 0; p < last; ++p) all += indices[p] > indices[p + 1] ? 1 : 0;
+  const std::int32_t last = a.end[hi - 1] - base - 1;
+  for (std::int32_t p = start; p < last; ++p) all += indices[p] > indices[p + 1] ? 1 : 0;
   return all == between_rows;
+}
+
+template <class T>
+bool rows_ascend(const compressed_matrix<T>& a) {
+  return rows_ascend(a, 0, a.rows);
 }
 
 template <class T>
@@ -55,8 +61,9 @@ status sorted_rows<T>::sort(const compressed_matrix<T>& source) {
   return success;
 }
 
-#define NEVRAD_INSTANTIATE(letter, T)                     \
-  template bool rows_ascend(const compressed_matrix<T>&); \
+#define NEVRAD_INSTANTIATE(letter, T)                                                 \
+  template bool rows_ascend(const compressed_matrix<T>&);                             \
+  template bool rows_ascend(const compressed_matrix<T>&, std::int32_t, std::int32_t); \
   template class sorted_rows<T>;
 NEVRAD_FOR_EACH_TYPE(NEVRAD_INSTANTIATE)
 #undef NEVRAD_INSTANTIATE

@@ -11,6 +11,10 @@ namespace nevrad {
 template <class T>
 bool rows_ascend(const compressed_matrix<T>& a);
 
+// The same of rows lo up to but excluding hi.
+template <class T>
+bool rows_ascend(const compressed_matrix<T>& a, std::int32_t lo, std::int32_t hi);
+
 // Sorts by csr_sort_by_double_transpose, unless the rows ascend already: then `get` is the source
 // itself, in its base, flagged as sorted, and only the memory that sorting takes is asked for, so
 // that a call fails where sorting would fail. That memory is never touched, which costs nothing.

@@ -3,6 +3,7 @@
 #include "arith/dense.h"
 #include "frame/regions.h"
 #include "matrix/sorted_rows.h"
+#include "mm/block_room.h"
 #include "mm/columns_in_place.h"
 #include "mm/panels.h"
 #include "mm/rows_in_place.h"
@@ -14,26 +15,6 @@
 namespace nevrad {
 
 namespace {
-
-// What blocks of rows lo to hi - 1 take. The paths that leave the entries in place ask for it as
-// well, so that they fail where blocks fail; untouched, it costs nothing.
-template <class T>
-struct block_room {
-  scratch<std::int32_t> cursor;
-  scoped_matrix<T> blocks;
-
-  status take(const compressed_matrix<T>& a, std::int32_t lo, std::int32_t hi) {
-    const std::uint64_t rows = static_cast<std::uint64_t>(hi - lo);
-    cursor = scratch<std::int32_t>(rounded_aligned_alloc(cache_line, rows * sizeof(std::int32_t)));
-    if (!cursor) return alloc_failed;
-    return column_blocks_alloc(hi - lo, entries_of(a, lo, hi), block_count(a.cols, mm_block_cols),
-                               blocks.out());
-  }
-
-  static std::int32_t entries_of(const compressed_matrix<T>& a, std::int32_t lo, std::int32_t hi) {
-    return hi > lo ? a.end[hi - 1] - a.begin[lo] : 0;
-  }
-};
 
 // Mean entries of a row in a block from which the entries are copied into blocks.
 constexpr std::int64_t blocks_from_mean_row = 32;
@@ -71,20 +52,6 @@ status cut_and_sweep(const compressed_matrix<T>& a,
   return built != success || blocks.get() == nullptr ? built : sweep(blocks.get(), count);
 }
 
-// The density by which a row-major path is chosen, in single precision as all of it.
-template <class T, class Count>
-double single_density(const compressed_matrix<T>& a, Count elements) {
-  const float density = static_cast<float>(csr_entries(a)) / static_cast<float>(elements);
-  return static_cast<double>(density);
-}
-
-// The number of elements in 32 bits, wrapped around: for a large matrix it only picks a path.
-template <class T>
-std::int32_t wrapped_elements(const compressed_matrix<T>& a) {
-  return static_cast<std::int32_t>(static_cast<std::uint32_t>(a.rows) *
-                                   static_cast<std::uint32_t>(a.cols));
-}
-
 // Rows lo to hi - 1 of C times beta, for those that get nothing else.
 template <class T>
 void scale_rows_of_columns(const mm_operands<T>& o, std::int32_t lo, std::int32_t hi) {
@@ -110,8 +77,8 @@ status mm_cols_part(const compressed_matrix<T>& a,
                     std::int32_t lo,
                     std::int32_t hi) {
   block_room<T> room;
-  const bool any = block_room<T>::entries_of(a, lo, hi) != 0;
-  const status taken = any ? room.take(a, lo, hi) : success;
+  const bool any = entries_between(a, lo, hi) != 0;
+  const status taken = any ? room.take(hi - lo, entries_between(a, lo, hi), a.cols) : success;
   if (!any || taken != success) {
     scale_rows_of_columns(o, lo, hi);
     return taken;
@@ -140,8 +107,8 @@ status mm_rows_part(const compressed_matrix<T>& a,
                     std::int32_t lo,
                     std::int32_t hi) {
   block_room<T> room;
-  const bool any = block_room<T>::entries_of(a, lo, hi) != 0;
-  const status taken = any ? room.take(a, lo, hi) : success;
+  const bool any = entries_between(a, lo, hi) != 0;
+  const status taken = any ? room.take(hi - lo, entries_between(a, lo, hi), a.cols) : success;
   if (!any || taken != success) {
     scale_rows(o, lo, hi);
     return taken;
@@ -203,7 +170,22 @@ status mm_rows_serial_chunked(const compressed_matrix<T>& a, const mm_operands<T
   return success;
 }
 
+// The density by which a row-major path is chosen, in single precision as all of it.
+template <class Count>
+double single_density(std::int32_t nnz, Count elements) {
+  return static_cast<double>(static_cast<float>(nnz) / static_cast<float>(elements));
+}
+
 }  // namespace
+
+bool rows_go_direct(std::int32_t rows, std::int32_t cols, std::int32_t nnz, int budget) {
+  if (budget > 1) return !(single_density(nnz, std::int64_t{rows} * cols) > mm_dense_cut);
+  // The number of elements in 32 bits, wrapped around: for a large matrix it only picks a path.
+  const auto wrapped = static_cast<std::int32_t>(static_cast<std::uint32_t>(rows) *
+                                                 static_cast<std::uint32_t>(cols));
+  const double density = single_density(nnz, wrapped);
+  return !((density > mm_sparse_cut && nnz > mm_large_nnz) || density >= mm_dense_cut);
+}
 
 template <class T>
 void dense_scale_lines(std::int32_t lines, std::int32_t length, T beta, T* c, std::int32_t ldc) {
@@ -256,8 +238,7 @@ status mm_rows_parallel(const compressed_matrix<T>& a, const mm_operands<T>& o) 
     const status result = sorted.sort(a);
     return result != success ? result : mm_rows_serial(sorted.get(), o);
   }
-  const double density = single_density(a, static_cast<std::int64_t>(a.rows) * a.cols);
-  if (density > mm_dense_cut) return mm_rows_packed(a, o, budget);
+  if (!rows_go_direct(a.rows, a.cols, csr_entries(a), budget)) return mm_rows_packed(a, o, budget);
   return for_row_parts(a, budget, [&](int /*part*/, std::int32_t lo, std::int32_t hi) {
     mm_rows_direct(a, lo, hi, o);
     return status{success};
@@ -266,14 +247,11 @@ status mm_rows_parallel(const compressed_matrix<T>& a, const mm_operands<T>& o) 
 
 template <class T>
 status mm_rows_serial(const compressed_matrix<T>& a, const mm_operands<T>& o) {
-  const double density = single_density(a, wrapped_elements(a));
-  const bool large = csr_entries(a) > mm_large_nnz;
-  const bool repack = (density > mm_sparse_cut && large) || density >= mm_dense_cut;
-  if (repack) {
-    return a.cols > mm_block_cols ? mm_rows_packed(a, o, 1) : mm_rows_serial_chunked(a, o);
+  if (rows_go_direct(a.rows, a.cols, csr_entries(a), 1)) {
+    mm_rows_direct(a, 0, a.rows, o);
+    return success;
   }
-  mm_rows_direct(a, 0, a.rows, o);
-  return success;
+  return a.cols > mm_block_cols ? mm_rows_packed(a, o, 1) : mm_rows_serial_chunked(a, o);
 }
 
 #define NEVRAD_INSTANTIATE_ONE(name, T) \

@@ -17,6 +17,10 @@ inline constexpr double mm_dense_cut = 0.009;
 inline constexpr double mm_sparse_cut = 0.0019;
 inline constexpr std::int32_t mm_large_nnz = 40000;
 
+// Whether the row-major product of such a matrix reads B where it lies, with the rounding of the
+// direct form.
+bool rows_go_direct(std::int32_t rows, std::int32_t cols, std::int32_t nnz, int budget);
+
 // Multiplies `lines` dense lines of `length` elements, ldc apart, by beta, whatever beta is. Runs
 // on the runtime's default team and not on the budget.
 template <class T>

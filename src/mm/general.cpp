@@ -2,6 +2,7 @@
 
 #include "matrix/sorted_rows.h"
 #include "mm/drivers.h"
+#include "mm/line_products.h"
 
 namespace nevrad {
 
@@ -18,15 +19,21 @@ status run_sorted(mm_kernel<T> driver, const compressed_matrix<T>& a, const mm_o
   return driver(sorted.get(), dense);
 }
 
-// Runs the driver on the copy that `transpose` makes of A. A transposition leaves rows sorted; the
-// test stands all the same.
-template <class T>
-status run_transposed(status (*transpose)(const compressed_matrix<T>&, owned_matrix<T>**),
+// Runs the driver on the copy that a transposition makes of A, unless the product can go straight
+// from A. A transposition leaves rows sorted; the test stands all the same.
+template <conjugation C, class T>
+status run_transposed(dense_layout layout,
                       mm_kernel<T> driver,
                       const compressed_matrix<T>& a,
                       const mm_operands<T>& dense) {
+  status result = success;
+  if (multiply_transposed(a, C, layout, dense, &result)) return result;
   scoped_matrix<T> transposed;
-  const status result = transpose(a, transposed.out());
+  if constexpr (C == conjugation::yes) {
+    result = csr_conj_transpose_parallel(a, transposed.out());
+  } else {
+    result = csr_transpose_parallel(a, transposed.out());
+  }
   if (result != success) return result;
   return run_sorted(driver, *transposed, dense);
 }
@@ -40,12 +47,13 @@ status mm_cols_sorted(const compressed_matrix<T>& a, const mm_operands<T>& dense
 
 template <class T>
 status mm_cols_transposed(const compressed_matrix<T>& a, const mm_operands<T>& dense) {
-  return run_transposed(csr_transpose_parallel<T>, mm_cols_parallel<T>, a, dense);
+  return run_transposed<conjugation::no>(dense_layout::column_major, mm_cols_parallel<T>, a, dense);
 }
 
 template <class T>
 status mm_cols_conjugated(const compressed_matrix<T>& a, const mm_operands<T>& dense) {
-  return run_transposed(csr_conj_transpose_parallel<T>, mm_cols_parallel<T>, a, dense);
+  return run_transposed<conjugation::yes>(dense_layout::column_major, mm_cols_parallel<T>, a,
+                                          dense);
 }
 
 template <class T>
@@ -55,12 +63,12 @@ status mm_rows_sorted(const compressed_matrix<T>& a, const mm_operands<T>& dense
 
 template <class T>
 status mm_rows_transposed(const compressed_matrix<T>& a, const mm_operands<T>& dense) {
-  return run_transposed(csr_transpose_parallel<T>, mm_rows_parallel<T>, a, dense);
+  return run_transposed<conjugation::no>(dense_layout::row_major, mm_rows_parallel<T>, a, dense);
 }
 
 template <class T>
 status mm_rows_conjugated(const compressed_matrix<T>& a, const mm_operands<T>& dense) {
-  return run_transposed(csr_conj_transpose_parallel<T>, mm_rows_parallel<T>, a, dense);
+  return run_transposed<conjugation::yes>(dense_layout::row_major, mm_rows_parallel<T>, a, dense);
 }
 
 #define NEVRAD_INSTANTIATE_ONE(name, T) \

@@ -111,7 +111,9 @@ class panel_window {
       std::int32_t count = stop - end_;
       if (mask_ >= 0)
         count = static_cast<std::int32_t>(std::min<std::int64_t>(count, size_ - slot));
-      fetch_columns_ahead<W>(first_ + end_, ld_);
+      for (std::int32_t i = 0; i < count; i += column_line<T>) {
+        fetch_columns_ahead<W>(first_ + end_ + i, ld_);
+      }
       load_panel_columns<W>(room_ + slot * W, first_ + end_, ld_, count, as_it_is{});
       end_ += count;
     }

@@ -14,8 +14,17 @@ template <class T>
 status expand_and_multiply(const compressed_matrix<T>& a,
                            const mm_operands<T>& dense,
                            const structure<T>& how) {
+  status result = success;
+  const expansion_form form = form_of(how.expand);
+  const bool by_columns = how.gate == mm_cols_sorted<T>;
+  const dense_layout layout = by_columns ? dense_layout::column_major : dense_layout::row_major;
+  const taken which = how.side == triangle::lower ? taken::lower : taken::upper;
+  if (form.image != entry_use::none && (by_columns || how.gate == mm_rows_sorted<T>) &&
+      multiply_held_lines<T>({a, form, which, how.ones}, layout, dense, &result)) {
+    return result;
+  }
   scoped_matrix<T> expanded;
-  const status result = how.expand(a, how.side, how.ones, expanded.out());
+  result = how.expand(a, how.side, how.ones, expanded.out());
   return result != success ? result : how.gate(*expanded, dense);
 }
 

@@ -10,6 +10,7 @@
 #include "matrix/expand.h"
 #include "matrix/transpose.h"
 #include "mm/general.h"
+#include "mm/line_products.h"
 
 namespace nevrad {
 
@@ -67,8 +68,17 @@ status mm_csc_view(const compressed_matrix<T>& a, const mm_operands<T>& dense) {
 // A general slot of compressed columns: converted to rows. Answers 3 for a matrix without entries.
 template <class T, mm_kernel<T> Gate>
 status mm_csc_converted(const compressed_matrix<T>& a, const mm_operands<T>& dense) {
+  status result = success;
+  constexpr bool plain = Gate == mm_cols_sorted<T> || Gate == mm_rows_sorted<T>;
+  constexpr dense_layout layout =
+      Gate == mm_cols_sorted<T> ? dense_layout::column_major : dense_layout::row_major;
+  if constexpr (plain) {
+    compressed_matrix<T> view;
+    csc_view_as_csr(&a, &view);
+    if (multiply_transposed(view, conjugation::no, layout, dense, &result)) return result;
+  }
   scoped_matrix<T> converted;
-  const status result = csc_to_csr(&a, converted.out());
+  result = csc_to_csr(&a, converted.out());
   return result != success ? result : Gate(*converted, dense);
 }
 

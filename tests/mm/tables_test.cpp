@@ -1,6 +1,7 @@
 // Every row and slot of both tables on one thread and on several, which calls of the entries by
 // columns do not reach with small matrices; and to the bit against the general product.
 #include "mm/calls.h"
+#include "mm/expanded.h"
 
 namespace nevrad_test {
 namespace {
@@ -70,40 +71,6 @@ TYPED_TEST(mm_tables, columns_agree_with_dense_arithmetic_on_several_threads) {
       EXPECT_TRUE(is_product(p.run(3), operand(p.a, code, op), p.b, p.alpha, p.beta, p.before));
     }
   }
-}
-
-// The general matrix that a structured one stands for, by rows, with the entries of a place in
-// their stored order: the product is that of the general row, to the bit.
-template <class T>
-matrix<T> expanded(const matrix<T>& a, const char* code, int op) {
-  const bool upper = code[1] == 'U';
-  lines<T> rows(static_cast<std::size_t>(a.rows));
-  const auto put = [&](int i, int c, T v, bool conjugated) {
-    if constexpr (is_complex<T>) {
-      if (conjugated) v.im = -v.im;
-    }
-    rows[static_cast<std::size_t>(i)].emplace_back(c, v);
-  };
-  const bool hermitian = code[0] == 'H';
-  // Which image is conjugated: the stored one or its mirror image.
-  const bool stored = hermitian ? op == 1 : op == 2;
-  const bool mirrored = hermitian ? op != 1 : op == 2;
-  for (int line = 0; line < a.major(); ++line) {
-    for (int p = a.begin[line] - a.base; p < a.end[line] - a.base; ++p) {
-      const int other = a.indices[p] - a.base;
-      const int i = a.kind == compression::rows ? line : other;
-      const int c = a.kind == compression::rows ? other : line;
-      const T v = a.values[p];
-      if (i == c) {
-        if (code[2] == 'N') put(i, i, v, !hermitian && op == 2);
-      } else if ((c > i) == upper) {
-        if (code[0] != 'T' || op == 0) put(i, c, v, stored);
-        if (code[0] != 'T' || op != 0) put(c, i, v, mirrored);
-      }
-    }
-    if (code[2] == 'U') put(line, line, make<T>(1), false);
-  }
-  return compress<T>(rows, a.cols, compression::rows, a.base);
 }
 
 TYPED_TEST(mm_tables, gives_the_bits_of_the_general_product) {

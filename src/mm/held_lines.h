@@ -1,0 +1,132 @@
+// A matrix whose lines hold op(A) by columns, or half of it by rows and half by columns.
+//
+// Such a line i sends images: entry (i, c) adds to row c of the result. Walking the lines in
+// ascending order gives every row its entries in ascending order, as a transposed or expanded copy
+// would, so that a product can do without the copy. A half's own entries stand in front of the
+// images that a row gets (lower triangle) or behind them (upper), in the walk as in a sorted row.
+#pragma once
+
+#include "arith/products.h"
+#include "matrix/expand.h"
+#include "matrix/sorted_rows.h"
+
+#include <algorithm>
+#include <limits>
+
+namespace nevrad {
+
+// Which entries of a line are taken: all, as images, or those of a triangle, with its diagonal.
+enum class taken { all, lower, upper };
+
+template <class T>
+struct held_lines {
+  const compressed_matrix<T>& lines;
+  expansion_form form;  // with images; of all entries nothing else
+  taken which;
+  diagonal ones;
+
+  bool has_own() const { return form.own != entry_use::none; }
+  std::int32_t result_rows() const { return which == taken::all ? lines.cols : lines.rows; }
+};
+
+// Positions of a line's entries off the diagonal, and on it.
+struct line_parts {
+  std::int64_t first;
+  std::int64_t last;
+  std::int64_t diag_first;
+  std::int64_t diag_last;
+};
+
+// A copy of what a loop over lines reads, apart from what it writes. Positions and indices are in
+// the matrix's base, and `values` and `indices` shifted to match.
+template <taken Which, class T>
+struct line_reader {
+  const T* values;
+  const std::int32_t* indices;
+  const std::int32_t* begin;
+  const std::int32_t* end;
+  std::int32_t base;
+  bool ones;
+
+  explicit line_reader(const held_lines<T>& held)
+      : values(held.lines.values - held.lines.base),
+        indices(held.lines.indices - held.lines.base),
+        begin(held.lines.begin),
+        end(held.lines.end),
+        base(held.lines.base),
+        ones(held.ones == diagonal::unit) {}
+
+  // Of a triangle the line must ascend.
+  NEVRAD_INLINE line_parts parts(std::int32_t i) const {
+    const std::int64_t first = begin[i];
+    const std::int64_t last = end[i];
+    if constexpr (Which == taken::all) return {first, last, last, last};
+    const std::int32_t at = i + base;
+    if constexpr (Which == taken::lower) {
+      std::int64_t p = last;
+      while (p > first && indices[p - 1] > at) --p;
+      const std::int64_t diag_last = p;
+      while (p > first && indices[p - 1] == at) --p;
+      return {first, p, p, ones ? p : diag_last};
+    } else {
+      std::int64_t p = first;
+      while (p < last && indices[p] < at) ++p;
+      const std::int64_t diag_first = p;
+      while (p < last && indices[p] == at) ++p;
+      return {p, last, ones ? p : diag_first, p};
+    }
+  }
+};
+
+// Calls body(constant) with the lines' kind as an integral constant.
+template <class T, class Body>
+auto with_taken(const held_lines<T>& held, const Body& body) {
+  switch (held.which) {
+    case taken::lower:
+      return body(std::integral_constant<taken, taken::lower>{});
+    case taken::upper:
+      return body(std::integral_constant<taken, taken::upper>{});
+    default:
+      return body(std::integral_constant<taken, taken::all>{});
+  }
+}
+
+// What a plan needs to know of all lines: whether they ascend, and if so how many entries are taken
+// and how far from its line's number an index lies at most, below and above.
+struct line_survey {
+  bool ascending;
+  std::int64_t off_diagonal = 0;
+  std::int64_t on_diagonal = 0;
+  std::int32_t below = std::numeric_limits<std::int32_t>::max();
+  std::int32_t above = std::numeric_limits<std::int32_t>::max();
+};
+
+// A few rows at a time, so that what the test for order has read is still at hand.
+template <taken Which, class T>
+line_survey survey_lines(const held_lines<T>& held) {
+  constexpr std::int32_t at_once = 256;
+  line_survey found{true, 0, 0, 0, 0};
+  const line_reader<Which, T> a(held);
+  const std::int32_t rows = held.lines.rows;
+  for (std::int32_t r = 0; r < rows; r += at_once) {
+    const std::int32_t stop = std::min(r + at_once, rows);
+    if (!rows_ascend(held.lines, r, stop)) return {false};
+    for (std::int32_t i = r; i < stop; ++i) {
+      const line_parts part = a.parts(i);
+      found.off_diagonal += part.last - part.first;
+      found.on_diagonal += part.diag_last - part.diag_first;
+      if (part.first == part.last) continue;
+      found.below = std::max(found.below, i + a.base - a.indices[part.first]);
+      found.above = std::max(found.above, a.indices[part.last - 1] - i - a.base);
+    }
+  }
+  if (Which != taken::all && a.ones) found.on_diagonal = rows;
+  return found;
+}
+
+template <class T>
+line_survey survey(const held_lines<T>& held) {
+  return with_taken(held, [&](auto which) { return survey_lines<which()>(held); });
+}
+
+}  // namespace nevrad

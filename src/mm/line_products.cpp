@@ -1,0 +1,190 @@
+#include "mm/line_products.h"
+
+#include "frame/regions.h"
+#include "mm/block_room.h"
+#include "mm/direct_lines.h"
+#include "mm/drivers.h"
+#include "mm/ring_lines.h"
+
+namespace nevrad {
+
+namespace {
+
+// The memory that a transposed or expanded copy takes.
+template <class T>
+struct copy_room {
+  scratch<std::int32_t> words;
+  scoped_matrix<T> staged;
+  scoped_matrix<T> copy;
+
+  status take(const held_lines<T>& held, const line_survey& found, std::int32_t nnz) {
+    const std::int32_t rows = held.result_rows();
+    words = scratch<std::int32_t>(
+        rounded_aligned_alloc(cache_line,
+                              sizeof(std::int32_t) * static_cast<std::uint64_t>(words_of(held))));
+    if (!words) return alloc_failed;
+    if (held.has_own()) {
+      const auto taken = static_cast<std::int32_t>(found.off_diagonal + found.on_diagonal);
+      const status made = owned_csr_alloc(rows, rows, taken, staged.out());
+      if (made != success) return made;
+    }
+    return owned_csr_alloc(rows, held.lines.rows, nnz, copy.out());
+  }
+
+  // Two counts a row of an expansion, one of a transposition.
+  static std::int64_t words_of(const held_lines<T>& held) {
+    return (held.which == taken::all ? 1 : 2) * std::int64_t{held.result_rows()};
+  }
+};
+
+// Entries of the matrix that the lines hold, as wide as a copy counts them.
+template <class T>
+std::int32_t held_entries(const held_lines<T>& held, const line_survey& found) {
+  if (held.which == taken::all) return csr_entries(held.lines);
+  const std::int64_t images = held.has_own() ? found.off_diagonal : 0;
+  return static_cast<std::int32_t>(found.off_diagonal + found.on_diagonal + images);
+}
+
+// The lines of a triangle go to the parts of their rows by entries.
+template <class T>
+void multiply_direct(const held_lines<T>& held,
+                     const line_survey& found,
+                     const mm_operands<T>& o,
+                     int budget) {
+  if (budget == 1) {
+    multiply_lines_direct(held, found, 0, held.result_rows(), o);
+    return;
+  }
+  part_bounds part;
+  partition_by_nnz(held.lines.end, held.lines.rows, budget, part.at, held.lines.base);
+  for_each_part_on_team(budget, [&](int t) {
+    multiply_lines_direct(held, found, part.at[t], part.at[t + 1], o);
+  });
+}
+
+// Column-major. Statuses and the state of C as those of mm_cols_serial.
+template <class T>
+status multiply_columns(const held_lines<T>& held,
+                        const line_survey& found,
+                        const ring_room<T>& ring,
+                        const mm_operands<T>& o,
+                        std::int32_t nnz) {
+  const std::int32_t rows = held.result_rows();
+  const std::int32_t cols = held.lines.rows;
+  const auto scaled = [&](status result) {
+    dense_scale_lines(o.n, rows, o.beta, o.c, o.ldc);
+    return result;
+  };
+  const scratch<T> store = panel_store<T>(cols, o.n);
+  if (!store) return scaled(alloc_failed);
+  block_room<T> blocks;
+  if (cols > mm_block_cols) {
+    if (nnz == 0) return scaled(success);
+    const status taken = blocks.take(rows, nnz, cols);
+    if (taken != success) return scaled(taken);
+  }
+  multiply_lines_in_ring(held, dense_layout::column_major, found, ring, o, store.get());
+  return success;
+}
+
+// Row-major with the rounding of the sweeps, as those of mm_rows_serial.
+template <class T>
+status multiply_swept_rows(const held_lines<T>& held,
+                           const line_survey& found,
+                           const ring_room<T>& ring,
+                           const mm_operands<T>& o,
+                           std::int32_t nnz) {
+  const std::int32_t rows = held.result_rows();
+  const std::int32_t cols = held.lines.rows;
+  const bool chunked = cols <= mm_block_cols;
+  const auto scaled = [&](status result) {
+    dense_scale_lines(rows, o.n, o.beta, o.c, o.ldc);
+    return result;
+  };
+  const scratch<T> store = panel_store<T>(cols, chunked ? mm_chunk<T> : o.n);
+  if (!store) return chunked ? alloc_failed : scaled(alloc_failed);
+  block_room<T> blocks;
+  if (!chunked) {
+    if (nnz == 0) return scaled(success);
+    const status taken = blocks.take(rows, nnz, cols);
+    if (taken != success) return scaled(taken);
+  }
+  multiply_lines_in_ring(held, dense_layout::row_major, found, ring, o, store.get());
+  return success;
+}
+
+// Whether a ring is worth it, by cases measured: per chunk of columns an entry costs little more
+// than in the general product, a row some entries for the parts that it opens and closes, more of
+// them where a line reaches over the width of a block. The copy costs once, and by entry.
+template <class T>
+bool ring_pays(const line_survey& found,
+               dense_layout layout,
+               std::int32_t rows,
+               std::int32_t n,
+               std::int32_t nnz) {
+  const std::int32_t chunk = (layout == dense_layout::row_major ? 2 : 1) * mm_chunk<T>;
+  const double chunks = (n + chunk - 1) / chunk;
+  const double reach = (static_cast<double>(found.below) + found.above) / mm_block_cols;
+  return chunks * (8.0 * rows * (1.0 + reach) + nnz) <= 3.5 * nnz;
+}
+
+}  // namespace
+
+template <class T>
+bool multiply_held_lines(const held_lines<T>& held,
+                         dense_layout layout,
+                         const mm_operands<T>& o,
+                         status* result) {
+  const int budget = current_thread_budget();
+  const bool in_rows = layout == dense_layout::row_major;
+  // On a team, rows are shared where a triangle's lines are in place and C holds their sums.
+  if (budget > 1 && (!in_rows || is_complex<T> || !held.has_own())) return false;
+  const line_survey found = survey(held);
+  if (!found.ascending && (held.which != taken::all || !in_rows)) return false;
+  const std::int32_t nnz = held_entries(held, found);
+  if (held.which == taken::all && nnz < 1) return false;
+  const std::int32_t rows = held.result_rows();
+  const std::int32_t cols = held.lines.rows;
+  copy_room<T> room;
+  if (in_rows && rows_go_direct(rows, cols, nnz, budget)) {
+    // Complex sums are not kept in C.
+    if constexpr (is_complex<T>) return false;
+    *result = room.take(held, found, nnz);
+    if constexpr (!is_complex<T>) {
+      if (*result == success) multiply_direct(held, found, o, budget);
+    }
+    return true;
+  }
+  if (!found.ascending || budget > 1) return false;
+  const std::int64_t size = ring_size<T>(found, rows, held.lines.base);
+  const std::int64_t elements = ring_elements<T>(layout, size, o.n);
+  if (nnz < elements || room.words_of(held) < 2 * size) return false;
+  if (!ring_pays<T>(found, layout, rows, o.n, nnz)) return false;
+  *result = room.take(held, found, nnz);
+  if (*result != success) return true;
+  const ring_room<T> ring{room.copy->values, room.words.get(), size};
+  *result = in_rows ? multiply_swept_rows(held, found, ring, o, nnz)
+                    : multiply_columns(held, found, ring, o, nnz);
+  return true;
+}
+
+template <class T>
+bool multiply_transposed(const compressed_matrix<T>& lines,
+                         conjugation conjugated,
+                         dense_layout layout,
+                         const mm_operands<T>& o,
+                         status* result) {
+  const entry_use use = conjugated == conjugation::yes ? entry_use::conjugated : entry_use::plain;
+  const expansion_form form{entry_use::none, use, use};
+  return multiply_held_lines<T>({lines, form, taken::all, diagonal::stored}, layout, o, result);
+}
+
+#define NEVRAD_INSTANTIATE(letter, T)                                                          \
+  template bool multiply_held_lines(const held_lines<T>&, dense_layout, const mm_operands<T>&, \
+                                    status*);                                                  \
+  template bool multiply_transposed(const compressed_matrix<T>&, conjugation, dense_layout,    \
+                                    const mm_operands<T>&, status*);
+NEVRAD_FOR_EACH_TYPE(NEVRAD_INSTANTIATE)
+#undef NEVRAD_INSTANTIATE
+
+}  // namespace nevrad

@@ -1,0 +1,148 @@
+// Products that may go straight from the lines of a triangle or of a transpose: to the bit those of
+// the general product with the matrix written out, which goes by rows.
+#include "mm/expanded.h"
+#include "support/threads.h"
+
+#include <cmath>
+#include <limits>
+
+namespace nevrad_test {
+namespace {
+
+NEVRAD_BY_TYPE(csrmm, orv_sparse_, csrmm)
+NEVRAD_BY_TYPE(cscmm, orv_sparse_, cscmm)
+
+// Lines of up to `most` entries near the diagonal, on both sides of it and on it, ascending, some
+// twice on one place, and some lines empty.
+template <class T>
+matrix<T>
+banded(generator& random, int rows, int cols, int reach, int most, compression kind, int base) {
+  const int major = kind == compression::rows ? rows : cols;
+  const int minor = kind == compression::rows ? cols : rows;
+  lines<T> source(static_cast<std::size_t>(major));
+  for (int i = 0; i < major; ++i) {
+    auto& line = source[static_cast<std::size_t>(i)];
+    int at = std::max(0, i - random.integer(0, reach));
+    for (int left = random.chance(9) ? 0 : random.integer(1, most); left > 0; --left) {
+      if (at >= minor || at > i + reach) break;
+      line.emplace_back(at, random.value<T>());
+      at += random.chance(8) ? 0 : random.integer(1, 2);
+    }
+  }
+  return compress<T>(source, minor, kind, base);
+}
+
+template <class T>
+panel<T> run(const char* code,
+             int op,
+             const matrix<T>& a,
+             T alpha,
+             const panel<T>& b,
+             T beta,
+             const panel<T>& before) {
+  panel<T> c = before;
+  const auto call = a.kind == compression::rows ? csrmm<T> : cscmm<T>;
+  const auto pointers = a.pointers_in(true);
+  EXPECT_EQ(call(op, a.rows, static_cast<int>(b.cols()), a.cols, alpha, code, a.values.data(),
+                 a.indices.data(), pointers.begin, pointers.end, b.data(), b.ld(), beta, c.data(),
+                 c.ld()),
+            0);
+  return c;
+}
+
+struct line_case {
+  const char* code;
+  int op;
+  compression kind;
+  int rows, cols, reach, most;
+};
+constexpr auto by_rows = compression::rows;
+constexpr auto by_columns = compression::columns;
+const line_case line_cases[] = {
+    // Two column blocks.
+    {"SLNF", 0, by_rows, 5300, 5300, 9, 18},
+    {"SUUF", 2, by_columns, 5300, 5300, 9, 18},
+    {"HUNF", 1, by_rows, 5300, 5300, 9, 18},
+    {"TLUF", 1, by_rows, 5300, 5300, 9, 18},
+    {"G00F", 0, by_columns, 5400, 5300, 9, 18},
+    {"SLUC", 0, by_rows, 5300, 5300, 16, 24},
+    {"HUNC", 2, by_columns, 5300, 5300, 20, 40},
+    {"G00C", 1, by_rows, 5300, 5400, 20, 40},
+    // One.
+    {"SUNF", 1, by_rows, 1500, 1500, 30, 24},
+    {"HLUF", 0, by_columns, 1500, 1500, 30, 24},
+    {"G00F", 2, by_rows, 1500, 1300, 30, 24},
+    {"TUNF", 2, by_rows, 1500, 1500, 30, 36},
+    {"SUNC", 0, by_rows, 3000, 3000, 16, 32},
+    {"TLNC", 2, by_rows, 3000, 3000, 40, 120},
+    {"G00C", 0, by_columns, 2900, 3000, 20, 60},
+    // Sparse enough for B to be read where it lies.
+    {"SLNC", 0, by_rows, 900, 900, 5, 6},
+    {"SUUC", 2, by_rows, 900, 900, 5, 6},
+    {"HUNC", 1, by_rows, 900, 900, 5, 6},
+    {"TLUC", 1, by_rows, 900, 900, 5, 6},
+    {"TUNC", 2, by_columns, 900, 900, 5, 6},
+    {"G00C", 0, by_columns, 1000, 900, 5, 6},
+};
+
+template <class T>
+class mm_lines : public testing::Test {};
+TYPED_TEST_SUITE(mm_lines, all_types, type_names);
+
+TYPED_TEST(mm_lines, give_the_bits_of_rows) {
+  using T = TypeParam;
+  constexpr int chunk = 64 / static_cast<int>(sizeof(T));
+  generator random(1);
+  for (const line_case& row : line_cases) {
+    const layout order = layout_of(row.code);
+    const auto a = banded<T>(random, row.rows, row.cols, row.reach, row.most, row.kind,
+                             order == layout::column_major ? 1 : 0);
+    const auto general = expanded(a, row.code, row.op);
+    const char* const general_code = order == layout::column_major ? "G00F" : "G00C";
+    const int n = row.rows < 1000 ? 3 * chunk + 7 : chunk + 3;
+    const auto b = panel<T>::random(random, general.cols, n, order, 1);
+    auto before = panel<T>::random(random, general.rows, n, order, 2);
+    const T alpha = random.value<T>();
+    const T beta = random.value<T>();
+    for (const int budget : {1, 3}) {
+      if (budget > 1 && row.rows > 900) continue;
+      SCOPED_TRACE(testing::Message()
+                   << row.code << ", op " << row.op << ", " << row.rows << " rows, budget "
+                   << budget << (row.kind == by_rows ? "" : ", by columns"));
+      const budget_scope scope(budget);
+      const panel<T> want = run(general_code, 0, general, alpha, b, beta, before);
+      const panel<T> c = run(row.code, row.op, a, alpha, b, beta, before);
+      EXPECT_SAME_ARRAYS(c.elements(), want.elements());
+    }
+  }
+}
+
+// Rows that get nothing from a block of columns are left alone by it in panels, and get a sum of
+// zero in the last columns: an infinite alpha tells.
+TEST(mm_lines_of_doubles, leave_rows_without_entries_as_rows_do) {
+  using T = double;
+  constexpr int n = 64 / static_cast<int>(sizeof(T)) + 1;
+  generator random(2);
+  const T infinite = make<T>(std::numeric_limits<double>::infinity());
+  for (const char* const code : {"SLNF", "SUNF"}) {
+    const auto a = banded<T>(random, 5300, 5300, 9, 18, compression::rows, 1);
+    const auto general = expanded(a, code, 0);
+    const auto b = panel<T>::random(random, 5300, n, layout::column_major);
+    const auto before = panel<T>::random(random, 5300, n, layout::column_major);
+    const budget_scope scope(1);
+    const panel<T> want = run("G00F", 0, general, infinite, b, make<T>(1), before);
+    const panel<T> c = run(code, 0, a, infinite, b, make<T>(1), before);
+    int finite = 0;
+    for (std::int64_t i = 0; i < c.rows(); ++i) {
+      for (int j = 0; j < n; ++j) {
+        const bool same = same_bits(c(i, j), want(i, j));
+        EXPECT_TRUE(same || (std::isnan(c(i, j)) && std::isnan(want(i, j)))) << i << ", " << j;
+        finite += same && same_bits(c(i, j), before(i, j)) ? 1 : 0;
+      }
+    }
+    EXPECT_GT(finite, 0);
+  }
+}
+
+}  // namespace
+}  // namespace nevrad_test
