@@ -170,22 +170,7 @@ status mm_rows_serial_chunked(const compressed_matrix<T>& a, const mm_operands<T
   return success;
 }
 
-// The density by which a row-major path is chosen, in single precision as all of it.
-template <class Count>
-double single_density(std::int32_t nnz, Count elements) {
-  return static_cast<double>(static_cast<float>(nnz) / static_cast<float>(elements));
-}
-
 }  // namespace
-
-bool rows_go_direct(std::int32_t rows, std::int32_t cols, std::int32_t nnz, int budget) {
-  if (budget > 1) return !(single_density(nnz, std::int64_t{rows} * cols) > mm_dense_cut);
-  // The number of elements in 32 bits, wrapped around: for a large matrix it only picks a path.
-  const auto wrapped = static_cast<std::int32_t>(static_cast<std::uint32_t>(rows) *
-                                                 static_cast<std::uint32_t>(cols));
-  const double density = single_density(nnz, wrapped);
-  return !((density > mm_sparse_cut && nnz > mm_large_nnz) || density >= mm_dense_cut);
-}
 
 template <class T>
 void dense_scale_lines(std::int32_t lines, std::int32_t length, T beta, T* c, std::int32_t ldc) {

@@ -5,6 +5,7 @@
 // the phases are apart: C scaled, B packed, the entries copied into blocks of columns.
 #pragma once
 
+#include "arith/products.h"
 #include "mm/general.h"
 
 namespace nevrad {
@@ -17,9 +18,26 @@ inline constexpr double mm_dense_cut = 0.009;
 inline constexpr double mm_sparse_cut = 0.0019;
 inline constexpr std::int32_t mm_large_nnz = 40000;
 
+// The density by which a row-major path is chosen, in single precision as all of it.
+template <class Count>
+NEVRAD_INLINE double single_density(std::int32_t nnz, Count elements) {
+  return static_cast<double>(static_cast<float>(nnz) / static_cast<float>(elements));
+}
+
 // Whether the row-major product of such a matrix reads B where it lies, with the rounding of the
 // direct form.
-bool rows_go_direct(std::int32_t rows, std::int32_t cols, std::int32_t nnz, int budget);
+NEVRAD_INLINE bool rows_go_direct(std::int32_t rows,
+                                  std::int32_t cols,
+                                  std::int32_t nnz,
+                                  int budget) {
+  if (budget > 1) return !(single_density(nnz, std::int64_t{rows} * cols) > mm_dense_cut);
+  // The number of elements in 32 bits, wrapped around: for a large matrix it only picks a path.
+  const auto wrapped = static_cast<std::int32_t>(static_cast<std::uint32_t>(rows) *
+                                                 static_cast<std::uint32_t>(cols));
+  const double density = single_density(nnz, wrapped);
+  const bool repacked = (density > mm_sparse_cut && nnz > mm_large_nnz) || density >= mm_dense_cut;
+  return !repacked;
+}
 
 // Multiplies `lines` dense lines of `length` elements, ldc apart, by beta, whatever beta is. Runs
 // on the runtime's default team and not on the budget.

@@ -123,7 +123,7 @@ bool ring_pays(const line_survey& found,
                std::int32_t n,
                std::int32_t nnz) {
   const std::int32_t chunk = (layout == dense_layout::row_major ? 2 : 1) * mm_chunk<T>;
-  const double chunks = (n + chunk - 1) / chunk;
+  const std::int32_t chunks = (n + chunk - 1) / chunk;
   const double reach = (static_cast<double>(found.below) + found.above) / mm_block_cols;
   return chunks * (8.0 * rows * (1.0 + reach) + nnz) <= 3.5 * nnz;
 }
