@@ -83,7 +83,13 @@ class row_ring {
 
   // Makes the given part the open one of a row.
   NEVRAD_INLINE void open(std::int32_t index, std::int32_t part) const {
-    if (part_[index & mask_] == part) return;
+    std::int32_t& open = part_[index & mask_];
+    if (open == part) return;
+    if (W > 1 && open == no_part) {
+      store(sum(index), zero_lanes<T, (W > 0 ? W : 1)>());
+      open = part;
+      return;
+    }
     const row_ring own = *this;  // the call sees the copy, and this one stays in registers
     own.open_next(index, part);
   }
