@@ -1,9 +1,10 @@
 // C := alpha * op(A) * B + beta * C for a general matrix by rows, and the engine under all others.
 //
 // A gate brings the matrix into the one form that the drivers know, rows in ascending order and
-// nothing transposed: by sorting a copy, or by transposing (and conjugating) into one. A driver
-// picks the path by budget, density and size. All paths compute the same product; they differ in
-// the order in which blocks of columns, alpha and beta enter, and so in the last bits.
+// nothing transposed: by sorting a copy, or by transposing (and conjugating) into one, unless the
+// product can go straight from the rows of the transpose (line_products.h). A driver picks the path
+// by budget, density and size. All paths compute the same product; they differ in the order in
+// which blocks of columns, alpha and beta enter, and so in the last bits.
 //
 // Failures. 3 or 2 from a gate leave C untouched. When a driver lacks memory (2), C is scaled by
 // beta already, but for the one-thread row-major path over up to 5120 columns, which leaves it

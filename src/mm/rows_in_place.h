@@ -33,6 +33,42 @@ std::int32_t rows_at_once(std::int32_t n) {
   return n <= 2 * mm_chunk<T> ? mm_rows_at_once : 1;
 }
 
+// Whether the entries of a row meet rows of B that lie far apart, out of cache, and in no order
+// that hardware follows: then they are asked for ahead. Judged by some rows.
+template <class T>
+bool meets_distant_rows(const compressed_matrix<T>& a, const mm_operands<T>& o) {
+  constexpr std::int32_t samples = 24;
+  constexpr std::int64_t far_apart = 8192;
+  constexpr std::int64_t in_cache = std::int64_t{8} << 20;
+  if (fixed_hints || std::int64_t{a.cols} * o.ldb * std::int64_t{sizeof(T)} < in_cache)
+    return false;
+  std::int64_t reach = 0;
+  std::int64_t entries = 1;
+  for (std::int32_t s = 0; s < samples; ++s) {
+    const auto r = static_cast<std::int32_t>(std::int64_t{a.rows} * s / samples);
+    const std::int64_t first = a.begin[r] - a.base;
+    const std::int64_t last = a.end[r] - a.base;
+    if (last <= first) continue;
+    reach += a.indices[last - 1] - a.indices[first];
+    entries += last - first;
+  }
+  return reach / entries > far_apart;
+}
+
+// Asks for the rows of B that rows r up to but excluding `stop` meet.
+template <class T>
+void fetch_met_rows(const compressed_matrix<T>& a,
+                    std::int32_t r,
+                    std::int32_t stop,
+                    const mm_operands<T>& o) {
+  constexpr std::int64_t line = cache_line / sizeof(T);
+  if (r >= stop) return;
+  for (std::int64_t p = a.begin[r]; p < a.end[stop - 1]; ++p) {
+    const T* const row = line_at(o.b, a.indices[p], o.ldb);
+    for (std::int64_t j = 0; j < o.n; j += line) prefetch<cache::level2>(row + j, 0);
+  }
+}
+
 // Swept, rows lo to hi - 1, which must have some entry. Indices have base 0.
 template <class T>
 void multiply_rows_in_place(const compressed_matrix<T>& a,
@@ -41,7 +77,9 @@ void multiply_rows_in_place(const compressed_matrix<T>& a,
                             const mm_operands<T>& o) {
   const block_bounds bounds(a.cols);
   const std::int32_t at_once = rows_at_once<T>(o.n);
+  const bool ahead = meets_distant_rows(a, o);
   for (std::int32_t r = lo; r < hi; r += at_once) {
+    if (ahead) fetch_met_rows(a, std::min(r + at_once, hi), std::min(r + 2 * at_once, hi), o);
     const row_entries<T> entries(a, r, std::min(at_once, hi - r));
     T* const c = line_at(o.c, r, o.ldc);
     std::int32_t j = for_each_chunk<T>(o.n, [&](auto w, std::int32_t at) {
@@ -126,8 +164,10 @@ void mm_rows_direct(const compressed_matrix<T>& a,
   constexpr int chunk = mm_chunk<T>;
   const std::int32_t in_chunks = is_complex<T> ? o.n / chunk * chunk : o.n;
   const std::int32_t at_once = rows_at_once<T>(o.n);
+  const bool ahead = meets_distant_rows(a, o);
   for (std::int32_t r = lo; r < hi; r += at_once) {
     const std::int32_t stop = std::min(r + at_once, hi);
+    if (ahead) fetch_met_rows(a, stop, std::min(stop + at_once, hi), o);
     T* const c = line_at(o.c, r, o.ldc);
     std::int32_t j = for_each_chunk<T>(in_chunks, [&](auto w, std::int32_t at) {
       const strided_rows<w(), T> rows{o.b + at, o.ldb};

@@ -1,6 +1,7 @@
 // Frames of the products with a symmetric, Hermitian or triangular matrix: an expansion makes a
 // general matrix of the stored triangle, and a gate of the general product multiplies with it as it
-// is. Transposition and conjugation are the expansion's business.
+// is. Transposition and conjugation are the expansion's business. The product goes straight from
+// the triangle instead where that gives the same bits and is worth it (line_products.h).
 //
 // A frame answers with the status of the expansion, C untouched, or with that of the gate. Frames
 // for compressed columns read the arrays as the rows of the transpose, in which the triangles have
