@@ -4,6 +4,8 @@
 #include "support/exact.h"
 #include "support/random.h"
 
+#include <cfloat>
+
 namespace nevrad_test {
 namespace {
 
@@ -98,6 +100,19 @@ TYPED_TEST(products, scaling_multiplies_by_one_and_by_zero_too) {
   }
 }
 
+// Every product of two elements, and every sum of one with a third of like magnitude, is exact in
+// 113 bits, so rounding it once to the element's format is the definition of a fused operation.
+// Infinities, NaN and signs of zero follow the same rules there.
+#if LDBL_MANT_DIG == 113
+using quad = long double;
+#else
+__extension__ typedef __float128 quad;
+#endif
+template <class R>
+R rounded_once(R a, R b, R c) {
+  return static_cast<R>(static_cast<quad>(a) * static_cast<quad>(b) + static_cast<quad>(c));
+}
+
 template <class R>
 class fused_operation : public testing::Test {};
 TYPED_TEST_SUITE(fused_operation, real_types, type_names);
@@ -111,14 +126,14 @@ TYPED_TEST(fused_operation, rounds_once) {
     const R a = random.value<R>();
     const R b = random.value<R>();
     const R c = random.value<R>();
-    EXPECT_SAME_BITS(nevrad::fma(a, b, c), fused(a, b, c));
-    fuse_shows += same_bits(fused(a, b, c), rounded_sum(rounded(a, b), c)) ? 0 : 1;
+    EXPECT_SAME_BITS(nevrad::fma(a, b, c), rounded_once(a, b, c));
+    fuse_shows += same_bits(rounded_once(a, b, c), rounded_sum(rounded(a, b), c)) ? 0 : 1;
   }
   EXPECT_GT(fuse_shows, 200);
   for (const R a : odd_values<R>()) {
     for (const R b : odd_values<R>()) {
       for (const R c : odd_values<R>()) {
-        EXPECT_SAME_BITS(nevrad::fma(a, b, c), fused(a, b, c)) << a << ' ' << b << ' ' << c;
+        EXPECT_SAME_BITS(nevrad::fma(a, b, c), rounded_once(a, b, c)) << a << ' ' << b << ' ' << c;
       }
     }
   }

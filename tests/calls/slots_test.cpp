@@ -34,12 +34,15 @@ TYPED_TEST_SUITE(forms, all_types, type_names);
 
 TYPED_TEST(forms, agree_with_dense_arithmetic) {
   for (const int budget : {1, 2, 3, 8}) {
-    this->for_some(one_in(5), static_cast<std::uint64_t>(budget), [&](const auto& form) {
-      const budget_scope threads(budget);
-      trial<TypeParam> call(form, order, columns, static_cast<std::uint64_t>(budget));
-      EXPECT_EQ(call.run(), 0);
-      EXPECT_TRUE(call.is_right());
-    });
+    for (int round = 0; round < std::max(1, depth()); ++round) {
+      const auto seed = static_cast<std::uint64_t>(budget) + static_cast<std::uint64_t>(round) * 16;
+      this->for_some(one_in(5), seed, [&](const auto& form) {
+        const budget_scope threads(budget);
+        trial<TypeParam> call(form, order + round, columns, seed);
+        EXPECT_EQ(call.run(), 0);
+        EXPECT_TRUE(call.is_right());
+      });
+    }
   }
   this->RecordProperty("forms", static_cast<int>(this->all.size()));
 }

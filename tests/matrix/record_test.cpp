@@ -25,25 +25,6 @@ TYPED_TEST_SUITE(record, all_types, type_names);
 
 bool is_aligned(const void* p) { return reinterpret_cast<std::uintptr_t>(p) % 64 == 0; }
 
-TYPED_TEST(record, views_point_into_the_callers_arrays) {
-  using T = TypeParam;
-  generator random(1);
-  const auto a = random_matrix<T>(random, {.rows = 4, .cols = 6, .base = 1});
-  for (const auto init : {nevrad::view_csr_init<T>, nevrad::view_csc_init<T>}) {
-    nevrad::compressed_view<T> view{};
-    view.sorted = 77;
-    init(view, a.values.data(), a.begin.data(), a.end.data(), a.indices.data(), 4, 6, 1);
-    EXPECT_EQ(view.values, a.values.data());
-    EXPECT_EQ(view.begin, a.begin.data());
-    EXPECT_EQ(view.end, a.end.data());
-    EXPECT_EQ(view.indices, a.indices.data());
-    EXPECT_EQ(view.rows, 4);
-    EXPECT_EQ(view.cols, 6);
-    EXPECT_EQ(view.base, 1);
-    EXPECT_EQ(view.sorted, 77) << "a view does not say whether it is sorted";
-  }
-}
-
 TYPED_TEST(record, copies_are_zero_based_aligned_and_of_unknown_order) {
   using T = TypeParam;
   for (int round = 0; round < 8; ++round) {

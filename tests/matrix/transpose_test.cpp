@@ -18,38 +18,9 @@ template <class T>
 class conj_transposition : public testing::Test {};
 TYPED_TEST_SUITE(conj_transposition, complex_types, type_names);
 
-// Lines of the transpose: entries of each minor line by ascending major line, duplicates in their
-// stored order.
 template <class T>
-lines<T> minor_lines(const matrix<T>& a, bool conjugated = false) {
-  lines<T> result(static_cast<std::size_t>(a.minor()));
-  for (int i = 0; i < a.major(); ++i) {
-    for (int p = a.begin[i] - a.base; p < a.end[i] - a.base; ++p) {
-      T value = a.values[p];
-      if constexpr (is_complex<T>) {
-        if (conjugated) value.im = -value.im;
-      }
-      result[static_cast<std::size_t>(a.indices[p] - a.base)].emplace_back(i, value);
-    }
-  }
-  return result;
-}
-
-// Lines of the same matrix in ascending order, duplicates in their stored order.
-template <class T>
-lines<T> sorted_lines(const matrix<T>& a) {
-  lines<T> result(static_cast<std::size_t>(a.major()));
-  for (int i = 0; i < a.major(); ++i) {
-    auto& line = result[static_cast<std::size_t>(i)];
-    for (int p = a.begin[i] - a.base; p < a.end[i] - a.base; ++p) {
-      const int index = a.indices[p] - a.base;
-      const auto behind_equals =
-          std::upper_bound(line.begin(), line.end(), index,
-                           [](int key, const auto& entry) { return key < entry.first; });
-      line.insert(behind_equals, {index, a.values[p]});
-    }
-  }
-  return result;
+lines<T> minor_lines(const matrix<T>& a, bool turned = false) {
+  return transposed(lines_of(a), a.minor(), turned);
 }
 
 template <class T>
@@ -119,7 +90,7 @@ TYPED_TEST(conj_transposition, negates_imaginary_parts) {
       expect_lines(*t, minor_lines(a, true), a.cols, a.rows);
       scoped_matrix<T> back;
       ASSERT_EQ(transpose(*t, back.out()), 0);
-      expect_lines(*back, sorted_lines(a), a.rows, a.cols);
+      expect_lines(*back, ascending(lines_of(a)), a.rows, a.cols);
     }
   });
   for_each_matrix<T>(compression::columns, [](const matrix<T>& a) {
@@ -137,7 +108,7 @@ TYPED_TEST(transposition, sorts_and_converts) {
   for_each_matrix<T>(compression::rows, [](const matrix<T>& a) {
     scoped_matrix<T> sorted;
     ASSERT_EQ(nevrad::csr_sort_by_double_transpose(a.view(), sorted.out()), 0);
-    expect_lines(*sorted, sorted_lines(a), a.rows, a.cols);
+    expect_lines(*sorted, ascending(lines_of(a)), a.rows, a.cols);
     const auto view = a.view();
     for (const auto convert : {nevrad::csr_to_csc<T>, nevrad::csr_to_csc_parallel<T>}) {
       scoped_matrix<T> columns;
@@ -209,18 +180,6 @@ TYPED_TEST(transposition, conversions_and_views_take_null) {
   nevrad::csc_view_as_csr(&exchanged, &exchanged);
   EXPECT_EQ(exchanged.rows, 3);
   EXPECT_EQ(exchanged.cols, 5);
-}
-
-TYPED_TEST(transposition, is_whole_on_a_smaller_team) {
-  using T = TypeParam;
-  generator random(4);
-  const matrix<T> a = random_matrix<T>(random, {.rows = 40, .cols = 40});
-  const budget_scope threads(7);
-  in_callers_region([&] {
-    scoped_matrix<T> t;
-    ASSERT_EQ(nevrad::csr_transpose_parallel(a.view(), t.out()), 0);
-    expect_lines(*t, minor_lines(a), 40, 40);
-  });
 }
 
 // Beyond the second-level cache the scatter looks ahead in the positions, whose order need not be

@@ -22,13 +22,13 @@ void stored_line(int length, const T* b, T* c, const T* d, int step, T /*alpha*/
   for (int i = 0; i < length; ++i) {
     const T di = d[i * step];
     if constexpr (is_complex<T>) {
-      c[i] = product_fused(beta, c[i]);
-      c[i] = sum_of(c[i], product_fused(di, b[i]));
+      c[i] = exact_fused_product(beta, c[i]);
+      c[i] = exact_add(c[i], exact_fused_product(di, b[i]));
     } else if (i < grouped) {
-      c[i] = std::fma(c[i], beta, di * b[i]);
+      c[i] = fused(c[i], beta, di * b[i]);
     } else {
       c[i] = c[i] * beta;
-      c[i] = std::fma(di, b[i], c[i]);
+      c[i] = fused(di, b[i], c[i]);
     }
   }
 }
@@ -39,29 +39,28 @@ void unit_line(int length, const T* b, T* c, const T* /*d*/, int /*step*/, T alp
   for (int i = 0; i < length; ++i) {
     if (i < grouped) {
       // Both are read before C is written.
-      const T scaled = is_complex<T> ? rotate_add(T{}, beta, c[i]) : product_fused(c[i], beta);
-      c[i] = is_complex<T> ? rotate_add(scaled, alpha, b[i]) : rotate_add(scaled, b[i], alpha);
+      const T scaled =
+          is_complex<T> ? exact_multiply_add(T{}, beta, c[i]) : exact_fused_product(c[i], beta);
+      c[i] = is_complex<T> ? exact_multiply_add(scaled, alpha, b[i])
+                           : exact_multiply_add(scaled, b[i], alpha);
     } else if constexpr (is_complex<T>) {
-      c[i] = sum_of(product_fused(beta, c[i]), product_fused(alpha, b[i]));
+      c[i] = exact_add(exact_fused_product(beta, c[i]), exact_fused_product(alpha, b[i]));
     } else {
       c[i] = c[i] * beta;
-      c[i] = std::fma(b[i], alpha, c[i]);
+      c[i] = fused(b[i], alpha, c[i]);
     }
   }
 }
 
 // alpha * A(i, i), the last of several entries counting.
 template <class T>
-array<T> collected(const matrix<T>& a, T alpha, bool conjugated) {
+array<T> collected(const matrix<T>& a, T alpha, bool turned) {
   array<T> d(a.rows);
   for (int i = 0; i < a.rows; ++i) {
     for (int p = a.begin[i] - a.base; p < a.end[i] - a.base; ++p) {
       if (a.indices[p] - a.base != i) continue;
-      T v = a.values[p];
-      if constexpr (is_complex<T>) {
-        if (conjugated) v.im = -v.im;
-      }
-      d[i] = product_fused(alpha, v);
+      const T v = conjugated(a.values[p], turned);
+      d[i] = exact_fused_product(alpha, v);
     }
   }
   return d;

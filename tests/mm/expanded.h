@@ -10,12 +10,9 @@ namespace nevrad_test {
 template <class T>
 matrix<T> expanded(const matrix<T>& a, const char* code, int op) {
   const bool upper = code[1] == 'U';
-  lines<T> rows(static_cast<std::size_t>(op == 0 ? a.rows : a.cols));
-  const auto put = [&](int i, int c, T v, bool conjugated) {
-    if constexpr (is_complex<T>) {
-      if (conjugated) v.im = -v.im;
-    }
-    rows[static_cast<std::size_t>(i)].emplace_back(c, v);
+  lines<T> rows(at(op == 0 ? a.rows : a.cols));
+  const auto put = [&](int i, int c, T v, bool turned) {
+    rows[at(i)].emplace_back(c, conjugated(v, turned));
   };
   const bool hermitian = code[0] == 'H';
   // Which image is conjugated: the stored one or its mirror image.

@@ -1,7 +1,8 @@
 // C = alpha A B + beta C, one element at a time, in the documented order of operations: what the
-// products must give to the last bit. Written out with scalar fused operations alone.
+// products must give to the last bit.
 #pragma once
 
+#include "support/exact.h"
 #include "support/oracle.h"
 
 namespace nevrad_test {
@@ -12,41 +13,6 @@ enum class path {
   swept_beta,  // a single block, beta taken on the way; real types
   direct       // B read where it lies
 };
-
-// acc + a b by the two rotations, each fusing one product a part.
-template <class T>
-T rotate_add(T acc, T a, T b) {
-  if constexpr (is_complex<T>) {
-    acc = {std::fma(a.re, b.re, acc.re), std::fma(a.re, b.im, acc.im)};
-    return {std::fma(-a.im, b.im, acc.re), std::fma(a.im, b.re, acc.im)};
-  } else {
-    return std::fma(a, b, acc);
-  }
-}
-template <class T>
-T product_fused(T a, T b) {
-  if constexpr (is_complex<T>) {
-    return {std::fma(a.re, b.re, -(a.im * b.im)), std::fma(a.im, b.re, a.re * b.im)};
-  } else {
-    return a * b;
-  }
-}
-template <class T>
-T product_plain(T a, T b) {
-  if constexpr (is_complex<T>) {
-    return {a.re * b.re - a.im * b.im, a.im * b.re + a.re * b.im};
-  } else {
-    return a * b;
-  }
-}
-template <class T>
-T sum_of(T a, T b) {
-  if constexpr (is_complex<T>) {
-    return {a.re + b.re, a.im + b.im};
-  } else {
-    return a + b;
-  }
-}
 
 // One past the last column of the block in which `column` lies, drawn up from the end: the last two
 // blocks halve what is left after the full ones.
@@ -60,12 +26,9 @@ inline int block_stop(int column, int cols) {
   }
 }
 
-template <class T>
-using sparse_line = std::vector<std::pair<int, T>>;
-
 // An element of a panel (sums by rotations) or of one of the last columns (complex ones plain).
 template <class T>
-T swept_element(const sparse_line<T>& row,
+T swept_element(const row<T>& entries,
                 int cols,
                 const panel<T>& b,
                 int j,
@@ -79,19 +42,19 @@ T swept_element(const sparse_line<T>& row,
     stop = block_stop(stop, cols);
     T sum{};
     const std::size_t first = p;
-    for (; p < row.size() && row[p].first < stop; ++p) {
-      const T x = b(row[p].first, j);
-      sum =
-          plain ? sum_of(sum, product_plain(row[p].second, x)) : rotate_add(sum, x, row[p].second);
+    for (; p < entries.size() && entries[p].first < stop; ++p) {
+      const T x = b(entries[p].first, j);
+      sum = plain ? exact_add(sum, exact_plain_product(entries[p].second, x))
+                  : exact_multiply_add(sum, x, entries[p].second);
     }
     if (in_panel && p == first) continue;
-    c = plain ? sum_of(c, product_plain(alpha, sum)) : rotate_add(c, sum, alpha);
+    c = plain ? exact_add(c, exact_plain_product(alpha, sum)) : exact_multiply_add(c, sum, alpha);
   }
   return c;
 }
 
 template <class T>
-T direct_element(const sparse_line<T>& row,
+T direct_element(const row<T>& entries,
                  const panel<T>& b,
                  int j,
                  bool in_chunk,
@@ -100,40 +63,19 @@ T direct_element(const sparse_line<T>& row,
                  T c) {
   if (in_chunk && is_complex<T>) {
     T sum{};
-    for (const auto& [column, value] : row) sum = rotate_add(sum, value, b(column, j));
-    return rotate_add(rotate_add(T{}, c, beta), sum, alpha);
+    for (const auto& [column, value] : entries) sum = exact_multiply_add(sum, value, b(column, j));
+    return exact_multiply_add(exact_multiply_add(T{}, c, beta), sum, alpha);
   }
-  c = product_fused(beta, c);
-  for (const auto& [column, value] : row) {
-    const T v = product_fused(alpha, value);
+  c = exact_fused_product(beta, c);
+  for (const auto& [column, value] : entries) {
+    const T v = exact_fused_product(alpha, value);
     if constexpr (is_complex<T>) {
-      c = sum_of(c, product_fused(v, b(column, j)));
+      c = exact_add(c, exact_fused_product(v, b(column, j)));
     } else {
-      c = std::fma(v, b(column, j), c);
+      c = fused(v, b(column, j), c);
     }
   }
   return c;
-}
-
-// The rows of op(A), ascending, equal columns in their order.
-template <class T>
-lines<T> ascending_rows(const matrix<T>& a, int op) {
-  lines<T> rows(static_cast<std::size_t>(op == 0 ? a.rows : a.cols));
-  for (int i = 0; i < a.rows; ++i) {
-    for (int p = a.begin[i] - a.base; p < a.end[i] - a.base; ++p) {
-      const int k = a.indices[p] - a.base;
-      T v = a.values[p];
-      if constexpr (is_complex<T>) {
-        if (op == 2) v.im = -v.im;
-      }
-      auto& row = rows[static_cast<std::size_t>(op == 0 ? i : k)];
-      const std::pair<int, T> entry(op == 0 ? k : i, v);
-      row.insert(std::upper_bound(row.begin(), row.end(), entry,
-                                  [](const auto& x, const auto& y) { return x.first < y.first; }),
-                 entry);
-    }
-  }
-  return rows;
 }
 
 template <class T>
@@ -147,7 +89,8 @@ panel<T> model_product(path way,
   constexpr int chunk = 64 / static_cast<int>(sizeof(T));
   panel<T> c = before;
   const auto n = static_cast<int>(c.cols());
-  const lines<T> rows = ascending_rows(a, op);
+  const lines<T> stored = lines_of(a);
+  const lines<T> rows = op == 0 ? ascending(stored) : transposed(stored, a.cols, op == 2);
   const int cols = op == 0 ? a.cols : a.rows;
   for (std::size_t i = 0; i < rows.size(); ++i) {
     for (int j = 0; j < n; ++j) {
@@ -157,14 +100,15 @@ panel<T> model_product(path way,
         continue;
       }
       const bool in_panel = j < n / 4 * 4;
-      const T scaled = product_fused(element, beta);
+      const T scaled = exact_fused_product(element, beta);
       if (way == path::swept) {
         element = swept_element(rows[i], cols, b, j, in_panel, alpha, scaled);
       } else {
         T sum{};
-        for (const auto& [column, value] : rows[i]) sum = rotate_add(sum, b(column, j), value);
+        for (const auto& [column, value] : rows[i])
+          sum = exact_multiply_add(sum, b(column, j), value);
         const bool skipped = in_panel && rows[i].empty();
-        element = skipped ? scaled : rotate_add(scaled, sum, alpha);
+        element = skipped ? scaled : exact_multiply_add(scaled, sum, alpha);
       }
     }
   }

@@ -51,24 +51,29 @@ template <class T>
 class mm_tables : public testing::Test {};
 TYPED_TEST_SUITE(mm_tables, all_types, type_names);
 
-// Entries by columns lower the budget for small matrices, so that only this sees their kernels on
-// several threads.
-TYPED_TEST(mm_tables, columns_agree_with_dense_arithmetic_on_several_threads) {
+TYPED_TEST(mm_tables, agree_with_dense_arithmetic) {
   using T = TypeParam;
   generator random(1);
-  for (const char* const code : all_descriptors) {
-    for (const int op : {0, 1, 2}) {
-      const int order = random.integer(1, 16);
-      const int cols = code[0] == 'G' ? random.integer(1, 16) : order;
-      const problem<T> p(random, code, op,
-                         random_matrix<T>(random, {.rows = order,
-                                                   .cols = cols,
-                                                   .base = code[3] == 'F' ? 1 : 0,
-                                                   .kind = compression::columns,
-                                                   .duplicates = random.chance(2)}),
-                         random.integer(1, 19));
-      SCOPED_TRACE(testing::Message() << code << ", op " << op << ", " << random);
-      EXPECT_TRUE(is_product(p.run(3), operand(p.a, code, op), p.b, p.alpha, p.beta, p.before));
+  for (const compression kind : {compression::rows, compression::columns}) {
+    for (const char* const code : all_descriptors) {
+      for (const int op : {0, 1, 2}) {
+        const int order = random.integer(1, 16);
+        const int cols = code[0] == 'G' ? random.integer(1, 16) : order;
+        const problem<T> p(random, code, op,
+                           random_matrix<T>(random, {.rows = order,
+                                                     .cols = cols,
+                                                     .base = code[3] == 'F' ? 1 : 0,
+                                                     .kind = kind,
+                                                     .sorted = random.chance(2),
+                                                     .duplicates = code[0] != 'D'}),
+                           random.integer(1, 19));
+        SCOPED_TRACE(testing::Message()
+                     << code << " by " << name_of(kind) << ", op " << op << ", " << random);
+        for (const int budget : {1, 3}) {
+          EXPECT_TRUE(
+              is_product(p.run(budget), operand(p.a, code, op), p.b, p.alpha, p.beta, p.before));
+        }
+      }
     }
   }
 }
@@ -117,40 +122,11 @@ TYPED_TEST(mm_tables, columns_give_the_bits_of_rows) {
                                                    .kind = compression::columns,
                                                    .duplicates = true}),
                          9);
-      lines<T> rows(17);
-      for (int line = 0; line < 23; ++line) {
-        for (int e = p.a.begin[line] - p.a.base; e < p.a.end[line] - p.a.base; ++e)
-          rows[static_cast<std::size_t>(p.a.indices[e] - p.a.base)].emplace_back(line,
-                                                                                 p.a.values[e]);
-      }
       problem<T> by_rows = p;
-      by_rows.a = compress<T>(rows, 23, compression::rows, p.a.base);
+      by_rows.a = compress<T>(transposed(lines_of(p.a), 17), 23, compression::rows, p.a.base);
       for (const int budget : {1, 3}) {
         SCOPED_TRACE(testing::Message() << code << ", op " << op << ", budget " << budget);
         EXPECT_SAME_ARRAYS(p.run(budget).elements(), by_rows.run(budget).elements());
-      }
-    }
-  }
-}
-
-// Columns without any entry: a transposition refuses them, everything else takes them as zero.
-TYPED_TEST(mm_tables, an_empty_matrix_by_columns_on_several_threads) {
-  using T = TypeParam;
-  generator random(4);
-  for (const char* const code : all_descriptors) {
-    for (const int op : {0, 1, 2}) {
-      const problem<T> p(random, code, op,
-                         compress<T>(lines<T>(5), 5, compression::columns, code[3] == 'F' ? 1 : 0),
-                         6);
-      const bool refused = code[0] == 'G' || (is_complex<T> && code[0] == 'T' && op == 2);
-      SCOPED_TRACE(testing::Message() << code << ", op " << op);
-      const budget_scope scope(3);
-      const panel<T> c = p.before;
-      EXPECT_EQ(run_slot(p.a, code, op, p.b, p.alpha, p.beta, c), refused ? 3 : 0);
-      if (refused) {
-        EXPECT_SAME_ARRAYS(c.elements(), p.before.elements());
-      } else {
-        EXPECT_TRUE(is_product(c, dense_of(p.a, code), p.b, p.alpha, p.beta, p.before));
       }
     }
   }

@@ -13,11 +13,6 @@ namespace nevrad_test {
 namespace {
 
 NEVRAD_BY_TYPE(csrmv, orv_sparse_, csrmv)
-NEVRAD_BY_TYPE(gemv_one_based, orv_sparse_, csrgemv)
-NEVRAD_BY_TYPE(gemv_one_based_ref, orv_sparse_, csrgemv_)
-NEVRAD_BY_TYPE(gemv_zero_based, orv_csparse_, csrgemv)
-NEVRAD_BY_TYPE(gemv_zero_based_ref, orv_csparse_, csrgemv_)
-
 enum class walk { short_rows, long_rows };
 
 // The walk that the mean row length asks for; the last end counts as it stands, base included.
@@ -70,33 +65,6 @@ matrix<T> rows_of_lengths(generator& random,
 template <class T>
 class general_product : public testing::Test {};
 TYPED_TEST_SUITE(general_product, all_types, type_names);
-
-TYPED_TEST(general_product, agrees_with_dense_arithmetic) {
-  using T = TypeParam;
-  for (int round = 0; round < 16; ++round) {
-    generator random(static_cast<std::uint64_t>(round));
-    SCOPED_TRACE(random);
-    const auto a = random_matrix<T>(random, {.rows = random.integer(1, 40),
-                                             .cols = random.integer(1, 40),
-                                             .base = round % 2,
-                                             .typical = random.integer(0, 12),
-                                             .duplicates = random.chance(2)});
-    const auto x = random.values<T>(a.cols);
-    const auto before = random.values<T>(a.rows);
-    const T alpha = round % 3 == 0 ? make<T>(1) : random.value<T>();
-    const T beta = round % 3 != 1 ? make<T>(0) : random.value<T>();
-    const dense<T> wanted = dense_of(a, "G00C");
-    for (const int threads : budgets) {
-      const budget_scope budget(threads);
-      array<T> y = before;
-      ASSERT_EQ(nevrad::csr_mv_driver<T>(a.view(), x.data(), y.data(), alpha, beta), 0);
-      EXPECT_TRUE(is_product(y, wanted, x, alpha, beta, before));
-      array<T> same = before;
-      ASSERT_EQ(run_csrmv(a, x, alpha, beta, same), 0);
-      EXPECT_SAME_ARRAYS(same, y) << "the entry and its driver part";
-    }
-  }
-}
 
 // Every row length through all remainders of the loops, bit for bit, on every budget.
 TYPED_TEST(general_product, adds_in_the_documented_order) {
@@ -224,121 +192,6 @@ TYPED_TEST(general_product, takes_its_offset_as_each_walk_does) {
     }
     array<T> y = before;
     ASSERT_EQ(run_csrmv(a, x, alpha, beta, y), 0);
-    EXPECT_SAME_ARRAYS(y, want);
-  }
-}
-
-// An empty row: beta y, or 0 where nothing is added to nothing. NaN in y survives beta = 0 unless
-// y is overwritten, and complex products never overwrite.
-TYPED_TEST(general_product, reads_y_unless_it_overwrites) {
-  using T = TypeParam;
-  for (const int length : {3, 20}) {
-    generator random(6);
-    std::vector<int> lengths(6, length);
-    lengths[2] = 0;
-    const auto a = rows_of_lengths<T>(random, lengths, 8, 0);
-    const auto x = random.values<T>(8);
-    array<T> before = random.values<T>(6);
-    before[1] = quiet_nan<T>();
-    before[2] = make<T>(3);
-    before[4] = make<T>(std::numeric_limits<double>::infinity());
-    const auto run = [&](double alpha, double beta) {
-      array<T> y = before;
-      EXPECT_EQ(run_csrmv(a, x, make<T>(alpha), make<T>(beta), y), 0);
-      return y;
-    };
-    const array<T> overwritten = run(1, 0);
-    EXPECT_EQ(element_is_nan(overwritten[1]), is_complex<T>);
-    EXPECT_EQ(element_is_nan(overwritten[4]), is_complex<T>);
-    EXPECT_SAME_BITS(overwritten[2], T{});
-    const array<T> scaled = run(2, 0);
-    EXPECT_TRUE(element_is_nan(scaled[1]) && element_is_nan(scaled[4]));
-    const array<T> kept = run(1, 2);
-    EXPECT_TRUE(element_is_nan(kept[1]));
-    EXPECT_SAME_BITS(kept[2], make<T>(6));
-  }
-}
-
-// Both fixed forms take the matrix in three arrays, square, and leave the budget alone.
-TYPED_TEST(general_product, three_array_forms_take_alpha_1_and_beta_0) {
-  using T = TypeParam;
-  for (const int typical : {2, 15}) {
-    for (const int base : {0, 1}) {
-      for (const int threads : budgets) {
-        const budget_scope budget(threads);
-        generator random(7);
-        const auto a =
-            random_matrix<T>(random, {.rows = 33, .cols = 33, .base = base, .typical = typical});
-        const array<int> ia = a.pointers();
-        const auto x = random.values<T>(33);
-        const auto before = random.values<T>(33);
-        const array<T> want = model(walk_of(a), a, x, make<T>(1), T{}, before);
-        array<T> y = before;
-        const auto plain = base == 1 ? gemv_one_based<T> : gemv_zero_based<T>;
-        EXPECT_EQ(plain(0, 33, a.values.data(), ia.data(), a.indices.data(), x.data(), y.data()),
-                  0);
-        EXPECT_SAME_ARRAYS(y, want);
-        EXPECT_TRUE(is_product(y, dense_of(a, "G00C"), x, make<T>(1), T{}, before));
-        const int op = 0;
-        const int m = 33;
-        y = before;
-        const auto by_reference = base == 1 ? gemv_one_based_ref<T> : gemv_zero_based_ref<T>;
-        EXPECT_EQ(by_reference(&op, &m, a.values.data(), ia.data(), a.indices.data(), x.data(),
-                               y.data()),
-                  0);
-        EXPECT_SAME_ARRAYS(y, want);
-        EXPECT_EQ(orv_get_thread_num_(), threads);
-      }
-    }
-  }
-}
-
-// A smaller team than requested must compute all rows, and the same bits. This test runs once more
-// where the runtime adjusts teams by itself.
-TYPED_TEST(general_product, is_whole_on_a_smaller_team) {
-  using T = TypeParam;
-  for (const int typical : {3, 15}) {
-    generator random(9);
-    const auto a =
-        random_matrix<T>(random, {.rows = 50, .cols = 50, .base = 1, .typical = typical});
-    const array<int> ia = a.pointers();
-    const auto x = random.values<T>(50);
-    const auto before = random.values<T>(50);
-    const array<T> want = model(walk_of(a), a, x, make<T>(1), T{}, before);
-    for (const int threads : budgets) {
-      const budget_scope budget(threads);
-      const auto run = [&] {
-        array<T> y = before;
-        EXPECT_EQ(gemv_one_based<T>(0, 50, a.values.data(), ia.data(), a.indices.data(), x.data(),
-                                    y.data()),
-                  0);
-        EXPECT_SAME_ARRAYS(y, want) << "budget " << threads;
-      };
-      run();
-      in_callers_region(run);
-    }
-  }
-}
-
-// Row kernels write their own range, and nothing for an empty one.
-TYPED_TEST(general_product, kernels_keep_to_their_range) {
-  using T = TypeParam;
-  generator random(10);
-  const auto a = rows_of_lengths<T>(random, std::vector<int>(11, 9), 10, 1);
-  const auto x = random.values<T>(10);
-  const auto before = random.values<T>(11);
-  const T alpha = random.value<T>();
-  const T beta = random.value<T>();
-  for (const auto& [first, last] : {std::pair{0, 0}, {11, 11}, {2, 4}, {3, 10}, {0, 11}}) {
-    array<T> want = before;
-    short_rows_model(a, 1, x, want, alpha, beta, first, last);
-    array<T> y = before;
-    EXPECT_EQ(nevrad::csr_mv_short_rows(alpha, a.view(), x.data(), beta, y.data(), first, last), 0);
-    EXPECT_SAME_ARRAYS(y, want);
-    want = before;
-    long_rows_model(a, x, want, alpha, beta, first, last);
-    y = before;
-    EXPECT_EQ(nevrad::csr_mv_long_rows(alpha, a.view(), x.data(), beta, y.data(), first, last), 0);
     EXPECT_SAME_ARRAYS(y, want);
   }
 }

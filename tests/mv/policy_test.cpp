@@ -61,20 +61,5 @@ TYPED_TEST(thread_policy, lowers_to_eight_or_to_one_and_never_raises) {
   }
 }
 
-// What a call has lowered stays lowered, until it is set again.
-TYPED_TEST(thread_policy, outlives_the_call) {
-  using T = TypeParam;
-  const array<int> pointers{1, 2};
-  const array<T> one{make<T>(1)};
-  const array<T> y{make<T>(7)};
-  const budget_scope budget(6);
-  for (int call = 0; call < 2; ++call) {
-    EXPECT_EQ(csrmv<T>(0, 1, 1, make<T>(1), "G00F", one.data(), pointers.data(), pointers.data(),
-                       pointers.data() + 1, one.data(), make<T>(0), y.data()),
-              ORV_SPARSE_STATUS_SUCCESS);
-    EXPECT_EQ(orv_get_thread_num_(), 1);
-  }
-}
-
 }  // namespace
 }  // namespace nevrad_test

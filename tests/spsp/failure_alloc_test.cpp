@@ -12,27 +12,25 @@ class failures : public testing::Test {
     generator random(static_cast<std::uint64_t>(seed));
     return random_matrix<T>(random, {.rows = 12, .cols = 12, .base = 1, .sorted = true});
   }
-  const matrix<T> A = some_matrix(1);
-  const matrix<T> B = some_matrix(2);
-  const array<int> ia = A.pointers();
-  const array<int> ib = B.pointers();
-  array<T> c = array<T>(288, make<T>(-77));
-  array<int> jc = array<int>(288, -77);
-  array<int> ic = array<int>(13);
+  sparse_call<T> sum{operation::sum};
+  sparse_call<T> product{operation::product};
+  sparse_result<T> out{12, 288};
 
-  int add(int transa, int request, int sort) {
-    return csradd<T>(transa, request, sort, 12, 12, A.values.data(), A.indices.data(), ia.data(),
-                     make<T>(2), B.values.data(), B.indices.data(), ib.data(), c.data(), jc.data(),
-                     ic.data(), 288);
+  void SetUp() override {
+    for (sparse_call<T>* const call : {&sum, &product}) {
+      call->A = some_matrix(1);
+      call->B = some_matrix(2);
+      call->nzmax = 288;
+    }
   }
-  int multiply(int transa, int request, int nzmax) {
-    return csrmultcsr<T>(transa, request, 0, 12, 12, 12, A.values.data(), A.indices.data(),
-                         ia.data(), B.values.data(), B.indices.data(), ib.data(), c.data(),
-                         jc.data(), ic.data(), nzmax);
+  int allocations(const sparse_call<T>& call) {
+    return expect_clean_failures([&] { return run(call, out); });
   }
   int multiply_dense(int transa) {
-    return csrmultd<T>(transa, 12, 12, 12, A.values.data(), A.indices.data(), ia.data(),
-                       B.values.data(), B.indices.data(), ib.data(), c.data(), 13);
+    const array<int> ia = sum.A.pointers();
+    const array<int> ib = sum.B.pointers();
+    return csrmultd<T>(transa, 12, 12, 12, sum.A.values.data(), sum.A.indices.data(), ia.data(),
+                       sum.B.values.data(), sum.B.indices.data(), ib.data(), out.c.data(), 13);
   }
 };
 TYPED_TEST_SUITE(failures, all_types, type_names);
@@ -43,13 +41,18 @@ constexpr int sorting = 2 * transposition;
 constexpr int copy = 4;
 
 TYPED_TEST(failures, of_a_sum) {
+  auto& call = this->sum;
   for (const int budget : budgets) {
     const budget_scope threads(budget);
     const int own = budget == 1 ? 0 : 1;
     const auto allocations = [&](int transa, int request, int sort) {
+      call.transa = transa;
+      call.sort = sort;
       // The row pointers that request 2 goes by.
-      EXPECT_EQ(this->add(transa, 1, sort), 0);
-      return expect_clean_failures([&] { return this->add(transa, request, sort); });
+      call.request = 1;
+      EXPECT_EQ(run(call, this->out), 0);
+      call.request = request;
+      return this->allocations(call);
     };
     for (const int request : {0, 1, 2}) {
       EXPECT_EQ(allocations(0, request, 0), own);
@@ -60,18 +63,20 @@ TYPED_TEST(failures, of_a_sum) {
 }
 
 TYPED_TEST(failures, of_a_product) {
+  auto& call = this->product;
   for (const int budget : budgets) {
     const budget_scope threads(budget);
-    const int parts = budget == 1 ? 0 : 1;
-    for (int transa = 0; transa < 3; ++transa) {
-      const int copies = transa == 0 ? 0 : transposition;
-      const auto run = [&](int request, int nzmax) {
-        return expect_clean_failures([&] { return this->multiply(transa, request, nzmax); });
+    for (call.transa = 0; call.transa < 3; ++call.transa) {
+      const int copies = (call.transa == 0 ? 0 : transposition) + (budget == 1 ? 0 : 1);
+      const auto allocations = [&](int request, int nzmax) {
+        call.request = request;
+        call.nzmax = nzmax;
+        return this->allocations(call);
       };
-      EXPECT_EQ(run(0, 288), copies + parts + 2);
-      EXPECT_EQ(run(0, 102400), copies + parts + (budget == 1 ? 3 : 2));
-      EXPECT_EQ(run(1, 0), copies + parts + 1);
-      EXPECT_EQ(run(2, 288), copies + parts + 2);
+      EXPECT_EQ(allocations(0, 288), copies + 2);
+      EXPECT_EQ(allocations(0, 102400), copies + (budget == 1 ? 3 : 2));
+      EXPECT_EQ(allocations(1, 0), copies + 1);
+      EXPECT_EQ(allocations(2, 288), copies + 2);
     }
   }
 }
@@ -91,10 +96,10 @@ TYPED_TEST(failures, of_a_dense_product) {
 TYPED_TEST(failures, of_a_dense_product_leave_it_untouched_or_zero) {
   using T = TypeParam;
   const budget_scope threads(3);
-  const array<T> before = this->c;
+  const array<T> before = this->out.c;
   const int factors = 2 * copy + 2 * transposition;
   for (int n = 1; n <= factors + 2; ++n) {
-    this->c = before;
+    this->out.c = before;
     {
       const allocator_scope memory(failing::once, n);
       EXPECT_EQ(this->multiply_dense(0), 2);
@@ -103,7 +108,7 @@ TYPED_TEST(failures, of_a_dense_product_leave_it_untouched_or_zero) {
     for (int p = 0; n > factors && p < 12 * 13; ++p) {
       if (p % 13 < 12) want[p] = T{};
     }
-    EXPECT_SAME_ARRAYS(this->c, want);
+    EXPECT_SAME_ARRAYS(this->out.c, want);
   }
 }
 

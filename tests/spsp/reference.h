@@ -7,48 +7,11 @@
 #include "support/oracle.h"
 #include "support/threads.h"
 
-#include <map>
-
 namespace nevrad_test {
 
 NEVRAD_BY_TYPE(csradd, orv_sparse_, csradd)
 NEVRAD_BY_TYPE(csrmultcsr, orv_sparse_, csrmultcsr)
 NEVRAD_BY_TYPE(csrmultd, orv_sparse_, csrmultd)
-
-template <class T>
-using row = std::vector<std::pair<int, T>>;
-
-inline std::size_t at(std::int64_t i) { return static_cast<std::size_t>(i); }
-
-template <class T>
-lines<T> lines_of(const matrix<T>& a) {
-  lines<T> all(at(a.major()));
-  for (int i = 0; i < a.major(); ++i) {
-    for (int p = a.begin[i] - a.base; p < a.end[i] - a.base; ++p) {
-      all[at(i)].emplace_back(a.indices[p] - a.base, a.values[p]);
-    }
-  }
-  return all;
-}
-
-template <class T>
-lines<T> transposed(const lines<T>& a, int cols, bool conjugated = false) {
-  lines<T> t(at(cols));
-  for (std::size_t i = 0; i < a.size(); ++i) {
-    for (auto [column, value] : a[i]) {
-      if constexpr (is_complex<T>) value.im = conjugated ? -value.im : value.im;
-      t[at(column)].emplace_back(static_cast<int>(i), value);
-    }
-  }
-  return t;
-}
-
-// Ascending columns; equal ones keep their order.
-template <class T>
-row<T> ascending(const row<T>& entries) {
-  const std::multimap<int, T> sorted(entries.begin(), entries.end());
-  return {sorted.begin(), sorted.end()};
-}
 
 template <class T>
 bool has_entries(const lines<T>& a) {
@@ -312,22 +275,6 @@ void compare_callers_pointers(sparse_call<T> call) {
       compare(call, budget, rows, before);
     }
   }
-}
-
-// The result of a call with room enough, as a matrix.
-template <class T>
-dense<T> dense_result(sparse_call<T> call, int nzmax) {
-  sparse_result<T> out(call.rows(), nzmax);
-  call.nzmax = nzmax;
-  EXPECT_EQ(run(call, out), 0);
-  lines<T> c(at(call.rows()));
-  for (int i = 0; i < call.rows(); ++i) {
-    for (int p = out.ic[i] - 1; p < out.ic[i + 1] - 1; ++p) {
-      c[at(i)].emplace_back(out.jc[p] - 1, out.c[p]);
-    }
-  }
-  const int cols = call.adds() ? call.A.cols : call.B.cols;
-  return dense_of(compress<T>(c, cols, compression::rows, 1), "G00F");
 }
 
 // Signs of zero, infinities and NaN.

@@ -64,20 +64,6 @@ TYPED_TEST(sum, follows_the_callers_row_pointers) {
   compare_callers_pointers(random_call<TypeParam>(random, 0, 0));
 }
 
-TYPED_TEST(sum, is_the_dense_sum) {
-  using T = TypeParam;
-  for (int transa = 0; transa < 3; ++transa) {
-    generator random(40 + static_cast<std::uint64_t>(transa));
-    const auto call = random_call<T>(random, transa, 3);
-    // The sum as a product with the identity: 1 I A + ... is beta I op(B) + 1 A.
-    dense<T> identity(call.A.rows, call.A.rows);
-    for (int i = 0; i < call.A.rows; ++i) identity(i, i) = 1;
-    const auto want = product(identity, dense_of(call.B, "G00F", transa), call.beta, make<T>(1),
-                              dense_of(call.A, "G00F"));
-    EXPECT_TRUE(is_close(dense_result(call, 2000), want, 8));
-  }
-}
-
 //  A = | 1 . 2 |   B = | -1 .  4 |    beta 1: the first entry cancels, and stays.
 //      | . . . |       |  . .  . |    beta 0: B's entries stay, with 0 or A's value.
 //      | . 3 . |       |  5 .  . |

@@ -2,29 +2,9 @@
 // them by name.
 #pragma once
 
-#include "support/matrix.h"
-#include "support/oracle.h"
-
-#include <string>
+#include "support/operations.h"
 
 namespace nevrad_test {
-
-namespace by_name {
-NEVRAD_BY_TYPE(csrmv, orv_sparse_, csrmv)
-NEVRAD_BY_TYPE(cscmv, orv_sparse_, cscmv)
-NEVRAD_BY_TYPE(gemv_from_one, orv_sparse_, csrgemv)
-NEVRAD_BY_TYPE(gemv_from_zero, orv_csparse_, csrgemv)
-NEVRAD_BY_TYPE(symv_from_one, orv_sparse_, csrsymv)
-NEVRAD_BY_TYPE(symv_from_zero, orv_csparse_, csrsymv)
-NEVRAD_BY_TYPE(csrsv, orv_sparse_, csrsv)
-NEVRAD_BY_TYPE(cscsv, orv_sparse_, cscsv)
-NEVRAD_BY_TYPE(trsv_from_one, orv_sparse_, csrtrsv)
-NEVRAD_BY_TYPE(trsv_from_zero, orv_csparse_, csrtrsv)
-NEVRAD_BY_TYPE(csrmm, orv_sparse_, csrmm)
-NEVRAD_BY_TYPE(cscmm, orv_sparse_, cscmm)
-NEVRAD_BY_TYPE(csrsm, orv_sparse_, csrsm)
-NEVRAD_BY_TYPE(cscsm, orv_sparse_, cscsm)
-}  // namespace by_name
 
 inline bool has_many_vectors(const std::string& entry) {
   return entry.ends_with("mm") || entry.ends_with("sm");
@@ -47,45 +27,29 @@ int call_entry(const std::string& entry,
                const panel<T>& x,
                T beta,
                const panel<T>& y) {
-  using namespace by_name;
-  const bool by_rows = entry.starts_with("csr");
-  const bool from_one = descra[3] == 'F';
-  const int upper = descra[1] == 'U' ? 1 : 0;
-  const auto n = static_cast<int>(x.cols());
-  const T* const val = a.values.data();
-  const int* const indx = a.indices.data();
-  const int* const begin = a.begin.data();
-  const int* const end = a.end.data();
-  if (is_three_array(entry)) {
-    const array<int> ia = a.pointers();
-    if (entry == "csrtrsv") {
-      const auto solve = from_one ? trsv_from_one<T> : trsv_from_zero<T>;
-      return solve(upper, op, descra[2] == 'U' ? 1 : 0, a.rows, val, ia.data(), indx, x.data(),
-                   y.data());
-    }
-    const bool general = entry == "csrgemv";
-    const auto gemv = from_one ? gemv_from_one<T> : gemv_from_zero<T>;
-    const auto symv = from_one ? symv_from_one<T> : symv_from_zero<T>;
-    return general ? gemv(op, a.rows, val, ia.data(), indx, x.data(), y.data())
-                   : symv(upper, a.rows, val, ia.data(), indx, x.data(), y.data());
-  }
-  if (entry.ends_with("mm")) {
-    const auto product = by_rows ? csrmm<T> : cscmm<T>;
-    return product(op, a.rows, n, a.cols, alpha, descra, val, indx, begin, end, x.data(), x.ld(),
-                   beta, y.data(), y.ld());
-  }
-  if (entry.ends_with("sm")) {
-    const auto solve = by_rows ? csrsm<T> : cscsm<T>;
-    return solve(op, a.rows, n, alpha, descra, val, indx, begin, end, x.data(), x.ld(), y.data(),
-                 y.ld());
-  }
-  if (entry.ends_with("sv")) {
-    const auto solve = by_rows ? csrsv<T> : cscsv<T>;
-    return solve(op, a.rows, alpha, descra, val, indx, begin, end, x.data(), y.data());
-  }
-  const auto product = by_rows ? csrmv<T> : cscmv<T>;
-  return product(op, a.rows, a.cols, alpha, descra, val, indx, begin, end, x.data(), beta,
-                 y.data());
+  static const auto all = all_operations<T>();
+  const bool three = is_three_array(entry);
+  const std::string name = entry + (three && descra[3] == 'C' ? " of C" : "");
+  const auto called = std::find_if(all.begin(), all.end(),
+                                   [&](const operation_of<T>& o) { return name == o.name; });
+  const array<int> pointers = three ? a.pointers() : array<int>(0);
+  return called->by_value({.transa = op,
+                           .uplo = descra[1] == 'U',
+                           .diag = descra[2] == 'U',
+                           .m = a.rows,
+                           .n = static_cast<int>(x.cols()),
+                           .k = a.cols,
+                           .ldb = x.ld(),
+                           .ldc = y.ld(),
+                           .alpha = alpha,
+                           .beta = beta,
+                           .descra = descra,
+                           .a = a.values.data(),
+                           .ja = a.indices.data(),
+                           .ia = three ? pointers.data() : a.begin.data(),
+                           .ie = a.end.data(),
+                           .b = x.data(),
+                           .c = y.data()});
 }
 
 }  // namespace nevrad_test

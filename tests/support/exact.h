@@ -1,35 +1,23 @@
-// Rounding told step by step, in a wider format, independent of the library's arithmetic layer.
-//
-// Every product of two elements, and every sum of one with a third of like magnitude, is exact in
-// 113 bits, so rounding it once to the element's format is the definition of a fused operation.
-// Infinities, NaN and signs of zero follow the same rules there.
+// Rounding told step by step, part by part, independent of the library's arithmetic layer.
 #pragma once
 
 #include "support/types.h"
 
-#include <cfloat>
-
 namespace nevrad_test {
-
-#if LDBL_MANT_DIG == 113
-using quad = long double;
-#else
-__extension__ typedef __float128 quad;
-#endif
 
 enum class conjugate : bool { no, yes };
 
 template <class R>
 R fused(R a, R b, R c) {
-  return static_cast<R>(static_cast<quad>(a) * static_cast<quad>(b) + static_cast<quad>(c));
+  return std::fma(a, b, c);
 }
 template <class R>
 R rounded(R a, R b) {
-  return static_cast<R>(static_cast<quad>(a) * static_cast<quad>(b));
+  return a * b;
 }
 template <class R>
 R rounded_sum(R a, R b) {
-  return static_cast<R>(static_cast<quad>(a) + static_cast<quad>(b));
+  return a + b;
 }
 
 template <class R>

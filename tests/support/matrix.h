@@ -5,6 +5,7 @@
 #include "support/random.h"
 
 #include <algorithm>
+#include <map>
 #include <utility>
 
 namespace nevrad_test {
@@ -88,6 +89,46 @@ matrix<T> compress(const lines<T>& source, int minor, compression kind, int base
   a.values = array<T>(values);
   a.indices = array<int>(indices);
   return a;
+}
+
+template <class T>
+using row = std::vector<std::pair<int, T>>;
+
+inline std::size_t at(std::int64_t i) { return static_cast<std::size_t>(i); }
+
+template <class T>
+lines<T> lines_of(const matrix<T>& a) {
+  lines<T> all(at(a.major()));
+  for (int i = 0; i < a.major(); ++i) {
+    for (int p = a.begin[i] - a.base; p < a.end[i] - a.base; ++p) {
+      all[at(i)].emplace_back(a.indices[p] - a.base, a.values[p]);
+    }
+  }
+  return all;
+}
+
+// Lines of the other direction, ascending; entries at one place keep their order.
+template <class T>
+lines<T> transposed(const lines<T>& a, int minor, bool turned = false) {
+  lines<T> t(at(minor));
+  for (std::size_t i = 0; i < a.size(); ++i) {
+    for (const auto& [index, value] : a[i]) {
+      t[at(index)].emplace_back(static_cast<int>(i), conjugated(value, turned));
+    }
+  }
+  return t;
+}
+
+// Ascending indices; equal ones keep their order.
+template <class T>
+row<T> ascending(const row<T>& entries) {
+  const std::multimap<int, T> sorted(entries.begin(), entries.end());
+  return {sorted.begin(), sorted.end()};
+}
+template <class T>
+lines<T> ascending(lines<T> all) {
+  for (row<T>& entries : all) entries = ascending(entries);
+  return all;
 }
 
 // Which diagonal entries a random matrix has. `dominant` makes every one present and larger than

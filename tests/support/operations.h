@@ -205,11 +205,27 @@ matrix<T> problem_matrix(generator& random, const form_of<T>& form, int order) {
                            .diagonal = stored_diagonal::dominant});
 }
 
+// The second operand of an operation on two: what is added to A, or multiplied by op(A).
+template <class T>
+matrix<T> second_matrix(generator& random, const form_of<T>& form, const matrix<T>& a, int cols) {
+  const bool sum = form.op.is("csradd");
+  const bool turned = form.transa != 0;
+  return random_matrix<T>(random, {.rows = turned == sum ? a.cols : a.rows,
+                                   .cols = !sum     ? cols
+                                           : turned ? a.rows
+                                                    : a.cols,
+                                   .base = 1,
+                                   .sorted = sum,
+                                   .duplicates = !sum});
+}
+
 // Arrays and arguments of one call, with `columns` right-hand sides.
 template <class T>
 struct problem_of {
   matrix<T> A;
+  matrix<T> B;
   array<int> ia;
+  array<int> ib;
   array<T> b;
   array<T> c;
   array<int> jc;
@@ -219,35 +235,35 @@ struct problem_of {
   problem_of(generator& random, const form_of<T>& form, int order, int columns)
       : problem_of(random, form, problem_matrix<T>(random, form, order), columns) {}
   problem_of(generator& random, const form_of<T>& form, const matrix<T>& a, int columns)
-      : A(a),
-        ia(A.pointers()),
-        b(random.values<T>(square_of(a.rows, columns))),
-        c(random.values<T>(square_of(a.rows, columns))),
-        jc(a.rows * a.rows, -77),
-        ic(a.rows + 1, -77) {
-    const int order = a.rows;
+      : A(a), B(second_matrix(random, form, a, columns)), ia(A.pointers()), ib(B.pointers()) {
+    const int longest = std::max({a.rows, a.cols, columns});
+    b = random.values<T>(longest * longest);
+    c = random.values<T>(longest * longest);
+    jc = array<int>(longest * longest, -77);
+    ic = array<int>(longest + 1, -77);
+    const bool packed = A.values.size() == A.entries();
     const bool with_sparse = form.op.tests("jb");
     x = {.transa = form.transa,
          .uplo = form.uplo,
          .diag = form.diag,
          .request = form.request,
-         .nnz = A.end[0] - A.begin[0],
-         .m = order,
-         .n = with_sparse ? order : columns,
-         .k = order,
-         .ldb = std::max(order, columns),
-         .ldc = std::max(order, columns),
-         .nzmax = order * order,
+         .nnz = A.entries(),
+         .m = A.rows,
+         .n = with_sparse ? A.cols : columns,
+         .k = with_sparse ? B.cols : A.cols,
+         .ldb = longest,
+         .ldc = longest,
+         .nzmax = longest * longest,
          .alpha = random.value<T>(),
          .beta = random.value<T>(),
          .descra = form.descra,
          .a = A.values.data(),
          .ja = A.indices.data(),
-         .ia = ia.data(),
-         .ie = ia.data() + 1,
-         .b = with_sparse ? A.values.data() : b.data(),
-         .jb = A.indices.data(),
-         .ib = ia.data(),
+         .ia = packed ? ia.data() : A.begin.data(),
+         .ie = packed ? ia.data() + 1 : A.end.data(),
+         .b = with_sparse ? B.values.data() : b.data(),
+         .jb = B.indices.data(),
+         .ib = ib.data(),
          .c = c.data(),
          .jc = jc.data(),
          .ic = ic.data()};
@@ -255,11 +271,6 @@ struct problem_of {
   problem_of(const problem_of&) = delete;
   problem_of& operator=(const problem_of&) = delete;
   ~problem_of() = default;
-
- private:
-  static int square_of(int order, int columns) {
-    return std::max(order, columns) * std::max(order, columns);
-  }
 };
 
 // Whether two problems hold the same arrays, to the bit.

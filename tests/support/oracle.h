@@ -255,13 +255,6 @@ testing::AssertionResult is_solution(const dense<T>& x,
   return is_close(dense<T>(b.rows(), b.cols()), residual, 4 * static_cast<double>(a.cols()) + 32);
 }
 template <class T>
-testing::AssertionResult is_solution(const array<T>& x,
-                                     const dense<T>& a,
-                                     T alpha,
-                                     const array<T>& b) {
-  return is_solution(widen_vector(x), a, alpha, widen_vector(b));
-}
-template <class T>
 testing::AssertionResult is_solution(const panel<T>& x,
                                      const dense<T>& a,
                                      T alpha,

@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+
 namespace nevrad_test {
 
 // Budgets that every family is run with: one thread, an even team, teams that divide nothing.
@@ -17,7 +19,14 @@ inline constexpr bool is_native = true;
 #else
 inline constexpr bool is_native = false;
 #endif
-constexpr int one_in(int n) { return is_native ? 1 : n; }
+
+// How many times as many random cases as usual: NEVRAD_TEST_DEPTH, 1 where it is not set. With 0
+// there are as few cases as under emulation.
+inline int depth() {
+  const char* const text = std::getenv("NEVRAD_TEST_DEPTH");
+  return text == nullptr ? 1 : std::atoi(text);
+}
+inline int one_in(int n) { return is_native && depth() > 0 ? 1 : n; }
 
 // Sets the budget for a scope and puts the old one back, also where a call has lowered it.
 class budget_scope {

@@ -34,34 +34,31 @@ class trial {
     const std::string descra = form_.structure();
     const dense<T> plain = dense_of(problem_.A, descra.c_str());
     const dense<T> a = apply_op(plain, x.transa);
-    const dense<T> zero(order(), order());
-    if (op.is("csradd")) {
+    const T one = make<T>(1);
+    if (op.tests("jb")) {
       if (x.request == 1) return testing::AssertionSuccess();
-      // The sum as a product with the identity.
-      dense<T> identity(order(), order());
-      for (int i = 0; i < order(); ++i) identity(i, i) = 1;
-      return is_close(compressed(), product(identity, a, x.beta, make<T>(1), plain), 8);
-    }
-    if (op.is("csrmultcsr")) {
-      if (x.request == 1) return testing::AssertionSuccess();
-      return is_close(compressed(), product(a, plain, make<T>(1), make<T>(0), zero), order() + 8);
-    }
-    if (op.is("csrmultd")) {
-      return is_close(panel_of(problem_.c, order(), true),
-                      product(a, plain, make<T>(1), make<T>(0), zero), order() + 8);
+      const dense<T> b = dense_of(problem_.B, "G00F");
+      if (op.is("csradd")) {
+        // The sum as a product with the identity.
+        dense<T> identity(plain.rows(), plain.rows());
+        for (int i = 0; i < plain.rows(); ++i) identity(i, i) = 1;
+        return is_close(compressed(plain.rows(), plain.cols()),
+                        product(identity, apply_op(b, x.transa), x.beta, one, plain), 8);
+      }
+      const dense<T> got = op.is("csrmultd") ? panel_of(problem_.c, a.rows(), b.cols(), true)
+                                             : compressed(a.rows(), b.cols());
+      return is_close(got, product(a, b, one, T{}, got), 2 * static_cast<double>(a.cols()) + 8);
     }
     const bool by_panels = op.is("mm") || op.is("sm");
     const bool by_columns = !by_panels || descra[3] == 'F';
     const int n = by_panels ? columns_ : 1;
-    const dense<T> b = panel_of(problem_.b, n, by_columns);
-    const dense<T> c = panel_of(problem_.c, n, by_columns);
-    const T one = make<T>(1);
+    const dense<T> b = panel_of(problem_.b, a.cols(), n, by_columns);
+    const dense<T> c = panel_of(problem_.c, a.rows(), n, by_columns);
     if (op.is("sv") || op.is("sm")) return is_solution(c, a, op.is("trsv") ? one : x.alpha, b);
     const bool scaled = !op.is("gemv") && !op.is("symv");
-    return is_close(c,
-                    product(a, b, scaled ? x.alpha : one, scaled ? x.beta : T{},
-                            panel_of(before_, n, by_columns)),
-                    order() + 16);
+    const dense<T> before = panel_of(before_, a.rows(), n, by_columns);
+    return is_close(c, product(a, b, scaled ? x.alpha : one, scaled ? x.beta : T{}, before),
+                    static_cast<double>(a.cols()) + 16);
   }
 
   void expect_same(const trial& other) const { expect_same_arrays(problem_, other.problem_); }
@@ -84,26 +81,27 @@ class trial {
     }
   }
 
-  dense<T> panel_of(const array<T>& elements, int n, bool by_columns) const {
-    dense<T> d(order(), n);
-    for (int i = 0; i < order(); ++i) {
-      for (int j = 0; j < n; ++j) {
+  dense<T> panel_of(const array<T>& elements,
+                    std::int64_t rows,
+                    std::int64_t n,
+                    bool by_columns) const {
+    dense<T> d(rows, n);
+    for (std::int64_t i = 0; i < rows; ++i) {
+      for (std::int64_t j = 0; j < n; ++j) {
         d(i, j) = widen(elements[by_columns ? i + j * problem_.x.ldc : i * problem_.x.ldc + j]);
       }
     }
     return d;
   }
-  dense<T> compressed() const {
-    dense<T> d(order(), order());
-    for (int i = 0; i < order(); ++i) {
+  dense<T> compressed(std::int64_t rows, std::int64_t cols) const {
+    dense<T> d(rows, cols);
+    for (std::int64_t i = 0; i < rows; ++i) {
       for (int p = problem_.ic[i] - 1; p < problem_.ic[i + 1] - 1; ++p) {
         d.add(i, problem_.jc[p] - 1, widen(problem_.c[p]));
       }
     }
     return d;
   }
-
-  int order() const { return problem_.A.rows; }
 
   form_of<T> form_;
   int columns_;

@@ -123,6 +123,12 @@ T quiet_nan() {
                  std::numeric_limits<double>::quiet_NaN());
 }
 
+template <class T>
+T conjugated(T a, bool yes = true) {
+  if constexpr (is_complex<T>) a.im = yes ? -a.im : a.im;
+  return a;
+}
+
 // Equal bits, signs of zero included; all NaN are one, since their bits are the processor's.
 inline bool same_bits(float a, float b) {
   if (std::isnan(a) || std::isnan(b)) return std::isnan(a) && std::isnan(b);

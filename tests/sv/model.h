@@ -2,67 +2,15 @@
 // time. What a kernel does by table, template and register stands here as one loop over places.
 #pragma once
 
+#include "support/exact.h"
 #include "sv/solves.h"
 
 namespace nevrad_test {
 
-// acc + a b in the steps of a complex multiply-accumulate; a comes conjugated where that is wanted.
-template <class T>
-T accumulated(T acc, T a, T b) {
-  if constexpr (is_complex<T>) {
-    acc.re = std::fma(a.re, b.re, acc.re);
-    acc.im = std::fma(a.re, b.im, acc.im);
-    acc.re = std::fma(-a.im, b.im, acc.re);
-    acc.im = std::fma(a.im, b.re, acc.im);
-    return acc;
-  } else {
-    return std::fma(a, b, acc);
-  }
-}
-
-template <class T>
-T negated(T a) {
-  if constexpr (is_complex<T>) {
-    return {-a.re, -a.im};
-  } else {
-    return -a;
-  }
-}
-
-template <class T>
-T minus(T a, T b) {
-  if constexpr (is_complex<T>) {
-    return {a.re - b.re, a.im - b.im};
-  } else {
-    return a - b;
-  }
-}
-
-template <class T>
-T plus(T a, T b) {
-  return minus(a, negated(b));
-}
-
-// a b with one fused and one rounded product a part.
-template <class T>
-T fused_product(T a, T b) {
-  if constexpr (is_complex<T>) {
-    return {std::fma(a.re, b.re, -(a.im * b.im)), std::fma(a.im, b.re, a.re * b.im)};
-  } else {
-    return a * b;
-  }
-}
-
-template <class T>
-T conjugate(T a) {
-  if constexpr (is_complex<T>) a.im = -a.im;
-  return a;
-}
-
 template <class T>
 T quotient(T t, T d, bool fused_denominator = false) {
   if constexpr (is_complex<T>) {
-    const T n = fused_product(conjugate(d), t);
+    const T n = exact_fused_product(conjugated(d), t);
     const auto s =
         fused_denominator ? std::fma(d.re, d.re, d.im * d.im) : d.re * d.re + d.im * d.im;
     return {n.re / s, n.im / s};
@@ -83,7 +31,7 @@ class solve_model {
 
   array<T> operator()(T alpha, const array<T>& x) const {
     array<T> y(a_.rows);
-    for (int i = 0; i < a_.rows; ++i) y[i] = fused_product(x[i], alpha);
+    for (int i = 0; i < a_.rows; ++i) y[i] = exact_fused_product(x[i], alpha);
     if (rows_ && lower_) {
       for (int i = 0; i < a_.rows; ++i) row_forward(i, y);
     } else if (rows_) {
@@ -98,7 +46,7 @@ class solve_model {
 
  private:
   int index(int p) const { return a_.indices[p] - a_.begin[0]; }
-  T element(int p) const { return conjugated_ ? conjugate(a_.values[p]) : a_.values[p]; }
+  T element(int p) const { return conjugated(a_.values[p], conjugated_); }
   int first(int line) const { return a_.begin[line] - a_.begin[0]; }
   int last(int line) const { return a_.end[line] - a_.begin[0]; }
 
@@ -108,7 +56,9 @@ class solve_model {
   void row_forward(int i, const array<T>& y) const {
     T s[2] = {};
     T d{};
-    const auto use = [&](int p, int sum) { s[sum] = accumulated(s[sum], element(p), y[index(p)]); };
+    const auto use = [&](int p, int sum) {
+      s[sum] = exact_multiply_add(s[sum], element(p), y[index(p)]);
+    };
     int p = first(i);
     const int length = last(i) - p;
     bool done = false;
@@ -137,13 +87,15 @@ class solve_model {
         use(p, 0);
       }
     }
-    y[i] = over(minus(minus(y[i], s[0]), s[1]), d);
+    y[i] = over(exact_subtract(exact_subtract(y[i], s[0]), s[1]), d);
   }
 
   void row_backward(int i, const array<T>& y) const {
     T s[4] = {};
     T d{};
-    const auto use = [&](int p, int sum) { s[sum] = accumulated(s[sum], element(p), y[index(p)]); };
+    const auto use = [&](int p, int sum) {
+      s[sum] = exact_multiply_add(s[sum], element(p), y[index(p)]);
+    };
     int e = last(i);
     const int length = e - first(i);
     bool done = false;
@@ -176,7 +128,7 @@ class solve_model {
       d = element(p);
     }
     if constexpr (is_complex<T>) {
-      y[i] = over(minus(y[i], plus(plus(s[2], s[3]), plus(s[0], s[1]))), d);
+      y[i] = over(exact_subtract(y[i], exact_add(exact_add(s[2], s[3]), exact_add(s[0], s[1]))), d);
     } else {
       y[i] = over((y[i] - (s[1] + s[2])) - (s[3] + s[0]), d);
     }
@@ -198,7 +150,8 @@ class solve_model {
     y[j] = t;
     const int from = lower_ ? low + 1 : first(j);
     const int to = lower_ ? last(j) : low;
-    for (int p = from; p < to; ++p) y[index(p)] = accumulated(y[index(p)], negated(element(p)), t);
+    for (int p = from; p < to; ++p)
+      y[index(p)] = exact_multiply_subtract(y[index(p)], element(p), t);
   }
 
   const matrix<T>& a_;

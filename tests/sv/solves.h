@@ -9,16 +9,6 @@ namespace nevrad_test {
 
 NEVRAD_BY_TYPE(csrsv, orv_sparse_, csrsv)
 NEVRAD_BY_TYPE(cscsv, orv_sparse_, cscsv)
-NEVRAD_BY_TYPE(csrsv_by_reference, orv_sparse_, csrsv_)
-NEVRAD_BY_TYPE(cscsv_by_reference, orv_sparse_, cscsv_)
-NEVRAD_BY_TYPE(csrtrsv_one_based, orv_sparse_, csrtrsv)
-NEVRAD_BY_TYPE(csrtrsv_zero_based, orv_csparse_, csrtrsv)
-NEVRAD_BY_TYPE(csrtrsv_one_based_by_reference, orv_sparse_, csrtrsv_)
-NEVRAD_BY_TYPE(csrtrsv_zero_based_by_reference, orv_csparse_, csrtrsv_)
-
-inline constexpr const char* solve_descriptors[] = {"TLNF", "TLNC", "TLUF", "TLUC", "TUNF", "TUNC",
-                                                    "TUUF", "TUUC", "D0NF", "D0NC", "D0UF", "D0UC"};
-
 // A form of a matrix's solve: what a descriptor and an operation say, less the base.
 struct solve_form {
   bool upper = false;

@@ -9,28 +9,13 @@ namespace {
 NEVRAD_BY_REAL_TYPE(doti, orv_sparse_, doti)
 NEVRAD_BY_COMPLEX_TYPE(dotui, orv_sparse_, dotui_sub)
 NEVRAD_BY_COMPLEX_TYPE(dotci, orv_sparse_, dotci_sub)
-NEVRAD_BY_REAL_TYPE(doti_ref, orv_sparse_, doti_)
-NEVRAD_BY_COMPLEX_TYPE(dotui_ref, orv_sparse_, dotui_sub_)
-NEVRAD_BY_COMPLEX_TYPE(dotci_ref, orv_sparse_, dotci_sub_)
-
-// The dot of a type, conjugated or not, plain or by reference.
+// The dot of a type, conjugated or not.
 template <class T>
-nevrad::status dot(conjugate how,
-                   int nnz,
-                   const T* x,
-                   const int* indx,
-                   const T* y,
-                   T* result,
-                   bool by_reference = false) {
+nevrad::status dot(conjugate how, int nnz, const T* x, const int* indx, const T* y, T* result) {
   if constexpr (is_complex<T>) {
-    if (how == conjugate::yes) {
-      return by_reference ? dotci_ref<T>(&nnz, x, indx, y, result)
-                          : dotci<T>(nnz, x, indx, y, result);
-    }
-    return by_reference ? dotui_ref<T>(&nnz, x, indx, y, result)
-                        : dotui<T>(nnz, x, indx, y, result);
+    return (how == conjugate::yes ? dotci<T> : dotui<T>)(nnz, x, indx, y, result);
   } else {
-    return by_reference ? doti_ref<T>(&nnz, x, indx, y, result) : doti<T>(nnz, x, indx, y, result);
+    return doti<T>(nnz, x, indx, y, result);
   }
 }
 
@@ -90,12 +75,9 @@ TYPED_TEST(dots, add_in_the_order_of_positions_on_one_thread) {
       array<int> indx(nnz);
       for (int& j : indx) j = random.integer(0, 19);
       const T want = chain(how, this->rotates_on_one_thread, nnz, x, indx, y);
-      for (const bool by_reference : {false, true}) {
-        array<T> result(1, quiet_nan<T>());
-        EXPECT_EQ(dot<T>(how, nnz, x.data(), indx.data(), y.data(), result.data(), by_reference),
-                  ORV_SPARSE_STATUS_SUCCESS);
-        EXPECT_SAME_BITS(result[0], want);
-      }
+      array<T> result(1, quiet_nan<T>());
+      EXPECT_EQ(dot<T>(how, nnz, x.data(), indx.data(), y.data(), result.data()), 0);
+      EXPECT_SAME_BITS(result[0], want);
       forms_part += same_bits(want, chain(how, false, nnz, x, indx, y)) ? 0 : 1;
     }
   }
@@ -170,25 +152,6 @@ TYPED_TEST(dots, start_at_zero) {
     } else {
       EXPECT_SAME_BITS(result, T{});
     }
-  }
-}
-
-template <class T>
-class complex_dots : public testing::Test {};
-TYPED_TEST_SUITE(complex_dots, complex_types, type_names);
-
-TYPED_TEST(complex_dots, conjugate_the_packed_operand) {
-  using T = TypeParam;
-  const array<int> indx{0};
-  const array<T> x{make<T>(1, 2)};
-  const array<T> y{make<T>(3, 5)};
-  for (const int threads : {1, 2}) {
-    const budget_scope budget(threads);
-    T result{};
-    EXPECT_EQ(dotci<T>(1, x.data(), indx.data(), y.data(), &result), 0);
-    EXPECT_SAME_BITS(result, make<T>(13, -1));
-    EXPECT_EQ(dotui<T>(1, x.data(), indx.data(), y.data(), &result), 0);
-    EXPECT_SAME_BITS(result, make<T>(-7, 11));
   }
 }
 
