@@ -10,19 +10,19 @@ namespace nevrad {
 
 namespace {
 
-// The memory that a transposed or expanded copy takes.
+// The memory that a transposed or expanded copy takes. What making it takes besides is asked for
+// and given back, as when it is made: what follows may need it.
 template <class T>
 struct copy_room {
-  scratch<std::int32_t> words;
-  scoped_matrix<T> staged;
   scoped_matrix<T> copy;
 
   status take(const held_lines<T>& held, const line_survey& found, std::int32_t nnz) {
     const std::int32_t rows = held.result_rows();
-    words = scratch<std::int32_t>(
+    const scratch<std::int32_t> words(
         rounded_aligned_alloc(cache_line,
                               sizeof(std::int32_t) * static_cast<std::uint64_t>(words_of(held))));
     if (!words) return alloc_failed;
+    scoped_matrix<T> staged;
     if (held.has_own()) {
       const auto taken = static_cast<std::int32_t>(found.off_diagonal + found.on_diagonal);
       const status made = owned_csr_alloc(rows, rows, taken, staged.out());
@@ -158,11 +158,11 @@ bool multiply_held_lines(const held_lines<T>& held,
   if (!found.ascending || budget > 1) return false;
   const std::int64_t size = ring_size<T>(found, rows, held.lines.base);
   const std::int64_t elements = ring_elements<T>(layout, size, o.n);
-  if (nnz < elements || room.words_of(held) < 2 * size) return false;
+  if (nnz < elements || nnz < 2 * size || room.words_of(held) < 2 * size) return false;
   if (!ring_pays<T>(found, layout, rows, o.n, nnz)) return false;
   *result = room.take(held, found, nnz);
   if (*result != success) return true;
-  const ring_room<T> ring{room.copy->values, room.words.get(), size};
+  const ring_room<T> ring{room.copy->values, room.copy->indices, size};
   *result = in_rows ? multiply_swept_rows(held, found, ring, o, nnz)
                     : multiply_columns(held, found, ring, o, nnz);
   return true;

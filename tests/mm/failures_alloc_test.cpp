@@ -6,8 +6,10 @@
 #include "support/oracle.h"
 #include "support/threads.h"
 
+#include <algorithm>
 #include <iterator>
 #include <numeric>
+#include <vector>
 
 namespace nevrad_test {
 namespace {
@@ -137,6 +139,38 @@ TYPED_TEST(failing_mm, keeps_the_panels_of_all_threads_within_their_store) {
                      order),
             0);
   for (const T& element : c) EXPECT_EQ(widen(element), wide_real<T>(4));
+}
+
+// A product straight from a triangle asks for what expanding it takes, and as expanding does, gives
+// all but the copy back before it asks for more.
+TYPED_TEST(failing_mm, holds_no_more_than_an_expansion_would) {
+  using T = TypeParam;
+  constexpr int n = 16;
+  constexpr int order = 2000;
+  constexpr int below = 12;
+  array<int> begin(order + 1);
+  std::vector<int> columns;
+  for (int i = 0; i < order; ++i) {
+    begin[i] = static_cast<int>(columns.size()) + 1;
+    for (int j = std::max(0, i - below); j <= i; ++j) columns.push_back(j + 1);
+  }
+  begin[order] = static_cast<int>(columns.size()) + 1;
+  const std::uint64_t taken = columns.size();
+  const array<T> values(static_cast<std::int64_t>(taken), make<T>(1));
+  const array<T> b(n * order, make<T>(1));
+  const array<T> c(n * order, make<T>(3));
+  const budget_scope budget(1);
+  const allocator_scope memory;
+  ASSERT_EQ(csrmm<T>(0, order, n, order, make<T>(1), "SLNF", values.data(), columns.data(),
+                     begin.data(), begin.data() + 1, b.data(), order, make<T>(1), c.data(), order),
+            0);
+  const auto bytes = [](std::uint64_t entries) {
+    return sizeof(int) * (order + 2) + (sizeof(T) + sizeof(int)) * entries + 512;
+  };
+  const std::uint64_t making = bytes(taken) + sizeof(int) * 2 * order;
+  const std::uint64_t multiplying = sizeof(T) * n * order;
+  EXPECT_LE(memory.peak(),
+            bytes(taken) + bytes(2 * taken - order) + std::max(making, multiplying) + 512);
 }
 
 }  // namespace

@@ -19,6 +19,8 @@ struct ledger {
   int calls = 0;
   int refused = 0;
   std::uint64_t largest = 0;
+  std::uint64_t held = 0;
+  std::uint64_t peak = 0;
   int overrun = 0;
   std::unordered_map<void*, std::uint64_t> live;  // and the bytes asked for
   long long all_refused = 0;
@@ -59,6 +61,8 @@ void* allocate(std::uint64_t size, const Allocate& real) {
   if (p != nullptr) {
     std::memset(static_cast<unsigned char*>(p) + size, fence, fence_bytes);
     b.live[p] = size;
+    b.held += size;
+    b.peak = std::max(b.peak, b.held);
   }
   return p;
 }
@@ -71,6 +75,7 @@ void take_back(void* p) {
   const unsigned char* const behind = static_cast<const unsigned char*>(p) + block->second;
   const bool kept = std::all_of(behind, behind + fence_bytes, [](auto c) { return c == fence; });
   b.overrun += kept ? 0 : 1;
+  b.held -= block->second;
   b.live.erase(block);
 }
 
@@ -85,6 +90,8 @@ allocator_scope::allocator_scope(failing mode, int n) {
   b.calls = 0;
   b.refused = 0;
   b.largest = 0;
+  b.held = 0;
+  b.peak = 0;
   b.overrun = 0;
   b.live.clear();
 }
@@ -108,6 +115,11 @@ int allocator_scope::refused() const {
 std::uint64_t allocator_scope::largest() const {
   const std::lock_guard<std::mutex> hold(book().lock);
   return book().largest;
+}
+
+std::uint64_t allocator_scope::peak() const {
+  const std::lock_guard<std::mutex> hold(book().lock);
+  return book().peak;
 }
 
 int allocator_scope::live() const {

@@ -27,6 +27,7 @@ class allocator_scope {
   int refused() const;            // of these, made to fail
   int live() const;               // given out in this scope and not yet back
   std::uint64_t largest() const;  // bytes asked for at once
+  std::uint64_t peak() const;     // bytes given out at a time
 };
 
 // Runs call() once for each allocation that it makes, with that allocation failing, and with that
