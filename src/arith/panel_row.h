@@ -54,6 +54,17 @@ struct ring_rows {
   }
 };
 
+// The same for rows of more than W elements, `ld` from one to the next.
+template <int W, class T>
+struct strided_ring {
+  const T* panel;
+  std::int64_t mask;
+  std::int64_t ld;
+  NEVRAD_INLINE lanes<T, W> operator()(std::int64_t row) const {
+    return load<W>(panel + (row & mask) * ld);
+  }
+};
+
 // A row-major matrix as it is.
 template <int W, class T>
 struct strided_rows {

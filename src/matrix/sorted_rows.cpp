@@ -32,10 +32,8 @@ bool rows_ascend(const compressed_matrix<T>& a, std::int32_t lo, std::int32_t hi
     if (last < first) return false;
     if (first > start && last > first) between_rows += indices[first - 1] > indices[first] ? 1 : 0;
   }
-  std::int32_t all = 0;
   const std::int32_t last = a.end[hi - 1] - base - 1;
-  for (std::int32_t p = start; p < last; ++p) all += indices[p] > indices[p + 1] ? 1 : 0;
-  return all == between_rows;
+  return count_descents(indices + start, last - start) == between_rows;
 }
 
 template <class T>
@@ -44,9 +42,9 @@ bool rows_ascend(const compressed_matrix<T>& a) {
 }
 
 template <class T>
-status sorted_rows<T>::sort(const compressed_matrix<T>& source) {
+status sorted_rows<T>::sort(const compressed_matrix<T>& source, bool ascending) {
   const std::int32_t nnz = csr_entries(source);
-  if (nnz < 1 || !rows_ascend(source)) {
+  if (nnz < 1 || !ascending) {
     const status sorted = csr_sort_by_double_transpose(source, copy_.out());
     if (sorted == success) record_ = *copy_;
     return sorted;

@@ -15,14 +15,25 @@ bool rows_ascend(const compressed_matrix<T>& a);
 template <class T>
 bool rows_ascend(const compressed_matrix<T>& a, std::int32_t lo, std::int32_t hi);
 
+// How many of the first `count` indices are above the one behind them.
+inline std::int32_t count_descents(const std::int32_t* indices, std::int32_t count) {
+  std::int32_t descents = 0;
+  for (std::int32_t p = 0; p < count; ++p) descents += indices[p] > indices[p + 1] ? 1 : 0;
+  return descents;
+}
+
 // Sorts by csr_sort_by_double_transpose, unless the rows ascend already: then `get` is the source
 // itself, in its base, flagged as sorted, and only the memory that sorting takes is asked for, so
 // that a call fails where sorting would fail. That memory is never touched, which costs nothing.
 template <class T>
 class sorted_rows {
  public:
-  // Statuses of csr_sort_by_double_transpose. The source must outlive the object.
-  status sort(const compressed_matrix<T>& source);
+  // Statuses of csr_sort_by_double_transpose. The source must outlive the object. `ascending` is
+  // what rows_ascend tells of a source with entries.
+  status sort(const compressed_matrix<T>& source, bool ascending);
+  status sort(const compressed_matrix<T>& source) {
+    return sort(source, csr_entries(source) > 0 && rows_ascend(source));
+  }
   const owned_matrix<T>& get() const { return record_; }
 
   // Gives back what sorting took, unless the rows in use lie in it: what follows may need it.

@@ -1,5 +1,7 @@
 #include "sm/blocks.h"
 
+#include "matrix/sorted_rows.h"
+
 namespace nevrad {
 
 namespace {
@@ -13,9 +15,11 @@ class block_builder {
  public:
   block_builder(const compressed_matrix<T>& a,
                 std::int32_t order,
+                const row_facts& facts,
                 std::int32_t* cursor,
                 sm_blocks<T>& blocks)
       : a_(a),
+        facts_(facts),
         order_(order),
         cursor_(cursor),
         blocks_(blocks),
@@ -89,23 +93,9 @@ class block_builder {
   // Finds every row's diagonal element, and how far rows reach. False when a row has none, or
   // several.
   bool find_diagonals() {
-    blocks_.diagonals_at_end = diagonals_are_at_end();
-    return blocks_.diagonals_at_end || find_inner_diagonals();
-  }
-
-  bool diagonals_are_at_end() {
-    std::int32_t reach = 0;
-    for (std::int32_t i = 0; i < order_; ++i) {
-      const std::int32_t first = begin_of(i);
-      const std::int32_t last = end_of(i) - 1;
-      if (last < first) return false;
-      const std::int32_t d = lower ? last : first;
-      if (column_of(d) != i) return false;
-      if (last > first && column_of(lower ? d - 1 : d + 1) == i) return false;
-      reach = farther(reach, i, lower ? first : last);
-    }
-    blocks_.reach = reach;
-    return true;
+    blocks_.diagonals_at_end = facts_.diagonals_at_end;
+    blocks_.reach = facts_.reach;
+    return facts_.diagonals_at_end || find_inner_diagonals();
   }
 
   bool find_inner_diagonals() {
@@ -239,6 +229,7 @@ class block_builder {
   }
 
   const compressed_matrix<T>& a_;
+  const row_facts& facts_;
   std::int32_t order_;
   std::int32_t* cursor_;
   sm_blocks<T>& blocks_;
@@ -249,6 +240,7 @@ class block_builder {
 template <triangle Side, class T>
 status build_blocks(const compressed_matrix<T>& a,
                     std::int32_t order,
+                    const row_facts& facts,
                     sm_blocks<T>& blocks,
                     triangle_form form) {
   const std::int32_t nnz = csr_entries(a);
@@ -259,11 +251,42 @@ status build_blocks(const compressed_matrix<T>& a,
   const std::int32_t count = (a.cols - 1) / sm_block_size + 1;
   const status made = sm_block_storage_alloc(order, nnz, count, blocks);
   if (made != success) return made;
-  block_builder<Side, T>(a, order, cursor.get(), blocks).build(form);
+  block_builder<Side, T>(a, order, facts, cursor.get(), blocks).build(form);
   return success;
 }
 
 }  // namespace
+
+template <triangle Side, class T>
+row_facts look_at_rows(const compressed_matrix<T>& a) {
+  constexpr bool lower = Side == triangle::lower;
+  const std::int32_t base = a.base;
+  if (csr_entries(a) < 1 || a.begin[0] != base) return {};
+  const std::int32_t* const indices = a.indices;
+  std::int32_t between_rows = 0;  // steps down from one row to the next are no fault
+  std::int32_t reach = 0;
+  bool at_end = true;
+  std::int32_t first = 0;
+  for (std::int32_t i = 0; i < a.rows; ++i) {
+    const std::int32_t stop = a.end[i] - base;
+    if (stop <= first) {
+      if (stop < first) return {};
+      at_end = false;
+      continue;
+    }
+    const std::int32_t own = i + base;
+    const std::int32_t from = indices[first];
+    const std::int32_t to = indices[stop - 1];
+    const std::int32_t across = lower ? own - from : to - own;
+    reach = across > reach ? across : reach;
+    at_end &= (lower ? to : from) == own;
+    if (stop - first > 1) at_end &= indices[lower ? stop - 2 : first + 1] != own;
+    if (first > 0) between_rows += indices[first - 1] > from ? 1 : 0;
+    first = stop;
+  }
+  const bool ascending = count_descents(indices, first - 1) == between_rows;
+  return {.ascending = ascending, .diagonals_at_end = ascending && at_end, .reach = reach};
+}
 
 template <class T>
 status sm_block_storage_alloc(std::int32_t order,
@@ -305,25 +328,29 @@ status sm_block_storage_alloc(std::int32_t order,
 template <class T>
 status sm_build_lower_blocks(const compressed_matrix<T>& a,
                              std::int32_t order,
+                             const row_facts& facts,
                              sm_blocks<T>& blocks,
                              triangle_form form) {
-  return build_blocks<triangle::lower>(a, order, blocks, form);
+  return build_blocks<triangle::lower>(a, order, facts, blocks, form);
 }
 
 template <class T>
 status sm_build_upper_blocks(const compressed_matrix<T>& a,
                              std::int32_t order,
+                             const row_facts& facts,
                              sm_blocks<T>& blocks,
                              triangle_form form) {
-  return build_blocks<triangle::upper>(a, order, blocks, form);
+  return build_blocks<triangle::upper>(a, order, facts, blocks, form);
 }
 
 #define NEVRAD_INSTANTIATE(letter, T)                                                              \
   template status sm_block_storage_alloc(std::int32_t, std::int32_t, std::int32_t, sm_blocks<T>&); \
-  template status sm_build_lower_blocks(const compressed_matrix<T>&, std::int32_t, sm_blocks<T>&,  \
-                                        triangle_form);                                            \
-  template status sm_build_upper_blocks(const compressed_matrix<T>&, std::int32_t, sm_blocks<T>&,  \
-                                        triangle_form);
+  template row_facts look_at_rows<triangle::lower>(const compressed_matrix<T>&);                   \
+  template row_facts look_at_rows<triangle::upper>(const compressed_matrix<T>&);                   \
+  template status sm_build_lower_blocks(const compressed_matrix<T>&, std::int32_t,                 \
+                                        const row_facts&, sm_blocks<T>&, triangle_form);           \
+  template status sm_build_upper_blocks(const compressed_matrix<T>&, std::int32_t,                 \
+                                        const row_facts&, sm_blocks<T>&, triangle_form);
 NEVRAD_FOR_EACH_TYPE(NEVRAD_INSTANTIATE)
 #undef NEVRAD_INSTANTIATE
 

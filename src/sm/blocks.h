@@ -85,6 +85,17 @@ NEVRAD_INLINE T reciprocal(T a) {
   }
 }
 
+// What one pass over the rows tells of a triangle, before it is known whether they ascend.
+struct row_facts {
+  bool ascending = false;  // as rows_ascend tells
+  // Whether the diagonal element ends (lower) or begins (upper) every row, and stands there once,
+  // and then sm_blocks::reach. True of ascending rows alone.
+  bool diagonals_at_end = false;
+  std::int32_t reach = 0;
+};
+template <triangle Side, class T>
+row_facts look_at_rows(const compressed_matrix<T>& a);
+
 // How a triangle is held. All forms give the same bits.
 //   blocks        a pointer for every row in every block that spans it: the work grows with the
 //                 square of the order, whatever the matrix
@@ -105,15 +116,17 @@ status sm_block_storage_alloc(std::int32_t order,
                               sm_blocks<T>& blocks);
 
 // Cut the triangle out of a matrix with packed, ascending rows, of either base. A matrix without
-// entries gives no block. Answer 2 when memory is short.
+// entries gives no block. Answer 2 when memory is short. `facts` are those of the matrix.
 template <class T>
 status sm_build_lower_blocks(const compressed_matrix<T>& a,
                              std::int32_t order,
+                             const row_facts& facts,
                              sm_blocks<T>& blocks,
                              triangle_form form = triangle_form::by_length);
 template <class T>
 status sm_build_upper_blocks(const compressed_matrix<T>& a,
                              std::int32_t order,
+                             const row_facts& facts,
                              sm_blocks<T>& blocks,
                              triangle_form form = triangle_form::by_length);
 

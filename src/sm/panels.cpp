@@ -1,6 +1,7 @@
 #include "sm/panels.h"
 
 #include "arith/panel_moves.h"
+#include "arith/stream.h"
 #include "sm/rows.h"
 
 namespace nevrad {
@@ -44,9 +45,9 @@ NEVRAD_INLINE void for_each_panel(std::int32_t first, std::int32_t count, const 
   for (; j < count; ++j) visit(width<1>{}, j);
 }
 
-// A triangle that has stayed in its matrix. Where the solution's rows of W elements lie together in
-// y, they are the panel. Columns are turned into rows some rows at a time, within a ring that holds
-// as many rows as any row can reach.
+// A triangle that has stayed in its matrix. The solved rows that a row can reach are kept in a
+// ring, for columns, which are turned into rows some at a time, and for rows that go past the
+// caches to y. Other rows stand in y alone.
 template <triangle Side, diagonal Diagonal, dense_layout Layout, class T>
 class row_solver {
  public:
@@ -56,20 +57,19 @@ class row_solver {
     while (ring_ < used) ring_ *= 2;
   }
 
-  // Solves all columns. A row waits for the one before it: chunks of a row-major row do so
-  // together.
   void solve(std::int32_t count) const {
     if constexpr (Layout == dense_layout::row_major) {
-      for (std::int32_t step = 0; step < order_; ++step) {
-        const std::int32_t i = lower ? step : order_ - 1 - step;
-        for_each_chunk(count, [=, this](auto w, std::int32_t j) {
-          solve_row<w()>(i, operands_.x + j, operands_.ldx, operands_.y + j, operands_.ldy);
-        });
+      if (may_stream(count)) {
+        solve_rows<true>(count);
+        finish_streaming();
+      } else {
+        solve_rows<false>(count);
       }
     } else {
       for_each_panel<T>(0, count, [=, this](auto w, std::int32_t j) {
         if constexpr (w() == 1) {
-          solve_column(j);
+          solve_chunk<false, 1>(0, order_, operands_.element(0, j, operands_.ldx),
+                                operands_.element(0, j, operands_.ldy), 1);
         } else {
           solve_in_ring<w()>(j);
         }
@@ -80,9 +80,30 @@ class row_solver {
  private:
   static constexpr int widest = static_cast<int>(cache_line / sizeof(T));
   static constexpr bool lower = Side == triangle::lower;
-  // A cache line of a column, and how far ahead lines are asked for.
+  // A cache line of a column.
   static constexpr std::int32_t rows_at_once = widest;
-  static constexpr int bytes_ahead = (lower ? 8 : -8) * static_cast<int>(cache_line);
+  // How far ahead the dense operands are asked for: rows of row-major ones, else lines of a column.
+  // Halves of rows and columns side by side are more than hardware follows.
+  static constexpr int rows_ahead = lower ? 8 : -8;
+  static constexpr int x_bytes_ahead = (lower ? 8 : -8) * static_cast<int>(cache_line);
+  static constexpr int y_bytes_ahead = x_bytes_ahead / 2;
+  // Less is likely to be in cache before, or wanted there after the call.
+  static constexpr std::int64_t streamed_bytes = std::int64_t{1} << 21;
+
+  std::int32_t row_at(std::int32_t step) const { return lower ? step : order_ - 1 - step; }
+
+  // Whether y is large, its chunks of rows fill lines, or follow each other without a gap, and the
+  // ring has room in the panel.
+  bool may_stream(std::int32_t count) const {
+    if constexpr (!has_streaming_stores) return false;
+    const std::uint64_t size = sizeof(T) * static_cast<std::uint64_t>(count);
+    const std::uint64_t across = sizeof(T) * static_cast<std::uint64_t>(operands_.ldy);
+    const auto start = reinterpret_cast<std::uintptr_t>(operands_.y);
+    const bool lines = ((start | across | size) & (cache_line - 1)) == 0;
+    const bool no_gaps = size == across && ((start | size) & 15) == 0 && count % 4 == 0;
+    return (lines || no_gaps) && static_cast<std::int64_t>(size) * order_ >= streamed_bytes &&
+           ring_ * count <= std::int64_t{order_} * widest;
+  }
 
   // Visits chunks of columns, wide ones where for_each_panel has two panels: lanes are independent,
   // and more of them to an entry save loads of the entry. Memory is walked in one direction, which
@@ -100,22 +121,66 @@ class row_solver {
     }
   }
 
-  // W elements of row i, solved where they lie.
-  template <int W>
-  NEVRAD_INLINE void solve_row(std::int64_t i, const T* x, std::int64_t ldx, T* y, std::int64_t ldy)
-      const {
-    const strided_rows<W, T> solution{y - rows_.base() * ldy, ldy};
-    const lanes<T, W> factor = broadcast<W>(to_lane(operands_.alpha));
-    const lanes<T, W> row = multiply_fused(factor, load<W>(x + i * ldx));
-    store(y + i * ldy, rows_.template solve<Diagonal>(static_cast<std::int32_t>(i), row, solution));
+  // All columns of row-major operands. A row waits for the one before it: several chunks of a row
+  // do so together, a single one hands the row on.
+  template <bool Streamed>
+  void solve_rows(std::int32_t count) const {
+    int chunks = 0;
+    for_each_chunk(count, [&](auto, std::int32_t) { ++chunks; });
+    const std::int32_t at_once = chunks == 1 ? order_ : 1;
+    for (std::int32_t step = 0; step < order_; step += at_once) {
+      for_each_chunk(count, [&](auto w, std::int32_t j) {
+        solve_chunk<Streamed && (w() > 1), w()>(step, step + at_once, j, j, count);
+      });
+    }
   }
 
-  void solve_column(std::int32_t j) const {
-    const auto& o = operands_;
-    for (std::int32_t step = 0; step < order_; ++step) {
-      const std::int32_t i = lower ? step : order_ - 1 - step;
-      solve_row<1>(i, o.x + o.element(0, j, o.ldx), 1, o.y + o.element(0, j, o.ldy), 1);
+  // Steps `from` to `to` - 1 for W columns, the first of which begins at x_at in x and y_at in y; a
+  // column of a column-major matrix is taken for a row-major matrix.
+  template <bool Streamed, int W>
+  void solve_chunk(std::int32_t from,
+                   std::int32_t to,
+                   std::int64_t x_at,
+                   std::int64_t y_at,
+                   std::int32_t count) const {
+    constexpr bool by_rows = Layout == dense_layout::row_major;
+    const std::int64_t ldx = by_rows ? operands_.ldx : 1;
+    const std::int64_t ldy = by_rows ? operands_.ldy : 1;
+    const T* const x = operands_.x + x_at;
+    T* const y = operands_.y + y_at;
+    const std::int32_t base = rows_.base();
+    const auto solution = [&] {
+      if constexpr (Streamed) {
+        return strided_ring<W, T>{panel_ + y_at, ring_ - 1, count};
+      } else {
+        return strided_rows<W, T>{y - base * ldy, ldy};
+      }
+    }();
+    const lanes<T, W> factor = broadcast<W>(to_lane(operands_.alpha));
+    lanes<T, W> newest = zero_lanes<T, W>();
+    if (from > 0) newest = solution(row_at(from - 1) + base);
+    for (std::int32_t step = from; step < to; ++step) {
+      const std::int64_t i = row_at(step);
+      if constexpr (!fixed_hints && W >= widest) {
+        for (int c = 0; c < W; c += widest) {
+          prefetch_element(x, (i + rows_ahead) * ldx + c);
+          if constexpr (!Streamed) prefetch_element(y, (i + rows_ahead) * ldy + c);
+        }
+      }
+      const lanes<T, W> row = multiply_fused(factor, load<W>(x + i * ldx));
+      newest = rows_.template solve<Diagonal>(static_cast<std::int32_t>(i), row, solution, &newest);
+      if constexpr (Streamed) {
+        store(panel_ + y_at + ((i + base) & (ring_ - 1)) * count, newest);
+        store_streaming(y + i * ldy, newest);
+      } else {
+        store(y + i * ldy, newest);
+      }
     }
+  }
+
+  // The address may lie outside the matrix.
+  NEVRAD_INLINE static void prefetch_element(const T* from, std::int64_t element) {
+    prefetch<cache::level1>(from, element * static_cast<std::int64_t>(sizeof(T)));
   }
 
   template <int W>
@@ -127,6 +192,7 @@ class row_solver {
     const std::int64_t mask = whole ? -1 : ring_ - 1;
     T* const room = whole ? panel_ - base * W : panel_;
     const ring_rows<W, T> solution{room, mask};
+    lanes<T, W> newest = zero_lanes<T, W>();
     std::int32_t next = lower ? 0 : order_;
     while (lower ? next < order_ : next > 0) {
       // Turns end where the ring may end.
@@ -135,22 +201,28 @@ class row_solver {
       const std::int32_t first = begin < 0 ? 0 : begin;
       const std::int32_t last = end > order_ ? order_ : end;
       T* const part = room + ((first + base) & mask) * W;
-      if constexpr (!fixed_hints) {
-        // As many columns run side by side as hardware can hardly follow.
-        for (int c = 0; c < W; ++c) {
-          prefetch<cache::level1>(o.x + o.element(first, j + c, o.ldx), bytes_ahead);
-          prefetch<cache::level1>(o.y + o.element(first, j + c, o.ldy), bytes_ahead);
-        }
-      }
       load_panel_columns<W>(part, o.x + o.element(first, j, o.ldx), o.ldx, last - first,
                             times_elements<T>{o.alpha});
       for (std::int32_t step = 0; step < last - first; ++step) {
         const std::int32_t r = lower ? step : last - first - 1 - step;
         T* const at = part + std::int64_t{r} * W;
-        store(at, rows_.template solve<Diagonal>(first + r, load<W>(at), solution));
+        if constexpr (!fixed_hints) prefetch_columns<W>(first, j, step);
+        newest = rows_.template solve<Diagonal>(first + r, load<W>(at), solution, &newest);
+        store(at, newest);
       }
       store_panel_columns<W>(part, o.y + o.element(first, j, o.ldy), o.ldy, last - first);
       next = lower ? last : first;
+    }
+  }
+
+  // Columns take turns, a row's work apart: asked for at once, their lines would wait for each
+  // other.
+  template <int W>
+  NEVRAD_INLINE void prefetch_columns(std::int32_t row, std::int32_t j, std::int32_t step) const {
+    const auto& o = operands_;
+    for (int c = step; c < W; c += rows_at_once) {
+      prefetch<cache::level1>(o.x + o.element(row, j + c, o.ldx), x_bytes_ahead);
+      prefetch<cache::level1>(o.y + o.element(row, j + c, o.ldy), y_bytes_ahead);
     }
   }
 
@@ -236,31 +308,35 @@ class block_solver {
 
 }  // namespace
 
-template <triangle Side, diagonal Diagonal, dense_layout Layout, class T>
-status sm_panels(const sm_blocks<T>& blocks,
-                 const T* x,
-                 std::int32_t count,
-                 std::int32_t ldx,
-                 T* y,
-                 std::int32_t ldy,
-                 T alpha) {
-  const scratch<T> panel(
+template <class T>
+scratch<T> sm_panel(const sm_blocks<T>& blocks) {
+  return scratch<T>(
       rounded_aligned_alloc(cache_line, cache_line * static_cast<std::uint64_t>(blocks.order)));
-  if (!panel) return alloc_failed;
-  const panel_operands<Layout, T> operands{x, ldx, y, ldy, alpha};
-  if (blocks.rows != nullptr) {
-    row_solver<Side, Diagonal, Layout, T>(blocks, operands, panel.get()).solve(count);
-  } else {
-    const block_solver<Side, Diagonal, Layout, T> solver(blocks, operands, panel.get());
-    for_each_panel<T>(0, count, [&](auto w, std::int32_t j) { solver.template solve<w()>(j); });
-  }
-  return success;
 }
 
-#define NEVRAD_INSTANTIATE_KIND(T, side, kind, order)                                \
-  template status sm_panels<triangle::side, diagonal::kind, dense_layout::order, T>( \
-      const sm_blocks<T>&, const T*, std::int32_t, std::int32_t, T*, std::int32_t, T);
+template <triangle Side, diagonal Diagonal, dense_layout Layout, class T>
+void sm_panels(const sm_blocks<T>& blocks,
+               T* panel,
+               const T* x,
+               std::int32_t count,
+               std::int32_t ldx,
+               T* y,
+               std::int32_t ldy,
+               T alpha) {
+  const panel_operands<Layout, T> operands{x, ldx, y, ldy, alpha};
+  if (blocks.rows != nullptr) {
+    row_solver<Side, Diagonal, Layout, T>(blocks, operands, panel).solve(count);
+  } else {
+    const block_solver<Side, Diagonal, Layout, T> solver(blocks, operands, panel);
+    for_each_panel<T>(0, count, [&](auto w, std::int32_t j) { solver.template solve<w()>(j); });
+  }
+}
+
+#define NEVRAD_INSTANTIATE_KIND(T, side, kind, order)                              \
+  template void sm_panels<triangle::side, diagonal::kind, dense_layout::order, T>( \
+      const sm_blocks<T>&, T*, const T*, std::int32_t, std::int32_t, T*, std::int32_t, T);
 #define NEVRAD_INSTANTIATE(letter, T)                     \
+  template scratch<T> sm_panel(const sm_blocks<T>&);      \
   NEVRAD_INSTANTIATE_KIND(T, upper, stored, column_major) \
   NEVRAD_INSTANTIATE_KIND(T, upper, unit, column_major)   \
   NEVRAD_INSTANTIATE_KIND(T, lower, stored, column_major) \

@@ -24,18 +24,29 @@ class triangle_rows {
 
   std::int32_t base() const { return base_; }
 
-  // The right-hand side `row` of row i, solved; solution(index) is a solved row.
+  // The right-hand side `row` of row i, solved; solution(index) is a solved row. `newest`, which
+  // may be null, is the row solved just before it: taken from there, where row i uses it, it is at
+  // hand sooner than from memory.
   template <diagonal Diagonal, int W, class Rows>
-  NEVRAD_INLINE lanes<T, W> solve(std::int32_t i, lanes<T, W> row, const Rows& solution) const {
+  NEVRAD_INLINE lanes<T, W> solve(std::int32_t i,
+                                  lanes<T, W> row,
+                                  const Rows& solution,
+                                  const lanes<T, W>* newest = nullptr) const {
     constexpr bool lower = Side == triangle::lower;
-    const std::int64_t at_end = lower ? end_[i] - 1 : begin_[i];
+    const std::int64_t first = begin_[i];
+    const std::int64_t last = end_[i] - 1;
+    const std::int64_t at_end = lower ? last : first;
     const std::int64_t d = diagonals_ == nullptr ? at_end : diagonals_[i];
     if constexpr (lower) {
-      std::int64_t p = begin_[i];
-      while (p < d) row = subtract(row, next_sum<W>(p, d, solution));
+      const std::int32_t own = (i & -sm_block_size) + base_;
+      std::int64_t p = first;
+      while (indices_[p] < own) row = subtract(row, next_sum<W>(p, solution));
+      if (p < d) row = subtract(row, own_sum<W>(p, d, i - 1 + base_, solution, newest));
     } else {
-      std::int64_t e = end_[i];
-      while (e > d + 1) row = subtract(row, previous_sum<W>(d + 1, e, solution));
+      const std::int32_t own = end_of_blocks_ - ((end_of_blocks_ - base_ - 1 - i) & -sm_block_size);
+      std::int64_t e = last + 1;
+      while (indices_[e - 1] >= own) row = subtract(row, previous_sum<W>(e, solution));
+      if (d + 1 < e) row = subtract(row, own_sum<W>(d + 1, e, i + 1 + base_, solution, newest));
     }
     if constexpr (Diagonal == diagonal::stored) {
       row = multiply_solved<W>(row, reciprocal(values_[d]));
@@ -44,16 +55,15 @@ class triangle_rows {
   }
 
  private:
-  // The sum over the entries from p on, in front of `end`, that are in the block of the first one.
+  // The sum over the entries from p on that are in the block of the first one, which is not the
+  // block of their row: the diagonal element stands behind them.
   template <int W, class Rows>
-  NEVRAD_INLINE lanes<T, W> next_sum(std::int64_t& p,
-                                     std::int64_t end,
-                                     const Rows& solution) const {
+  NEVRAD_INLINE lanes<T, W> next_sum(std::int64_t& p, const Rows& solution) const {
     const std::int32_t stop = ((indices_[p] - base_) | (sm_block_size - 1)) + 1 + base_;
-    const std::int64_t first = p;
     if constexpr (fixed_hints) {
+      const std::int64_t first = p;
       do ++p;
-      while (p < end && indices_[p] < stop);
+      while (indices_[p] < stop);
       return sum_of<W>(first, p, solution);
     }
     // Most parts are short: looking for their end, and groups of four, would cost more than the
@@ -63,24 +73,52 @@ class triangle_rows {
     do {
       sum = multiply_add(sum, solution(indices_[p]), broadcast<W>(load<1>(values_ + p)));
       ++p;
-    } while (p < end && indices_[p] < stop);
+    } while (indices_[p] < stop);
     return sum;
   }
 
-  // The same from the other side: the block of the entry in front of e, down to `first`.
+  // The same from the other side: the block of the entry in front of e.
   template <int W, class Rows>
-  NEVRAD_INLINE lanes<T, W> previous_sum(std::int64_t first,
-                                         std::int64_t& e,
-                                         const Rows& solution) const {
+  NEVRAD_INLINE lanes<T, W> previous_sum(std::int64_t& e, const Rows& solution) const {
     const std::int32_t to_end = end_of_blocks_ - 1 - indices_[e - 1];
     const std::int32_t low = end_of_blocks_ - (to_end | (sm_block_size - 1)) - 1;
     const std::int64_t stop = e;
     do --e;
-    while (e > first && indices_[e - 1] >= low);
-    if constexpr (fixed_hints) return sum_of<W>(e, stop, solution);
+    while (indices_[e - 1] >= low);
+    return plain_sum<W>(zero_lanes<T, W>(), e, stop, solution);
+  }
+
+  // The sum over a row's entries in its own block. `near` is the index of the row before it.
+  template <int W, class Rows>
+  NEVRAD_INLINE lanes<T, W> own_sum(std::int64_t p,
+                                    std::int64_t stop,
+                                    std::int32_t near,
+                                    const Rows& solution,
+                                    const lanes<T, W>* newest) const {
     lanes<T, W> sum = zero_lanes<T, W>();
+    if (fixed_hints || newest == nullptr) return plain_sum<W>(sum, p, stop, solution);
+    const auto take_newest = [&](std::int64_t at) {
+      sum = multiply_add(sum, *newest, broadcast<W>(load<1>(values_ + at)));
+    };
+    if constexpr (Side == triangle::lower) {
+      if (indices_[stop - 1] != near) return plain_sum<W>(sum, p, stop, solution);
+      sum = plain_sum<W>(sum, p, stop - 1, solution);
+      take_newest(stop - 1);
+      return sum;
+    } else {
+      if (indices_[p] == near) take_newest(p++);
+      return plain_sum<W>(sum, p, stop, solution);
+    }
+  }
+
+  template <int W, class Rows>
+  NEVRAD_INLINE lanes<T, W> plain_sum(lanes<T, W> sum,
+                                      std::int64_t p,
+                                      std::int64_t stop,
+                                      const Rows& solution) const {
+    if constexpr (fixed_hints) return sum_of<W>(p, stop, solution);
 #pragma clang loop unroll(disable)
-    for (std::int64_t p = e; p < stop; ++p) {
+    for (; p < stop; ++p) {
       sum = multiply_add(sum, solution(indices_[p]), broadcast<W>(load<1>(values_ + p)));
     }
     return sum;

@@ -1,4 +1,5 @@
 // Triangular solves with many right-hand sides: to the bit, and against higher precision.
+#include "sm/drivers.h"
 #include "sm/panels.h"
 #include "sm/reference.h"
 
@@ -49,7 +50,7 @@ TYPED_TEST(many_solve, agrees_with_higher_precision) {
     const T alpha = random.value<T>();
     const auto x = panel<T>::random(random, a.rows, n, c.order(), k % 2);
     const panel<T> y(a.rows, n, c.order(), k % 3);
-    const budget_scope budget(budgets[k % 4]);
+    const budget_scope budget(budgets[random.integer(0, 3)]);
     ASSERT_EQ(solve(a, c, alpha, x, y), 0);
     EXPECT_TRUE(is_solution(y, dense_of(a, c.code.c_str(), c.op), alpha, x));
   }
@@ -66,8 +67,8 @@ TYPED_TEST(many_solve, has_the_documented_bits_at_small_orders) {
     like.kind = kind;
     like.duplicates = random.chance(2);
     // Missing diagonals and empty rows have an outcome too.
-    like.diagonal = k % 2 == 0 ? stored_diagonal::some : stored_diagonal::all;
-    const budget_scope budget(budgets[k % 4]);
+    like.diagonal = random.chance(2) ? stored_diagonal::some : stored_diagonal::all;
+    const budget_scope budget(budgets[random.integer(0, 3)]);
     expect_reference(random, random_matrix<T>(random, like), c, count_of_columns(k / 3));
   }
 }
@@ -76,14 +77,14 @@ TYPED_TEST(many_solve, has_the_documented_bits_across_blocks) {
   using T = TypeParam;
   int k = 0;
   for (const int order : {1023, 1024, 1025, 2048, 2500}) {
-    // Every kind of solve at every order; operation, storage, flaw and columns go round.
+    // Every kind of solve at every order, and with every flaw at one of them at least.
     for (int code = 0; code < 8; ++code, ++k) {
       generator random(static_cast<std::uint64_t>(2000 + k));
       SCOPED_TRACE(random);
-      const solve_case c{triangular_codes[code], k % 3};
-      const auto wrong = static_cast<flaw>((k / 2) % 4);
-      const auto kind = k / 3 % 2 == 0 ? compression::rows : compression::columns;
-      const budget_scope budget(budgets[k % 4]);
+      const solve_case c{triangular_codes[code], random.integer(0, 2)};
+      const auto wrong = static_cast<flaw>((code + k / 8) % 4);
+      const auto kind = random.chance(2) ? compression::rows : compression::columns;
+      const budget_scope budget(budgets[random.integer(0, 3)]);
       expect_reference(random, large_matrix<T>(random, order, c.base(), kind, wrong), c,
                        count_of_columns(k));
     }
@@ -125,12 +126,14 @@ TYPED_TEST(many_solve, is_the_same_for_every_budget_and_in_place) {
   using T = TypeParam;
   for (const int order : {40, 2500}) {
     for (int code = 0; code < 8; code += order == 40 ? 1 : 5) {
-      const solve_case c{triangular_codes[code], 0};
+      const solve_case c{triangular_codes[code], code % 3};
       generator random(static_cast<std::uint64_t>(4000 + code));
       SCOPED_TRACE(random);
-      const auto a = large_matrix<T>(random, order, c.base(), compression::rows, flaw::none);
+      const auto kind = code / 2 % 2 == 0 ? compression::rows : compression::columns;
+      const auto a = large_matrix<T>(random, order, c.base(), kind, flaw::none);
       const T alpha = random.value<T>();
-      const auto x = panel<T>::random(random, order, 31, c.order(), 2);
+      // Rows of whole cache lines, which threads then share out by lines.
+      const auto x = panel<T>::random(random, order, 31, c.order(), 1);
       const panel<T> alone(order, 31, c.order());
       ASSERT_EQ(solve(a, c, alpha, x, alone), 0);
       for (const int threads : budgets) {
@@ -146,42 +149,68 @@ TYPED_TEST(many_solve, is_the_same_for_every_budget_and_in_place) {
   }
 }
 
-// Every form of a triangle against blocks that visit every row, on profiles for which slabs take
-// turns in the panel, just fill it, and need all of it. `gaps` leaves out diagonals.
-template <class T, nevrad::triangle Side, nevrad::dense_layout Layout>
-void expect_same_forms(int order, int reach, bool gaps) {
-  using nevrad::triangle_form;
-  constexpr bool by_rows = Layout == nevrad::dense_layout::row_major;
-  // Two panels at once where they fit, one, one that is narrower, and columns by themselves.
-  constexpr int n = 3 * 64 / static_cast<int>(sizeof(T)) + 6;
-  generator random(static_cast<std::uint64_t>(order + reach));
-  SCOPED_TRACE(testing::Message() << random << ", order " << order << ", reach " << reach);
+// A triangle whose rows use the one `reach` before them. `gaps` leaves out diagonals.
+template <class T>
+matrix<T> two_diagonals(generator& random, bool lower, int order, int reach, bool gaps, int base) {
   lines<T> source(static_cast<std::size_t>(order));
   for (int i = 0; i < order; ++i) {
-    const int j = Side == nevrad::triangle::lower ? i - reach : i + reach;
+    const int j = lower ? i - reach : i + reach;
     auto& line = source[static_cast<std::size_t>(i)];
     if (0 <= j && j < i) line.emplace_back(j, random.value<T>());
     if (!gaps || i % 50 != 49) line.emplace_back(i, make<T>(3, 1));
     if (i < j && j < order) line.emplace_back(j, random.value<T>());
   }
-  const auto a = compress<T>(source, order, compression::rows, by_rows ? 0 : 1);
+  return compress<T>(source, order, compression::rows, base);
+}
+
+// The triangle of `a`, which has to outlive it, in the form told.
+template <class T, nevrad::triangle Side>
+nevrad::sm_blocks<T> blocks_of(const nevrad::compressed_matrix<T>& a, nevrad::triangle_form form) {
+  nevrad::sm_blocks<T> blocks;
+  constexpr auto build = Side == nevrad::triangle::lower ? nevrad::sm_build_lower_blocks<T>
+                                                         : nevrad::sm_build_upper_blocks<T>;
+  EXPECT_EQ(build(a, a.rows, nevrad::look_at_rows<Side>(a), blocks, form), 0);
+  return blocks;
+}
+
+// Columns `first` to `last` - 1 of the solution, which has n columns.
+template <nevrad::triangle Side, nevrad::dense_layout Layout, class T>
+void solve_columns(const nevrad::sm_blocks<T>& blocks,
+                   const array<T>& x,
+                   const array<T>& y,
+                   int n,
+                   int first,
+                   int last) {
+  constexpr bool by_rows = Layout == nevrad::dense_layout::row_major;
+  const int ld = by_rows ? n : blocks.order;
+  const std::int64_t at = std::int64_t{first} * (by_rows ? 1 : ld);
+  const auto panel = nevrad::sm_panel(blocks);
+  nevrad::sm_panels<Side, nevrad::diagonal::stored, Layout>(blocks, panel.get(), x.data() + at,
+                                                            last - first, ld, y.data() + at, ld,
+                                                            make<T>(0.5));
+}
+
+// Every form of a triangle against blocks that visit every row, on profiles for which slabs take
+// turns in the panel, just fill it, and need all of it.
+template <class T, nevrad::triangle Side, nevrad::dense_layout Layout>
+void expect_same_forms(int order, int reach, bool gaps) {
+  using nevrad::triangle_form;
+  // Two panels at once where they fit, one, one that is narrower, and columns by themselves.
+  constexpr int n = 3 * 64 / static_cast<int>(sizeof(T)) + 6;
+  generator random(static_cast<std::uint64_t>(order + reach));
+  SCOPED_TRACE(testing::Message() << random << ", order " << order << ", reach " << reach);
+  const auto a = two_diagonals<T>(random, Side == nevrad::triangle::lower, order, reach, gaps,
+                                  Layout == nevrad::dense_layout::row_major ? 0 : 1);
   const auto view = a.view();
-  const int ld = by_rows ? n : order;
   const auto x = random.values<T>(std::int64_t{order} * n);
   array<T> want;
   for (const auto form : {triangle_form::blocks, triangle_form::listed_blocks, triangle_form::rows,
                           triangle_form::by_length}) {
-    nevrad::sm_blocks<T> blocks;
-    constexpr auto build = Side == nevrad::triangle::lower ? nevrad::sm_build_lower_blocks<T>
-                                                           : nevrad::sm_build_upper_blocks<T>;
-    ASSERT_EQ(build(view, order, blocks, form), 0);
+    const auto blocks = blocks_of<T, Side>(view, form);
     EXPECT_EQ(blocks.rows != nullptr, !gaps && form >= triangle_form::rows);
     if (form == triangle_form::listed_blocks) EXPECT_NE(blocks.records[0].strip, nullptr);
     array<T> y(x.size());
-    const auto status =
-        nevrad::sm_panels<Side, nevrad::diagonal::stored, Layout>(blocks, x.data(), n, ld, y.data(),
-                                                                  ld, make<T>(0.5));
-    ASSERT_EQ(status, 0);
+    solve_columns<Side, Layout>(blocks, x, y, n, 0, n);
     if (form == triangle_form::blocks) {
       want = y;
     } else {
@@ -202,6 +231,56 @@ TYPED_TEST(many_solve, has_the_same_bits_in_every_form) {
       expect_same_forms<T, triangle::lower, dense_layout::column_major>(order, reach, !gaps);
       expect_same_forms<T, triangle::upper, dense_layout::row_major>(order, reach, !gaps);
     }
+  }
+}
+
+// Row-major results beyond the size from which they go past the caches: by shares of columns that
+// fill lines, by rows without a gap, and in place.
+template <class T, nevrad::triangle Side>
+void expect_same_large_results(int reach) {
+  constexpr auto layout = nevrad::dense_layout::row_major;
+  constexpr int order = 1 << 14;
+  constexpr int n = 256 / static_cast<int>(sizeof(T));
+  generator random(static_cast<std::uint64_t>(reach));
+  SCOPED_TRACE(testing::Message() << random << ", reach " << reach);
+  const auto a = two_diagonals<T>(random, Side == nevrad::triangle::lower, order, reach, false, 0);
+  const auto view = a.view();
+  const auto x = random.values<T>(std::int64_t{order} * n);
+  array<T> want(x.size());
+  const auto visited = blocks_of<T, Side>(view, nevrad::triangle_form::listed_blocks);
+  solve_columns<Side, layout>(visited, x, want, n, 0, n);
+  const auto blocks = blocks_of<T, Side>(view, nevrad::triangle_form::rows);
+  array<T> halves(x.size());
+  solve_columns<Side, layout>(blocks, x, halves, n, 0, n / 2);
+  solve_columns<Side, layout>(blocks, x, halves, n, n / 2, n);
+  EXPECT_SAME_ARRAYS(halves, want);
+  array<T> in_place = x;
+  solve_columns<Side, layout>(blocks, in_place, in_place, n, 0, n);
+  EXPECT_SAME_ARRAYS(in_place, want);
+}
+
+TYPED_TEST(many_solve, has_the_same_bits_in_large_results) {
+  for (const int reach : {1, 1025}) {
+    expect_same_large_results<TypeParam, nevrad::triangle::lower>(reach);
+    expect_same_large_results<TypeParam, nevrad::triangle::upper>(reach);
+  }
+}
+
+// Whether the rows are sorted is told by 0 and 1.
+TYPED_TEST(many_solve, refuses_a_mark_of_sorting_that_means_nothing) {
+  using T = TypeParam;
+  const array<T> one(1, make<T>(1));
+  const array<int> pointers{0, 1};
+  nevrad::compressed_matrix<T> a{};
+  nevrad::view_csr_init(a, one.data(), pointers.data(), pointers.data() + 1, pointers.data(), 1, 1,
+                        0);
+  for (const int sorted : {0, 1, 2}) {
+    a.sorted = sorted;
+    array<T> y(1, make<T>(9));
+    constexpr auto driver = nevrad::sm_driver<nevrad::triangle::lower, nevrad::diagonal::stored,
+                                              nevrad::dense_layout::row_major, T>;
+    EXPECT_EQ(driver(a, one.data(), 1, 1, y.data(), 1, make<T>(2)), sorted == 2 ? 3 : 0);
+    EXPECT_SAME_BITS(y[0], make<T>(sorted == 2 ? 9 : 2));
   }
 }
 
