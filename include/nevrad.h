@@ -848,8 +848,8 @@ orv_sparse_status_t orv_sparse_zcscmm_(const int* transa, const int* m, const in
  * touched, status 2 is the answer, as it always is from m = 2096639 on. Diagonal: a copy and, when
  * not unit, one element a row.
  * Memory touched. Lines that ascend, with pntre = pntrb + 1, are read where they lie, others
- * copied. A triangle with one diagonal element a row takes 4 bytes a row at most, and column-major
- * of a panel as many rows as any row of A reaches back. One with a diagonal element missing or
+ * copied. A triangle with one diagonal element a row takes 4 bytes a row at most, and of a panel
+ * (row-major: of large Y) the rows that any row reaches. One with a diagonal element missing or
  * stored twice, or with long rows (8 entries a block of 1024 columns in the mean, from 16 blocks
  * on), has its entries copied once more, and two words for each row and block in which it has
  * entries. Time: two passes over the indices of A, then, row-major, one over A, X and Y, and

@@ -59,12 +59,14 @@ class row_solver {
 
   void solve(std::int32_t count) const {
     if constexpr (Layout == dense_layout::row_major) {
-      if (may_stream(count)) {
-        solve_rows<true>(count);
-        finish_streaming();
-      } else {
-        solve_rows<false>(count);
+      if constexpr (has_streaming_stores) {
+        if (may_stream(count)) {
+          solve_rows<true>(count);
+          finish_streaming();
+          return;
+        }
       }
+      solve_rows<false>(count);
     } else {
       for_each_panel<T>(0, count, [=, this](auto w, std::int32_t j) {
         if constexpr (w() == 1) {
@@ -95,7 +97,6 @@ class row_solver {
   // Whether y is large, its chunks of rows fill lines, or follow each other without a gap, and the
   // ring has room in the panel.
   bool may_stream(std::int32_t count) const {
-    if constexpr (!has_streaming_stores) return false;
     const std::uint64_t size = sizeof(T) * static_cast<std::uint64_t>(count);
     const std::uint64_t across = sizeof(T) * static_cast<std::uint64_t>(operands_.ldy);
     const auto start = reinterpret_cast<std::uintptr_t>(operands_.y);
