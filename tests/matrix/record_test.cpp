@@ -79,6 +79,33 @@ TYPED_TEST(record, copies_close_gaps_and_read_only_the_first_begin) {
   }
 }
 
+// An operand of several arrays is the copy, whose gaps are closed; of three, the caller's own.
+TYPED_TEST(record, operands_stay_in_place_where_that_is_the_same_matrix) {
+  using T = TypeParam;
+  const array<int> indices{4, 2, 1, 3};
+  const array<T> values{make<T>(10), make<T>(11), make<T>(12), make<T>(13)};
+  const array<int> begin{1, 4};
+  const array<int> end{3, 5};
+  const array<int> both{1, 3, 5};
+  const array<int> shifted{2, 3, 5};
+  for (const auto kind : {compression::rows, compression::columns}) {
+    const auto take = [&](nevrad::matrix_operand<T>& into, const int* first, const int* last) {
+      const int rows = kind == compression::rows ? 2 : 4;
+      return into.take(kind, 1, rows, 6 - rows, first, last, indices.data(), values.data());
+    };
+    nevrad::matrix_operand<T> copied;
+    ASSERT_EQ(take(copied, begin.data(), end.data()), 0);
+    EXPECT_EQ(copied.record().base, 0);
+    EXPECT_EQ(copied.record().begin[1], 2);
+    nevrad::matrix_operand<T> offset;
+    ASSERT_EQ(take(offset, shifted.data(), shifted.data() + 1), 0);
+    EXPECT_EQ(offset.record().base, 0);
+    nevrad::matrix_operand<T> in_place;
+    ASSERT_EQ(take(in_place, both.data(), both.data() + 1), 0);
+    EXPECT_EQ(in_place.record().values, values.data());
+  }
+}
+
 TYPED_TEST(record, rejected_arguments_give_3_and_no_matrix) {
   using T = TypeParam;
   const array<int> begin{1};
