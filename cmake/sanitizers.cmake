@@ -1,12 +1,17 @@
-# Sanitizers by preset: NEVRAD_SANITIZER is empty, "address" (with UBSan) or "thread".
+# Instrumented builds by preset: NEVRAD_SANITIZER is empty, "address" (with UBSan), "thread",
+# "fuzzer" (AddressSanitizer, and edges counted for the fuzzers) or "coverage".
 
-set(NEVRAD_SANITIZER "" CACHE STRING "address, thread or nothing")
-set_property(CACHE NEVRAD_SANITIZER PROPERTY STRINGS "" address thread)
+set(NEVRAD_SANITIZER "" CACHE STRING "address, thread, fuzzer, coverage or nothing")
+set_property(CACHE NEVRAD_SANITIZER PROPERTY STRINGS "" address thread fuzzer coverage)
 set(NEVRAD_SANITIZER_ENVIRONMENT "")
 
-if(NEVRAD_SANITIZER STREQUAL "address")
-  # Edges are counted for the fuzzers; other programs count for nobody.
-  set(sanitizer_flags -fsanitize=address,undefined,fuzzer-no-link -fno-sanitize-recover=all)
+if(NEVRAD_SANITIZER STREQUAL "fuzzer")
+  # UBSan would triple the time to build; the inputs that are kept are replayed under it.
+  set(sanitizer_flags -fsanitize=address,fuzzer-no-link)
+elseif(NEVRAD_SANITIZER STREQUAL "coverage")
+  set(sanitizer_flags -fprofile-instr-generate -fcoverage-mapping)
+elseif(NEVRAD_SANITIZER STREQUAL "address")
+  set(sanitizer_flags -fsanitize=address,undefined -fno-sanitize-recover=all)
   set(NEVRAD_SANITIZER_ENVIRONMENT
     "ASAN_OPTIONS=detect_stack_use_after_return=1" "UBSAN_OPTIONS=print_stacktrace=1"
     "LSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/cmake/leaks.supp:print_suppressions=0")
@@ -27,10 +32,14 @@ elseif(NEVRAD_SANITIZER STREQUAL "thread")
     "OMP_TOOL_LIBRARIES=${archer}"
     "TSAN_OPTIONS=ignore_noninstrumented_modules=1 history_size=4")
 elseif(NOT NEVRAD_SANITIZER STREQUAL "")
-  message(FATAL_ERROR "NEVRAD_SANITIZER is '${NEVRAD_SANITIZER}': address, thread or nothing")
+  message(FATAL_ERROR "NEVRAD_SANITIZER is '${NEVRAD_SANITIZER}': address, thread, fuzzer, coverage or nothing")
 endif()
 
-if(NEVRAD_SANITIZER)
+if(NEVRAD_SANITIZER STREQUAL "fuzzer")
+  # Inputs are small: what optimising would save in a minute of them, it takes several times to build.
+  add_compile_options(${sanitizer_flags} -O0 -g1 -UNDEBUG)
+  add_link_options(${sanitizer_flags})
+elseif(NEVRAD_SANITIZER)
   # Assertions stay on, and the code is optimised a little: enough for speed, readable in a trace.
   add_compile_options(${sanitizer_flags} -O1 -g -UNDEBUG -fno-omit-frame-pointer)
   add_link_options(${sanitizer_flags})

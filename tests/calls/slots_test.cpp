@@ -105,7 +105,7 @@ TYPED_TEST(forms, run_in_a_forked_child) {
   ASSERT_EQ(before.run(), 0);
   const pid_t child = fork();
   if (child == 0) {
-    alarm(60);
+    alarm(300);
     trial<TypeParam> call(form, order, columns, 1);
     _exit(call.run() == 0 && call.is_right() ? 0 : 1);
   }

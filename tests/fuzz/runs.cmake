@@ -1,6 +1,5 @@
-# Programs that search for inputs: of the native build with AddressSanitizer, where coverage of the
-# library guides them. scripts/fuzz runs them.
-if(NEVRAD_SANITIZER STREQUAL "address")
+# Programs that search for inputs, guided by coverage of the library. scripts/fuzz runs them.
+if(NEVRAD_SANITIZER STREQUAL "fuzzer")
   foreach(what structure arguments)
     add_executable(nevrad_fuzz_${what} ${CMAKE_CURRENT_SOURCE_DIR}/fuzz/${what}_fuzz.cpp)
     target_link_libraries(nevrad_fuzz_${what} PRIVATE
