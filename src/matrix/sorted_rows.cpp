@@ -1,5 +1,7 @@
 #include "matrix/sorted_rows.h"
 
+#include <algorithm>
+
 namespace nevrad {
 
 namespace {
@@ -16,29 +18,67 @@ status reserve_transpose(std::int32_t rows,
   return owned_csr_alloc(cols, rows, nnz, result.out());
 }
 
+// Sorts one row into other arrays by index and place, without memory of its own.
+template <class T>
+void sort_row(const T* values,
+              const std::int32_t* indices,
+              std::int32_t count,
+              T* to_values,
+              std::int32_t* to_indices) {
+  std::int32_t* const places = to_indices;
+  for (std::int32_t p = 0; p < count; ++p) places[p] = p;
+  std::sort(places, places + count, [indices](std::int32_t a, std::int32_t b) {
+    return indices[a] != indices[b] ? indices[a] < indices[b] : a < b;
+  });
+  for (std::int32_t p = 0; p < count; ++p) {
+    const std::int32_t from = places[p];
+    to_values[p] = values[from];
+    to_indices[p] = indices[from];
+  }
+}
+
 }  // namespace
 
 template <class T>
 bool rows_ascend(const compressed_matrix<T>& a, std::int32_t lo, std::int32_t hi) {
   const std::int32_t base = a.base;
   if (a.begin[0] != base) return false;
-  const std::int32_t* const indices = a.indices;
+  const std::int32_t* const indices = a.indices - base;
   // Steps down from one row to the next are no fault, so they are counted apart.
-  const std::int32_t start = a.begin[lo] - base;
+  const std::int32_t start = a.begin[lo];
+  if (start == a.end[hi - 1]) return true;
   std::int32_t between_rows = 0;
+  bool packed = true;
   for (std::int32_t i = lo; i < hi; ++i) {
-    const std::int32_t first = a.begin[i] - base;
-    const std::int32_t last = a.end[i] - base;
-    if (last < first) return false;
-    if (first > start && last > first) between_rows += indices[first - 1] > indices[first] ? 1 : 0;
+    const std::int32_t first = a.begin[i];
+    const std::int32_t last = a.end[i];
+    packed &= last >= first;
+    // An empty row is compared at the place before it, as there may be none at its own.
+    const std::int32_t before = first - (first > start ? 1 : 0);
+    const std::int32_t place = last > first ? first : before;
+    between_rows += indices[before] > indices[place] ? 1 : 0;
   }
-  const std::int32_t last = a.end[hi - 1] - base - 1;
-  return count_descents(indices + start, last - start) == between_rows;
+  const std::int32_t last = a.end[hi - 1] - 1;
+  return packed && count_descents(indices + start, last - start) == between_rows;
 }
 
 template <class T>
 bool rows_ascend(const compressed_matrix<T>& a) {
   return rows_ascend(a, 0, a.rows);
+}
+
+template <class T>
+compressed_matrix<T> rows_in_order<T>::sorted(std::int32_t lo, std::int32_t hi) const {
+  compressed_matrix<T> result = record_;
+  result.values = room_->values;
+  result.indices = room_->indices;
+  for (std::int32_t i = lo; i < hi; ++i) {
+    const std::int64_t first = record_.begin[i] - record_.base;
+    const std::int32_t count = std::max(record_.end[i] - record_.begin[i], 0);
+    sort_row(record_.values + first, record_.indices + first, count, result.values + first,
+             result.indices + first);
+  }
+  return result;
 }
 
 template <class T>
@@ -62,6 +102,7 @@ status sorted_rows<T>::sort(const compressed_matrix<T>& source, bool ascending) 
 #define NEVRAD_INSTANTIATE(letter, T)                                                 \
   template bool rows_ascend(const compressed_matrix<T>&);                             \
   template bool rows_ascend(const compressed_matrix<T>&, std::int32_t, std::int32_t); \
+  template class rows_in_order<T>;                                                    \
   template class sorted_rows<T>;
 NEVRAD_FOR_EACH_TYPE(NEVRAD_INSTANTIATE)
 #undef NEVRAD_INSTANTIATE

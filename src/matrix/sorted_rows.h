@@ -22,6 +22,39 @@ inline std::int32_t count_descents(const std::int32_t* indices, std::int32_t cou
   return descents;
 }
 
+// The rows of a matrix, in order when they are asked for. A row of a product depends on no other
+// row, so each range of rows may be looked at just before it is used, by the thread that uses it.
+template <class T>
+class rows_in_order {
+ public:
+  // Of a matrix whose rows ascend. Implicit: where that is known, it is all there is to tell.
+  rows_in_order(const compressed_matrix<T>& ascending)  // NOLINT(google-explicit-constructor)
+      : record_(ascending) {}
+  // Of any packed matrix, whose first row begins at its base; rows that need sorting are sorted
+  // into the values and indices of `room`, at their positions.
+  rows_in_order(const compressed_matrix<T>& source, const owned_matrix<T>* room)
+      : record_(source), room_(room) {
+    record_.sorted = 1;
+  }
+
+  // Dimensions and row pointers; the entries of a row are in the order of the source.
+  const compressed_matrix<T>& shape() const { return record_; }
+  // Whether all rows are in order already.
+  bool known() const { return room_ == nullptr; }
+  // A record in which rows lo up to but excluding hi ascend, entries with equal indices in the
+  // order of the source; positions are those of the source. Asked for by one thread for each row.
+  compressed_matrix<T> take(std::int32_t lo, std::int32_t hi) const {
+    if (known() || hi <= lo || rows_ascend(record_, lo, hi)) return record_;
+    return sorted(lo, hi);
+  }
+
+ private:
+  compressed_matrix<T> sorted(std::int32_t lo, std::int32_t hi) const;
+
+  compressed_matrix<T> record_;
+  const owned_matrix<T>* room_ = nullptr;
+};
+
 // Sorts by csr_sort_by_double_transpose, unless the rows ascend already: then `get` is the source
 // itself, in its base, flagged as sorted, and only the memory that sorting takes is asked for, so
 // that a call fails where sorting would fail. That memory is never touched, which costs nothing.
@@ -36,13 +69,23 @@ class sorted_rows {
   }
   const owned_matrix<T>& get() const { return record_; }
 
+  // For users that take ranges of rows: asks for the memory now, as above, and leaves looking at
+  // the order to `in_order`.
+  status sort_when_taken(const compressed_matrix<T>& source) {
+    return sort(source, csr_entries(source) > 0 && source.begin[0] == source.base);
+  }
+  rows_in_order<T> in_order() const {
+    return reads_copy() ? rows_in_order<T>(record_) : rows_in_order<T>(record_, copy_.get());
+  }
+
   // Gives back what sorting took, unless the rows in use lie in it: what follows may need it.
   void release_unread(bool rows_in_use) {
-    const bool reads_copy = copy_.get() != nullptr && record_.indices == copy_->indices;
-    if (!(rows_in_use && reads_copy)) owned_csr_free(copy_.release());
+    if (!(rows_in_use && reads_copy())) owned_csr_free(copy_.release());
   }
 
  private:
+  bool reads_copy() const { return copy_.get() != nullptr && record_.indices == copy_->indices; }
+
   compressed_matrix<T> record_{};
   scoped_matrix<T> copy_;
 };

@@ -2,7 +2,6 @@
 
 #include "arith/dense.h"
 #include "frame/regions.h"
-#include "matrix/sorted_rows.h"
 #include "mm/block_room.h"
 #include "mm/columns_in_place.h"
 #include "mm/panels.h"
@@ -42,13 +41,14 @@ status for_row_parts(const compressed_matrix<T>& a, int budget, const Body& body
 // Cuts rows lo to hi - 1 into blocks and runs sweep(blocks, count). Rows without entries have none,
 // and nothing to do.
 template <class T, class Sweep>
-status cut_and_sweep(const compressed_matrix<T>& a,
+status cut_and_sweep(const rows_in_order<T>& a,
                      std::int32_t lo,
                      std::int32_t hi,
                      const Sweep& sweep) {
   scoped_matrix<T> blocks;
   std::int32_t count = 0;
-  const status built = column_blocks_build(a, lo, hi, mm_block_cols, blocks.out(), &count);
+  const status built =
+      column_blocks_build(a.take(lo, hi), lo, hi, mm_block_cols, blocks.out(), &count);
   return built != success || blocks.get() == nullptr ? built : sweep(blocks.get(), count);
 }
 
@@ -71,44 +71,47 @@ status failed_with(status result, const Scale& scale) {
 
 // Column-major, rows lo to hi - 1 on one thread, with the entries in place.
 template <class T>
-status mm_cols_part(const compressed_matrix<T>& a,
+status mm_cols_part(const rows_in_order<T>& a,
                     const mm_operands<T>& o,
                     const column_panels<T>& panels,
                     std::int32_t lo,
                     std::int32_t hi) {
   block_room<T> room;
-  const bool any = entries_between(a, lo, hi) != 0;
-  const status taken = any ? room.take(hi - lo, entries_between(a, lo, hi), a.cols) : success;
+  const std::int32_t entries = entries_between(a.shape(), lo, hi);
+  const bool any = entries != 0;
+  const status taken = any ? room.take(hi - lo, entries, a.shape().cols) : success;
   if (!any || taken != success) {
     scale_rows_of_columns(o, lo, hi);
     return taken;
   }
-  multiply_columns_in_place(a, lo, hi, o, panels);
+  multiply_columns_in_place(a.take(lo, hi), lo, hi, o, panels);
   return success;
 }
 
 // Column-major over blocks: C is scaled and B packed.
 template <class T>
-status mm_cols_blocked(const compressed_matrix<T>& a,
+status mm_cols_blocked(const rows_in_order<T>& a,
                        const mm_operands<T>& o,
                        const T* store,
                        std::int32_t lo,
                        std::int32_t hi) {
   scale_rows_of_columns(o, lo, hi);
   return cut_and_sweep(a, lo, hi, [&](const column_block<T>* blocks, std::int32_t count) {
-    return sweep_cols(blocks, count, o.b, store, a.cols, o.n, o.ldb, o.c + lo, o.ldc, o.alpha);
+    return sweep_cols(blocks, count, o.b, store, a.shape().cols, o.n, o.ldb, o.c + lo, o.ldc,
+                      o.alpha);
   });
 }
 
 // Row-major, rows lo to hi - 1 on one thread, B and the entries in place.
 template <class T>
-status mm_rows_part(const compressed_matrix<T>& a,
+status mm_rows_part(const rows_in_order<T>& a,
                     const mm_operands<T>& o,
                     std::int32_t lo,
                     std::int32_t hi) {
   block_room<T> room;
-  const bool any = entries_between(a, lo, hi) != 0;
-  const status taken = any ? room.take(hi - lo, entries_between(a, lo, hi), a.cols) : success;
+  const std::int32_t entries = entries_between(a.shape(), lo, hi);
+  const bool any = entries != 0;
+  const status taken = any ? room.take(hi - lo, entries, a.shape().cols) : success;
   if (!any || taken != success) {
     scale_rows(o, lo, hi);
     return taken;
@@ -118,28 +121,30 @@ status mm_rows_part(const compressed_matrix<T>& a,
 }
 
 template <class T>
-status mm_rows_blocked(const compressed_matrix<T>& a,
+status mm_rows_blocked(const rows_in_order<T>& a,
                        const mm_operands<T>& o,
                        const T* store,
                        std::int32_t lo,
                        std::int32_t hi) {
   scale_rows(o, lo, hi);
   return cut_and_sweep(a, lo, hi, [&](const column_block<T>* blocks, std::int32_t count) {
-    return sweep_rows(blocks, count, store, o.n, a.cols, line_at(o.c, lo, o.ldc), o.ldc, o.alpha);
+    return sweep_rows(blocks, count, store, o.n, a.shape().cols, line_at(o.c, lo, o.ldc), o.ldc,
+                      o.alpha);
   });
 }
 
 // The whole of B in panels, or in place.
 template <class T>
-status mm_rows_packed(const compressed_matrix<T>& a, const mm_operands<T>& o, int budget) {
-  const scratch<T> store = panel_store<T>(a.cols, o.n);
+status mm_rows_packed(const rows_in_order<T>& a, const mm_operands<T>& o, int budget) {
+  const compressed_matrix<T>& shape = a.shape();
+  const scratch<T> store = panel_store<T>(shape.cols, o.n);
   if (!store) {
-    dense_scale_lines(a.rows, o.n, o.beta, o.c, o.ldc);
+    dense_scale_lines(shape.rows, o.n, o.beta, o.c, o.ldc);
     return alloc_failed;
   }
-  const bool blocked = rows_are_long(a);
-  if (blocked) pack_rows_all(a.cols, o.b, o.n, o.ldb, store.get());
-  return for_row_parts(a, budget, [&](int /*part*/, std::int32_t lo, std::int32_t hi) {
+  const bool blocked = rows_are_long(shape);
+  if (blocked) pack_rows_all(shape.cols, o.b, o.n, o.ldb, store.get());
+  return for_row_parts(shape, budget, [&](int /*part*/, std::int32_t lo, std::int32_t hi) {
     return blocked ? mm_rows_blocked(a, o, store.get(), lo, hi) : mm_rows_part(a, o, lo, hi);
   });
 }
@@ -147,23 +152,26 @@ status mm_rows_packed(const compressed_matrix<T>& a, const mm_operands<T>& o, in
 // One widest panel of B at a time, or B in place. Real types take beta on the way, complex ones
 // scale C first.
 template <class T>
-status mm_rows_serial_chunked(const compressed_matrix<T>& a, const mm_operands<T>& o) {
+status mm_rows_serial_chunked(const rows_in_order<T>& a, const mm_operands<T>& o) {
   constexpr std::int32_t chunk = mm_chunk<T>;
-  const scratch<T> store = panel_store<T>(a.cols, chunk);
+  const std::int32_t rows = a.shape().rows;
+  const std::int32_t cols = a.shape().cols;
+  const scratch<T> store = panel_store<T>(cols, chunk);
   if (!store) return alloc_failed;
-  if (!rows_are_long(a)) {
-    multiply_rows_in_place(a, 0, a.rows, o);
+  if (!rows_are_long(a.shape())) {
+    multiply_rows_in_place(a, 0, rows, o);
     return success;
   }
-  if constexpr (is_complex<T>) dense_scale_lines(a.rows, o.n, o.beta, o.c, o.ldc);
+  const compressed_matrix<T> block = a.take(0, rows);
+  if constexpr (is_complex<T>) dense_scale_lines(rows, o.n, o.beta, o.c, o.ldc);
   for (std::int32_t j = 0; j < o.n; j += std::min(chunk, o.n - j)) {
     const std::int32_t width = std::min(chunk, o.n - j);
-    pack_rows_all(a.cols, o.b + j, width, o.ldb, store.get());
+    pack_rows_all(cols, o.b + j, width, o.ldb, store.get());
     status swept = success;
     if constexpr (is_complex<T>) {
-      swept = sweep_rows(&a, 1, store.get(), width, a.cols, o.c + j, o.ldc, o.alpha);
+      swept = sweep_rows(&block, 1, store.get(), width, cols, o.c + j, o.ldc, o.alpha);
     } else {
-      swept = sweep_rows_beta(&a, 1, store.get(), width, a.cols, o.c + j, o.ldc, o.alpha, o.beta);
+      swept = sweep_rows_beta(&block, 1, store.get(), width, cols, o.c + j, o.ldc, o.alpha, o.beta);
     }
     if (swept != success) return swept;
   }
@@ -180,67 +188,73 @@ void dense_scale_lines(std::int32_t lines, std::int32_t length, T beta, T* c, st
 }
 
 template <class T>
-status mm_cols_parallel(const compressed_matrix<T>& a, const mm_operands<T>& o) {
+status mm_cols_parallel(const rows_in_order<T>& a, const mm_operands<T>& o) {
   const int budget = current_thread_budget();
   if (budget == 1) return mm_cols_serial(a, o);
-  const scratch<T> store = panel_store<T>(a.cols, o.n);
+  const compressed_matrix<T>& shape = a.shape();
+  const scratch<T> store = panel_store<T>(shape.cols, o.n);
   if (!store) {
-    dense_scale_lines(o.n, a.rows, o.beta, o.c, o.ldc);
+    dense_scale_lines(o.n, shape.rows, o.beta, o.c, o.ldc);
     return alloc_failed;
   }
-  const bool blocked = rows_are_long(a);
-  const column_panels<T> panels(a, o, store.get(), budget);
-  if (blocked || panels.shared()) pack_cols_all(a.cols, o.b, o.n, o.ldb, store.get());
-  return for_row_parts(a, budget, [&](int part, std::int32_t lo, std::int32_t hi) {
+  const bool blocked = rows_are_long(shape);
+  const column_panels<T> panels(shape, o, store.get(), budget);
+  if (blocked || panels.shared()) pack_cols_all(shape.cols, o.b, o.n, o.ldb, store.get());
+  return for_row_parts(shape, budget, [&](int part, std::int32_t lo, std::int32_t hi) {
     return blocked ? mm_cols_blocked(a, o, store.get(), lo, hi)
                    : mm_cols_part(a, o, panels.of_part(part), lo, hi);
   });
 }
 
 template <class T>
-status mm_cols_serial(const compressed_matrix<T>& a, const mm_operands<T>& o) {
-  const scratch<T> store = panel_store<T>(a.cols, o.n);
+status mm_cols_serial(const rows_in_order<T>& a, const mm_operands<T>& o) {
+  const compressed_matrix<T>& shape = a.shape();
+  const scratch<T> store = panel_store<T>(shape.cols, o.n);
   if (!store) {
-    dense_scale_lines(o.n, a.rows, o.beta, o.c, o.ldc);
+    dense_scale_lines(o.n, shape.rows, o.beta, o.c, o.ldc);
     return alloc_failed;
   }
-  const column_panels<T> panels(a, o, store.get(), 1);
-  if (a.cols <= mm_block_cols) {
-    multiply_columns_in_place(a, 0, a.rows, o, panels);
+  const column_panels<T> panels(shape, o, store.get(), 1);
+  if (shape.cols <= mm_block_cols) {
+    multiply_columns_in_place(a.take(0, shape.rows), 0, shape.rows, o, panels);
     return success;
   }
-  if (!rows_are_long(a)) return mm_cols_part(a, o, panels, 0, a.rows);
-  pack_cols_all(a.cols, o.b, o.n, o.ldb, store.get());
-  return mm_cols_blocked(a, o, store.get(), 0, a.rows);
+  if (!rows_are_long(shape)) return mm_cols_part(a, o, panels, 0, shape.rows);
+  pack_cols_all(shape.cols, o.b, o.n, o.ldb, store.get());
+  return mm_cols_blocked(a, o, store.get(), 0, shape.rows);
 }
 
 template <class T>
-status mm_rows_parallel(const compressed_matrix<T>& a, const mm_operands<T>& o) {
+status mm_rows_parallel(const rows_in_order<T>& a, const mm_operands<T>& o) {
   const int budget = current_thread_budget();
+  const compressed_matrix<T>& shape = a.shape();
   if (budget == 1) {
-    if (a.sorted != 0) return mm_rows_serial(a, o);
+    if (shape.sorted != 0) return mm_rows_serial(a, o);
     sorted_rows<T> sorted;
-    const status result = sorted.sort(a);
-    return result != success ? result : mm_rows_serial(sorted.get(), o);
+    const status result = sorted.sort_when_taken(shape);
+    return result != success ? result : mm_rows_serial(sorted.in_order(), o);
   }
-  if (!rows_go_direct(a.rows, a.cols, csr_entries(a), budget)) return mm_rows_packed(a, o, budget);
-  return for_row_parts(a, budget, [&](int /*part*/, std::int32_t lo, std::int32_t hi) {
+  if (!rows_go_direct(shape.rows, shape.cols, csr_entries(shape), budget)) {
+    return mm_rows_packed(a, o, budget);
+  }
+  return for_row_parts(shape, budget, [&](int /*part*/, std::int32_t lo, std::int32_t hi) {
     mm_rows_direct(a, lo, hi, o);
     return status{success};
   });
 }
 
 template <class T>
-status mm_rows_serial(const compressed_matrix<T>& a, const mm_operands<T>& o) {
-  if (rows_go_direct(a.rows, a.cols, csr_entries(a), 1)) {
-    mm_rows_direct(a, 0, a.rows, o);
+status mm_rows_serial(const rows_in_order<T>& a, const mm_operands<T>& o) {
+  const compressed_matrix<T>& shape = a.shape();
+  if (rows_go_direct(shape.rows, shape.cols, csr_entries(shape), 1)) {
+    mm_rows_direct(a, 0, shape.rows, o);
     return success;
   }
-  return a.cols > mm_block_cols ? mm_rows_packed(a, o, 1) : mm_rows_serial_chunked(a, o);
+  return shape.cols > mm_block_cols ? mm_rows_packed(a, o, 1) : mm_rows_serial_chunked(a, o);
 }
 
 #define NEVRAD_INSTANTIATE_ONE(name, T) \
-  template status name(const compressed_matrix<T>&, const mm_operands<T>&);
+  template status name(const rows_in_order<T>&, const mm_operands<T>&);
 #define NEVRAD_INSTANTIATE(letter, T)                                               \
   template void dense_scale_lines(std::int32_t, std::int32_t, T, T*, std::int32_t); \
   NEVRAD_INSTANTIATE_ONE(mm_cols_parallel, T)                                       \

@@ -1,4 +1,4 @@
-// Drivers of the general product: ascending rows, nothing transposed. See mm/general.h.
+// Drivers of the general product: rows in order, nothing transposed. See mm/general.h.
 //
 // A is read where it lies, in its base, and row by row: each row of C, or each panel's part of it,
 // is scaled by beta and gets the parts of its row of A while it is in registers. Only for long rows
@@ -6,6 +6,7 @@
 #pragma once
 
 #include "arith/products.h"
+#include "matrix/sorted_rows.h"
 #include "mm/general.h"
 
 namespace nevrad {
@@ -44,16 +45,19 @@ NEVRAD_INLINE bool rows_go_direct(std::int32_t rows,
 template <class T>
 void dense_scale_lines(std::int32_t lines, std::int32_t length, T beta, T* c, std::int32_t ldc);
 
+template <class T>
+using mm_driver = status (*)(const rows_in_order<T>& a, const mm_operands<T>& dense);
+
 // Column-major B and C. Each thread has its own rows.
 template <class T>
-status mm_cols_parallel(const compressed_matrix<T>& a, const mm_operands<T>& o);
+status mm_cols_parallel(const rows_in_order<T>& a, const mm_operands<T>& o);
 template <class T>
-status mm_cols_serial(const compressed_matrix<T>& a, const mm_operands<T>& o);
+status mm_cols_serial(const rows_in_order<T>& a, const mm_operands<T>& o);
 
 // Row-major B and C. A sparse matrix runs without any allocation.
 template <class T>
-status mm_rows_parallel(const compressed_matrix<T>& a, const mm_operands<T>& o);
+status mm_rows_parallel(const rows_in_order<T>& a, const mm_operands<T>& o);
 template <class T>
-status mm_rows_serial(const compressed_matrix<T>& a, const mm_operands<T>& o);
+status mm_rows_serial(const rows_in_order<T>& a, const mm_operands<T>& o);
 
 }  // namespace nevrad

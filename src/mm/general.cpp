@@ -8,22 +8,22 @@ namespace nevrad {
 
 namespace {
 
-// Runs the driver on A itself when its rows are known to ascend, else sorted. Column
-// blocks rely on the order, and so does the order of summation.
+// Runs the driver on A itself when its rows are known to ascend, else so that it takes them sorted.
+// Column blocks rely on the order, and so does the order of summation.
 template <class T>
-status run_sorted(mm_kernel<T> driver, const compressed_matrix<T>& a, const mm_operands<T>& dense) {
+status run_sorted(mm_driver<T> driver, const compressed_matrix<T>& a, const mm_operands<T>& dense) {
   if (a.sorted != 0) return driver(a, dense);
   sorted_rows<T> sorted;
-  const status result = sorted.sort(a);
+  const status result = sorted.sort_when_taken(a);
   if (result != success) return result;
-  return driver(sorted.get(), dense);
+  return driver(sorted.in_order(), dense);
 }
 
 // Runs the driver on the copy that a transposition makes of A, unless the product can go straight
 // from A. A transposition leaves rows sorted; the test stands all the same.
 template <conjugation C, class T>
 status run_transposed(dense_layout layout,
-                      mm_kernel<T> driver,
+                      mm_driver<T> driver,
                       const compressed_matrix<T>& a,
                       const mm_operands<T>& dense) {
   status result = success;

@@ -7,6 +7,7 @@
 // cache while all rows pass.
 #pragma once
 
+#include "arith/ascent.h"
 #include "arith/panel_row.h"
 #include "mm/column_blocks.h"
 #include "mm/line_kernels.h"
@@ -95,21 +96,35 @@ NEVRAD_INLINE lanes<T, W> multiply_part(const row_entries<T>& a,
   return sum;
 }
 
+// Whether a kernel makes sure on its way that rows ascend, row by row before it touches C. It stops
+// at the first that does not.
+enum class order : bool { known, looked_at };
+
 // Updates W columns of the rows of C, ldc apart: c * beta, then alpha times each part's sum in
-// turn. Parts without entries leave c alone.
-template <int W, class T, class Rows>
-NEVRAD_INLINE void update_rows(const row_entries<T>& a,
-                               const block_bounds& bounds,
-                               const Rows& rows,
-                               T* c,
-                               std::int64_t ldc,
-                               T alpha,
-                               T beta) {
+// turn. Parts without entries leave c alone. Answers with the number of rows done.
+template <int W, order Order = order::known, class T, class Rows>
+NEVRAD_INLINE std::int32_t update_rows(const row_entries<T>& entries,
+                                       const block_bounds& block_bounds_of,
+                                       const Rows& rows_of_b,
+                                       T* c,
+                                       std::int64_t ldc,
+                                       T alpha,
+                                       T beta) {
+  // In registers, whatever is stored.
+  const row_entries<T> a = entries;
+  const block_bounds bounds = block_bounds_of;
+  const Rows rows = rows_of_b;
   const lanes<T, W> scale = broadcast<W>(to_lane(alpha));
   const lanes<T, W> scale_c = broadcast<W>(to_lane(beta));
   std::int64_t p = a.begin;
-  for (std::int32_t i = 0; i < a.rows; ++i, c += ldc) {
+  std::int32_t i = 0;
+  for (; i < a.rows; ++i, c += ldc) {
     const std::int64_t end = a.end[i];
+    if constexpr (Order == order::looked_at) {
+      ascent_check ascent;
+      ascent.look_at(a.indices, p, end);
+      if (!ascent.ascends()) break;
+    }
     lanes<T, W> row = multiply_fused(load<W>(c), scale_c);
     while (p < end) {
       const std::int32_t stop = bounds.stop_of(a.indices[p] - a.base) + a.base;
@@ -117,6 +132,7 @@ NEVRAD_INLINE void update_rows(const row_entries<T>& a,
     }
     store(c, row);
   }
+  return i;
 }
 
 // The same for one of the last columns, x(index) being the element of B: with a sum of zero once

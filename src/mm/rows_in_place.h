@@ -8,6 +8,7 @@
 // last whole chunk of 64 bytes go one at a time there, with alpha on each value in all types.
 #pragma once
 
+#include "matrix/sorted_rows.h"
 #include "mm/operands.h"
 #include "mm/panels.h"
 #include "mm/row_parts.h"
@@ -69,64 +70,169 @@ void fetch_met_rows(const compressed_matrix<T>& a,
   }
 }
 
-// Swept, rows lo to hi - 1, which must have some entry. Indices have base 0.
-template <class T>
-void multiply_rows_in_place(const compressed_matrix<T>& a,
-                            std::int32_t lo,
-                            std::int32_t hi,
-                            const mm_operands<T>& o) {
-  const block_bounds bounds(a.cols);
+// Visits rows lo to hi - 1 by as many as are computed at once, as multiply(rows, r, stop), and asks
+// ahead for what the next ones meet where that helps.
+template <class T, class Multiply>
+NEVRAD_INLINE void for_rows_at_once(const rows_in_order<T>& rows,
+                                    std::int32_t lo,
+                                    std::int32_t hi,
+                                    const mm_operands<T>& o,
+                                    const Multiply& multiply) {
   const std::int32_t at_once = rows_at_once<T>(o.n);
-  const bool ahead = meets_distant_rows(a, o);
+  const bool ahead = meets_distant_rows(rows.shape(), o);
   for (std::int32_t r = lo; r < hi; r += at_once) {
-    if (ahead) fetch_met_rows(a, std::min(r + at_once, hi), std::min(r + 2 * at_once, hi), o);
-    const row_entries<T> entries(a, r, std::min(at_once, hi - r));
-    T* const c = line_at(o.c, r, o.ldc);
-    std::int32_t j = for_each_chunk<T>(o.n, [&](auto w, std::int32_t at) {
-      const strided_rows<w(), T> rows{o.b + at, o.ldb};
-      update_rows<w()>(entries, bounds, rows, c + at, o.ldc, o.alpha, o.beta);
-    });
-    for (; j < o.n; ++j) {
-      const strided_rows<1, T> rows{o.b + j, o.ldb};
-      update_column(
-          entries, bounds, [=](std::int32_t index) { return to_element(rows(index)); }, c + j,
-          o.ldc, o.alpha, o.beta);
-    }
+    const std::int32_t stop = std::min(r + at_once, hi);
+    if (ahead) fetch_met_rows(rows.shape(), stop, std::min(stop + at_once, hi), o);
+    multiply(rows, r, stop);
   }
 }
 
-// Direct: W columns of rows of C, `c` at the first of them.
-template <int W, class T>
-NEVRAD_INLINE void direct_rows(const compressed_matrix<T>& a,
-                               std::int32_t lo,
-                               std::int32_t hi,
-                               const strided_rows<W, T>& rows,
-                               T* c,
-                               std::int64_t ldc,
-                               T alpha,
-                               T beta) {
-  const lanes<T, W> scale = broadcast<W>(to_lane(alpha));
-  const lanes<T, W> scale_c = broadcast<W>(to_lane(beta));
-  const T* const values = a.values;
-  const std::int32_t* const indices = a.indices;
-  for (std::int32_t i = lo; i < hi; ++i, c += ldc) {
-    const std::int64_t stop = a.end[i];
-    std::int64_t p = a.begin[i];
-    lanes<T, W> acc = zero_lanes<T, W>();
-    if constexpr (!is_complex<T>) acc = multiply(load<W>(c), scale_c);
-    // Most rows are short: unrolled, their ends cost more than the entries.
-#pragma clang loop unroll(disable)
-    for (; p < stop; ++p) {
-      lanes<T, W> v = broadcast<W>(load<1>(values + p));
-      if constexpr (!is_complex<T>) v = multiply(v, scale);
-      acc = multiply_add(acc, v, rows(indices[p]));
+// Rows r to stop - 1 for a chunk of columns at a time. kernel(order, width, column, record, first)
+// computes a chunk from row `first` on and answers with the row where it stopped; the kernel of the
+// first chunk looks at the order. Answers with a record in which the rows ascend.
+template <class T, class Kernel>
+NEVRAD_INLINE compressed_matrix<T> multiply_chunks(const rows_in_order<T>& rows,
+                                                   std::int32_t r,
+                                                   std::int32_t stop,
+                                                   std::int32_t columns,
+                                                   const Kernel& kernel) {
+  constexpr std::int32_t narrowest = 4;
+  const compressed_matrix<T>& shape = rows.shape();
+  using looked_at = std::integral_constant<order, order::looked_at>;
+  using known = std::integral_constant<order, order::known>;
+  const bool look = !rows.known() && columns >= narrowest &&
+                    shape.end[stop - 1] <= shape.end[shape.rows - 1] - ascent_check::reach;
+  compressed_matrix<T> a = look ? shape : rows.take(r, stop);
+  for_each_chunk<T>(columns, [&](auto w, std::int32_t at) {
+    std::int32_t first = r;
+    if (look && at == 0) {
+      first = kernel(looked_at{}, w, at, a, first);
+      if (first == stop) return;
+      a = rows.take(r, stop);
     }
+    kernel(known{}, w, at, a, first);
+  });
+  return a;
+}
+
+// Swept, rows lo to hi - 1, which must have some entry. Indices have base 0.
+template <class T>
+void multiply_rows_in_place(const rows_in_order<T>& source,
+                            std::int32_t lo,
+                            std::int32_t hi,
+                            const mm_operands<T>& o) {
+  const block_bounds bounds(source.shape().cols);
+  const auto multiply = [&](const rows_in_order<T>& rows, std::int32_t r, std::int32_t stop) {
+    const auto kernel = [&](auto how, auto w, std::int32_t at, const compressed_matrix<T>& a,
+                            std::int32_t first) {
+      return first + update_rows<w(), how()>(row_entries<T>(a, first, stop - first), bounds,
+                                             strided_rows<w(), T>{o.b + at, o.ldb},
+                                             line_at(o.c, first, o.ldc) + at, o.ldc, o.alpha,
+                                             o.beta);
+    };
+    const compressed_matrix<T> a = multiply_chunks(rows, r, stop, o.n, kernel);
+    for (std::int32_t j = o.n / 4 * 4; j < o.n; ++j) {
+      const strided_rows<1, T> of_b{o.b + j, o.ldb};
+      update_column(
+          row_entries<T>(a, r, stop - r), bounds,
+          [=](std::int32_t index) { return to_element(of_b(index)); }, line_at(o.c, r, o.ldc) + j,
+          o.ldc, o.alpha, o.beta);
+    }
+  };
+  for_rows_at_once(source, lo, hi, o, multiply);
+}
+
+// Direct: W columns, and how an element of C comes about.
+template <int W, class T>
+struct direct_chunk {
+  const T* values;
+  const std::int32_t* indices;
+  strided_rows<W, T> b;
+  lane<T> alpha;
+  lane<T> beta;
+
+  NEVRAD_INLINE lanes<T, W> start(const T* c) const {
+    return is_complex<T> ? zero_lanes<T, W>() : multiply_fused(load<W>(c), broadcast<W>(beta));
+  }
+  NEVRAD_INLINE lanes<T, W> add(lanes<T, W> acc, std::int64_t p) const {
+    lane<T> v = load<1>(values + p);
+    if constexpr (!is_complex<T>) v = multiply(v, alpha);
+    return multiply_add(acc, broadcast<W>(v), b(indices[p]));
+  }
+  NEVRAD_INLINE void finish(T* c, lanes<T, W> acc) const {
     if constexpr (is_complex<T>) {
-      const lanes<T, W> t = multiply_add(zero_lanes<T, W>(), load<W>(c), scale_c);
-      acc = multiply_add(t, acc, scale);
+      const auto t = multiply_add(zero_lanes<T, W>(), load<W>(c), broadcast<W>(beta));
+      acc = multiply_add(t, acc, broadcast<W>(alpha));
     }
     store(c, acc);
   }
+};
+
+// Rows from `row` on, `c` at the chunk of the first one. Answers with the row where it stops.
+template <order Order, int W, class T>
+std::int32_t direct_rows(const compressed_matrix<T>& a,
+                         std::int32_t row,
+                         std::int32_t hi,
+                         const direct_chunk<W, T>& chunk,
+                         T* c,
+                         std::int64_t ldc) {
+  const direct_chunk<W, T> own = chunk;  // in registers, whatever is stored
+  const std::int32_t* const end = a.end;
+  std::int64_t p = a.begin[row];
+  for (; row < hi; ++row, c += ldc) {
+    const std::int64_t stop = end[row];
+    if constexpr (Order == order::looked_at) {
+      ascent_check ascent;
+      ascent.look_at(own.indices, p, stop);
+      if (!ascent.ascends()) break;
+    }
+    lanes<T, W> acc = own.start(c);
+    // Most rows are short: unrolled, their ends cost more than the entries.
+#pragma clang loop unroll(disable)
+    for (; p < stop; ++p) acc = own.add(acc, p);
+    own.finish(c, acc);
+  }
+  return row;
+}
+
+// Two rows at a time: the sums of one row are a chain, of which long rows leave hardware no other
+// to see.
+template <order Order, int W, class T>
+std::int32_t direct_row_pairs(const compressed_matrix<T>& a,
+                              std::int32_t row,
+                              std::int32_t hi,
+                              const direct_chunk<W, T>& chunk,
+                              T* c,
+                              std::int64_t ldc) {
+  const direct_chunk<W, T> own = chunk;
+  const std::int32_t* const end = a.end;
+  std::int64_t p = a.begin[row];
+  for (; row + 1 < hi; row += 2, c += 2 * ldc) {
+    const std::int64_t middle = end[row];
+    const std::int64_t stop = end[row + 1];
+    std::int64_t q = middle;
+    if constexpr (Order == order::looked_at) {
+      ascent_check ascent;
+      ascent.look_at(own.indices, p, middle);
+      ascent.look_at(own.indices, middle, stop);
+      if (!ascent.ascends()) return row;
+    }
+    lanes<T, W> upper = own.start(c);
+    lanes<T, W> lower = own.start(c + ldc);
+#pragma clang loop unroll(disable)
+    for (std::int64_t both = std::min(middle - p, stop - q); both > 0; --both, ++p, ++q) {
+      upper = own.add(upper, p);
+      lower = own.add(lower, q);
+    }
+#pragma clang loop unroll(disable)
+    for (; p < middle; ++p) upper = own.add(upper, p);
+#pragma clang loop unroll(disable)
+    for (; q < stop; ++q) lower = own.add(lower, q);
+    own.finish(c, upper);
+    own.finish(c + ldc, lower);
+    p = stop;
+  }
+  return row < hi ? direct_rows<Order>(a, row, hi, chunk, c, ldc) : row;
 }
 
 // One column of rows of C, `b` and `c` at it.
@@ -156,27 +262,34 @@ NEVRAD_INLINE void direct_column(const compressed_matrix<T>& a,
 
 // Rows lo up to but excluding hi. Indices have base 0.
 template <class T>
-void mm_rows_direct(const compressed_matrix<T>& a,
+void mm_rows_direct(const rows_in_order<T>& source,
                     std::int32_t lo,
                     std::int32_t hi,
                     const mm_operands<T>& o) {
+  constexpr std::int64_t long_row = 12;
+  const compressed_matrix<T>& shape = source.shape();
+  const bool pairs = csr_entries(shape) >= long_row * shape.rows;
   // Real columns behind the last whole chunk round as those within, so narrower chunks take them.
-  constexpr int chunk = mm_chunk<T>;
-  const std::int32_t in_chunks = is_complex<T> ? o.n / chunk * chunk : o.n;
-  const std::int32_t at_once = rows_at_once<T>(o.n);
-  const bool ahead = meets_distant_rows(a, o);
-  for (std::int32_t r = lo; r < hi; r += at_once) {
-    const std::int32_t stop = std::min(r + at_once, hi);
-    if (ahead) fetch_met_rows(a, stop, std::min(stop + at_once, hi), o);
-    T* const c = line_at(o.c, r, o.ldc);
-    std::int32_t j = for_each_chunk<T>(in_chunks, [&](auto w, std::int32_t at) {
-      const strided_rows<w(), T> rows{o.b + at, o.ldb};
-      direct_rows<w()>(a, r, stop, rows, c + at, o.ldc, o.alpha, o.beta);
-    });
-    for (; j < o.n; ++j) {
-      direct_column(a, r, stop, strided_rows<1, T>{o.b + j, o.ldb}, c + j, o.ldc, o.alpha, o.beta);
+  constexpr int widest = mm_chunk<T>;
+  const std::int32_t in_chunks = is_complex<T> ? o.n / widest * widest : o.n / 4 * 4;
+  const auto multiply = [&](const rows_in_order<T>& rows, std::int32_t r, std::int32_t stop) {
+    const auto kernel = [&](auto how, auto w, std::int32_t at, const compressed_matrix<T>& a,
+                            std::int32_t first) {
+      const direct_chunk<w(), T> chunk{
+          a.values, a.indices, {o.b + at, o.ldb}, to_lane(o.alpha), to_lane(o.beta)};
+      T* const c = line_at(o.c, first, o.ldc) + at;
+      if constexpr (w() <= widest) {
+        if (pairs) return direct_row_pairs<how()>(a, first, stop, chunk, c, o.ldc);
+      }
+      return direct_rows<how()>(a, first, stop, chunk, c, o.ldc);
+    };
+    const compressed_matrix<T> a = multiply_chunks(rows, r, stop, in_chunks, kernel);
+    for (std::int32_t j = in_chunks; j < o.n; ++j) {
+      direct_column(a, r, stop, strided_rows<1, T>{o.b + j, o.ldb}, line_at(o.c, r, o.ldc) + j,
+                    o.ldc, o.alpha, o.beta);
     }
-  }
+  };
+  for_rows_at_once(source, lo, hi, o, multiply);
 }
 
 }  // namespace nevrad

@@ -2,6 +2,8 @@
 #include "matrix/sorted_rows.h"
 #include "support/matrix.h"
 
+#include <algorithm>
+
 namespace nevrad_test {
 namespace {
 
@@ -52,6 +54,18 @@ TYPED_TEST(sorted_rows_test, gives_what_sorting_gives) {
                                     1,
                                     0};
     EXPECT_EQ(rows_ascend(view), rows_ascend(*a));
+    sorted_rows<T> by_ranges;
+    ASSERT_EQ(by_ranges.sort_when_taken(view), 0);
+    const auto rows = by_ranges.in_order();
+    for (int lo = 0; lo < made.rows; lo += 3) {
+      const int hi = std::min(lo + 3, made.rows);
+      const auto range = rows.take(lo, hi);
+      EXPECT_EQ(range.values == view.values, ordered || rows_ascend(view, lo, hi));
+      for (int p = range.begin[lo] - 1; p < range.end[hi - 1] - 1; ++p) {
+        EXPECT_EQ(range.indices[p] - range.base, literal->indices[p]);
+        EXPECT_SAME_BITS(range.values[p], literal->values[p]);
+      }
+    }
     sorted_rows<T> found;
     ASSERT_EQ(found.sort(*a), 0);
     const owned_matrix<T>& got = found.get();

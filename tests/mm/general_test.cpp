@@ -94,6 +94,32 @@ TYPED_TEST(general_mm, adds_in_the_fixed_order_at_every_width) {
   }
 }
 
+// Row-major kernels look at the order of rows while they multiply, eight pairs at a time but for
+// the last rows; longer rows go in pairs.
+TYPED_TEST(general_mm, finds_one_step_down_anywhere_in_a_row) {
+  using T = TypeParam;
+  for (const int length : {8, 21}) {
+    for (int fault = 0; fault < 3 * length; ++fault) {
+      const int place = fault % length;
+      if (place + 1 == length) continue;
+      generator random(static_cast<std::uint64_t>(150 + fault));
+      lines<T> source(34);
+      for (auto& row : source) {
+        for (int p = 0; p < length; ++p) row.emplace_back(100 * p, random.value<T>());
+      }
+      auto& row = source[at(1 + fault / length)];
+      std::swap(row[at(place)], row[at(place + 1)]);
+      for (const int cols : {2101, 2400}) {
+        const problem<T> made(random, compress<T>(source, cols, compression::rows, 0), 0,
+                              layout::row_major, 4 + 4 * (fault % 3));
+        const auto way = cols == 2101 && length == 21 ? chunked<T> : path::direct;
+        SCOPED_TRACE(testing::Message() << length << ", place " << fault << ", cols " << cols);
+        EXPECT_SAME_ARRAYS(made.run(1).elements(), made.model(way).elements());
+      }
+    }
+  }
+}
+
 TYPED_TEST(general_mm, transposes_and_conjugates_a_copy) {
   using T = TypeParam;
   generator random(200);
