@@ -4,12 +4,15 @@
 set(NEVRAD_SANITIZER "" CACHE STRING "address, thread, fuzzer, coverage or nothing")
 set_property(CACHE NEVRAD_SANITIZER PROPERTY STRINGS "" address thread fuzzer coverage)
 set(NEVRAD_SANITIZER_ENVIRONMENT "")
+set(NEVRAD_LIBRARY_FLAGS "")
 
 if(NEVRAD_SANITIZER STREQUAL "fuzzer")
   # UBSan would triple the time to build; the inputs that are kept are replayed under it.
   set(sanitizer_flags -fsanitize=address,fuzzer-no-link)
 elseif(NEVRAD_SANITIZER STREQUAL "coverage")
-  set(sanitizer_flags -fprofile-instr-generate -fcoverage-mapping)
+  # Of the library alone: what a test reaches of itself is not asked.
+  set(NEVRAD_LIBRARY_FLAGS -fprofile-instr-generate -fcoverage-mapping -O1 -g1 -UNDEBUG)
+  add_link_options(-fprofile-instr-generate)
 elseif(NEVRAD_SANITIZER STREQUAL "address")
   set(sanitizer_flags -fsanitize=address,undefined -fno-sanitize-recover=all)
   set(NEVRAD_SANITIZER_ENVIRONMENT
@@ -39,7 +42,7 @@ if(NEVRAD_SANITIZER STREQUAL "fuzzer")
   # Inputs are small: what optimising would save in a minute of them, it takes several times to build.
   add_compile_options(${sanitizer_flags} -O0 -g1 -UNDEBUG)
   add_link_options(${sanitizer_flags})
-elseif(NEVRAD_SANITIZER)
+elseif(NOT NEVRAD_SANITIZER MATCHES "^(coverage)?$")
   # Assertions stay on, and the code is optimised a little: enough for speed, readable in a trace.
   add_compile_options(${sanitizer_flags} -O1 -g -UNDEBUG -fno-omit-frame-pointer)
   add_link_options(${sanitizer_flags})

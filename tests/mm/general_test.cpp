@@ -290,6 +290,27 @@ TYPED_TEST(general_mm, gives_the_same_bits_on_a_smaller_team_than_requested) {
   }
 }
 
+// Rows that reach across a B which no cache holds: what they meet is fetched ahead, where that
+// pays, and no further than the rows go. Dense enough for sweeps on one thread alone.
+TYPED_TEST(general_mm, reaches_across_a_large_b) {
+  using T = TypeParam;
+  constexpr int cols = 32768;
+  constexpr int n = 6;
+  constexpr int extra = 256 / static_cast<int>(sizeof(T)) - n;
+  generator random(500);
+  lines<T> source(24 * 16 + 1);
+  for (std::size_t i = 0; i + 1 < source.size(); ++i) {
+    auto& row = source[i];
+    for (const int column : {0, cols - 1}) row.emplace_back(column, random.value<T>());
+    for (int p = 0; p < (i % 16 == 0 ? 0 : 118); ++p)
+      row.emplace_back(random.integer(0, cols - 1), random.value<T>());
+  }
+  const problem<T> p(random, compress<T>(source, cols, compression::rows, 0), 0, layout::row_major,
+                     n, is_native ? extra : 0);
+  EXPECT_SAME_ARRAYS(p.run(1).elements(), p.model(path::swept).elements());
+  EXPECT_SAME_ARRAYS(p.run(3).elements(), p.model(path::direct).elements());
+}
+
 // Signs of zero, infinities and NaN go through every path as its operations make them: panels leave
 // rows and blocks without entries alone, the last columns add alpha * 0.
 TYPED_TEST(general_mm, keeps_special_values) {

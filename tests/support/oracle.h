@@ -192,7 +192,7 @@ bounded_product<T> product(const dense<T>& a,
       for (std::int64_t l = 0; l < a.cols(); ++l) {
         if (a.size(i, l) == 0) continue;
         sum += a(i, l) * b(l, j);
-        size += a.size(i, l) * std::abs(b(l, j));
+        size += a.size(i, l) * b.size(l, j);
       }
       r.value(i, j) = alpha_wide * sum + beta_wide * c(i, j);
       r.magnitude(i, j) = std::abs(alpha_wide) * size + std::abs(beta_wide) * std::abs(c(i, j));
