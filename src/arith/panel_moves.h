@@ -3,6 +3,7 @@
 // any width; what comes out is a plain copy.
 #pragma once
 
+#include "arith/stream.h"
 #include "arith/tile.h"
 
 namespace nevrad {
@@ -94,6 +95,45 @@ NEVRAD_INLINE void store_panel_columns(const T* panel, T* at, std::int64_t ld, s
     }
     for (; r < rows; ++r, panel += W) {
       for (int c = 0; c < W; ++c) at[r + c * ld] = panel[c];
+    }
+  }
+}
+
+// As many rows of a column-major matrix as a cache line of a column holds. Each line is moved
+// whole, before the next: columns that are a power of two apart share a few places in the cache.
+template <class T>
+inline constexpr int rows_of_line = static_cast<int>(cache_line / sizeof(T));
+
+template <int W, class T, class Change>
+NEVRAD_INLINE void load_panel_lines(T* panel, const T* at, std::int64_t ld, const Change& change) {
+  for (int c = 0; c < W; c += tile_size) {
+    for (int r = 0; r < rows_of_line<T>; r += tile_size) {
+      tile<T> t = load_tile(at + r + c * ld, ld);
+      for (auto& line : t.line) line = change(line);
+      store_tile(panel + r * W + c, W, transpose(t));
+    }
+  }
+}
+
+// Streamed: past the caches; the lines begin where those of the cache do.
+template <bool Streamed, int W, class T>
+NEVRAD_INLINE void store_panel_lines(const T* panel, T* at, std::int64_t ld) {
+  constexpr int tiles = rows_of_line<T> / tile_size;
+  constexpr int piece = sizeof(T) * tile_size < 32 ? 16 : 32;
+  for (int c = 0; c < W; c += tile_size) {
+    tile<T> t[tiles];
+    for (int k = 0; k < tiles; ++k) {
+      t[k] = transpose(load_tile(panel + k * tile_size * W + c, W));
+    }
+    for (int i = 0; i < tile_size; ++i) {
+      T* const line = at + (c + i) * ld;
+      for (int k = 0; k < tiles; ++k) {
+        if constexpr (Streamed) {
+          store_streaming<piece>(line + k * tile_size, t[k].line[i]);
+        } else {
+          store(line + k * tile_size, t[k].line[i]);
+        }
+      }
     }
   }
 }

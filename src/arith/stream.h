@@ -13,10 +13,10 @@ inline constexpr bool has_streaming_stores = true;
 inline constexpr bool has_streaming_stores = false;
 #endif
 
-// Lanes of 16 bytes or more, to an address on 16 bytes. Pays where the lines get whole at once.
-template <class T, int W>
+// Lanes of `Piece` bytes or more, to an address on as many. Pays where the lines get whole at once.
+template <int Piece = 16, class T, int W>
 NEVRAD_INLINE void store_streaming(T* to, lanes<T, W> a) {
-  typedef long long piece __attribute__((vector_size(16), may_alias));
+  typedef long long piece __attribute__((vector_size(Piece), may_alias));
   static_assert(sizeof a.v % sizeof(piece) == 0);
   piece pieces[sizeof a.v / sizeof(piece)];
   __builtin_memcpy(pieces, &a.v, sizeof a.v);

@@ -255,13 +255,54 @@ status build_blocks(const compressed_matrix<T>& a,
   return success;
 }
 
-}  // namespace
+// Whether rows are what most triangles have: none empty, strictly ascending, and the diagonal
+// element the one solved last. Tells how far they reach then.
+//
+// A step down from one row to the next stands next to a diagonal element, so a row's far entry
+// tells of it; as many steps as those are none within rows.
+template <triangle Side, class T>
+bool rows_are_plain(const compressed_matrix<T>& a, std::int32_t& reach) {
+  constexpr bool lower = Side == triangle::lower;
+  constexpr std::int32_t rows_in_cache = 1024;
+  const std::int32_t base = a.base;
+  const std::int32_t* const indices = a.indices;
+  const std::int32_t* const end = a.end;
+  std::int32_t between_rows = 0;
+  std::int32_t steps = 0;
+  std::int32_t farthest = 0;
+  std::int32_t stop = 0;
+  for (std::int32_t i = 0; i < a.rows;) {
+    // The simple pass first: memory keeps up with it.
+    const std::int32_t to = a.rows - i < rows_in_cache ? a.rows : i + rows_in_cache;
+    const std::int32_t last = end[to - 1] - base - 1;
+    for (std::int32_t p = i == 0 ? 0 : stop - 1; p < last; ++p) {
+      steps += indices[p] >= indices[p + 1] ? 1 : 0;
+    }
+    bool rising = end[i] - base > stop;
+    for (std::int32_t k = i; k < to - 1; ++k) rising &= end[k] < end[k + 1];
+    if (!rising) return false;
+    std::int32_t displaced = 0;
+    for (; i < to; ++i) {
+      const std::int32_t first = stop;
+      stop = end[i] - base;
+      const std::int32_t own = i + base;
+      displaced |= indices[lower ? stop - 1 : first] ^ own;
+      const std::int32_t across = lower ? own - indices[first] : indices[stop - 1] - own;
+      between_rows += across > 0 ? 1 : 0;
+      farthest = across > farthest ? across : farthest;
+    }
+    if (displaced != 0) return false;
+  }
+  // The outermost row has no neighbour to step to.
+  const std::int32_t outermost = lower ? indices[0] : indices[stop - 1];
+  reach = farthest;
+  return steps == between_rows && outermost == (lower ? base : a.rows - 1 + base);
+}
 
 template <triangle Side, class T>
-row_facts look_at_rows(const compressed_matrix<T>& a) {
+row_facts look_at_any_rows(const compressed_matrix<T>& a) {
   constexpr bool lower = Side == triangle::lower;
   const std::int32_t base = a.base;
-  if (csr_entries(a) < 1 || a.begin[0] != base) return {};
   const std::int32_t* const indices = a.indices;
   std::int32_t between_rows = 0;  // steps down from one row to the next are no fault
   std::int32_t reach = 0;
@@ -286,6 +327,18 @@ row_facts look_at_rows(const compressed_matrix<T>& a) {
   }
   const bool ascending = count_descents(indices, first - 1) == between_rows;
   return {.ascending = ascending, .diagonals_at_end = ascending && at_end, .reach = reach};
+}
+
+}  // namespace
+
+template <triangle Side, class T>
+row_facts look_at_rows(const compressed_matrix<T>& a) {
+  if (csr_entries(a) < 1 || a.begin[0] != a.base) return {};
+  std::int32_t reach = 0;
+  if (rows_are_plain<Side>(a, reach)) {
+    return {.ascending = true, .diagonals_at_end = true, .reach = reach};
+  }
+  return look_at_any_rows<Side>(a);
 }
 
 template <class T>

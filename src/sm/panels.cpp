@@ -60,7 +60,7 @@ class row_solver {
   void solve(std::int32_t count) const {
     if constexpr (Layout == dense_layout::row_major) {
       if constexpr (has_streaming_stores) {
-        if (may_stream(count)) {
+        if (may_stream_rows(count)) {
           solve_rows<true>(count);
           finish_streaming();
           return;
@@ -68,14 +68,14 @@ class row_solver {
       }
       solve_rows<false>(count);
     } else {
-      for_each_panel<T>(0, count, [=, this](auto w, std::int32_t j) {
-        if constexpr (w() == 1) {
-          solve_chunk<false, 1>(0, order_, operands_.element(0, j, operands_.ldx),
-                                operands_.element(0, j, operands_.ldy), 1);
-        } else {
-          solve_in_ring<w()>(j);
+      if constexpr (has_streaming_stores) {
+        if (may_stream_columns(count)) {
+          solve_columns<true>(count);
+          finish_streaming();
+          return;
         }
-      });
+      }
+      solve_columns<false>(count);
     }
   }
 
@@ -83,27 +83,39 @@ class row_solver {
   static constexpr int widest = static_cast<int>(cache_line / sizeof(T));
   static constexpr bool lower = Side == triangle::lower;
   // A cache line of a column.
-  static constexpr std::int32_t rows_at_once = widest;
+  static constexpr std::int32_t rows_at_once = rows_of_line<T>;
   // How far ahead the dense operands are asked for: rows of row-major ones, else lines of a column.
   // Halves of rows and columns side by side are more than hardware follows.
   static constexpr int rows_ahead = lower ? 8 : -8;
   static constexpr int x_bytes_ahead = (lower ? 8 : -8) * static_cast<int>(cache_line);
   static constexpr int y_bytes_ahead = x_bytes_ahead / 2;
-  // Less is likely to be in cache before, or wanted there after the call.
-  static constexpr std::int64_t streamed_bytes = std::int64_t{1} << 21;
+  // Less is likely to be in cache before, or wanted there after the call. Lines of columns cost
+  // more than those of rows, which come one after another.
+  static constexpr std::int64_t streamed_bytes =
+      Layout == dense_layout::row_major ? 2 << 20 : 1 << 20;
 
   std::int32_t row_at(std::int32_t step) const { return lower ? step : order_ - 1 - step; }
 
   // Whether y is large, its chunks of rows fill lines, or follow each other without a gap, and the
   // ring has room in the panel.
-  bool may_stream(std::int32_t count) const {
+  bool may_stream_rows(std::int32_t count) const {
     const std::uint64_t size = sizeof(T) * static_cast<std::uint64_t>(count);
     const std::uint64_t across = sizeof(T) * static_cast<std::uint64_t>(operands_.ldy);
     const auto start = reinterpret_cast<std::uintptr_t>(operands_.y);
     const bool lines = ((start | across | size) & (cache_line - 1)) == 0;
     const bool no_gaps = size == across && ((start | size) & 15) == 0 && count % 4 == 0;
-    return (lines || no_gaps) && static_cast<std::int64_t>(size) * order_ >= streamed_bytes &&
-           ring_ * count <= std::int64_t{order_} * widest;
+    return (lines || no_gaps) && is_large(count) && ring_ * count <= std::int64_t{order_} * widest;
+  }
+
+  // Whether y is large, and lines of all columns begin in the same rows.
+  bool may_stream_columns(std::int32_t count) const {
+    const std::uint64_t across = sizeof(T) * static_cast<std::uint64_t>(operands_.ldy);
+    const auto start = reinterpret_cast<std::uintptr_t>(operands_.y);
+    return across % cache_line == 0 && start % sizeof(T) == 0 && is_large(count);
+  }
+
+  bool is_large(std::int32_t count) const {
+    return std::int64_t{sizeof(T)} * count * order_ >= streamed_bytes;
   }
 
   // Visits chunks of columns, wide ones where for_each_panel has two panels: lanes are independent,
@@ -180,50 +192,101 @@ class row_solver {
   }
 
   // The address may lie outside the matrix.
-  NEVRAD_INLINE static void prefetch_element(const T* from, std::int64_t element) {
-    prefetch<cache::level1>(from, element * static_cast<std::int64_t>(sizeof(T)));
+  NEVRAD_INLINE static void prefetch_element(const T* from, std::int64_t element, int more = 0) {
+    prefetch<cache::level1>(from, element * static_cast<std::int64_t>(sizeof(T)) + more);
   }
 
+  // All columns of column-major operands. Two panels at once save loads of the entries; lines of y
+  // that stay in the caches would be too many then.
+  template <bool Streamed>
+  void solve_columns(std::int32_t count) const {
+    std::int32_t done = 0;
+    if constexpr (Streamed) {
+      constexpr int wide = 2 * widest;
+      if (ring_fits<wide>()) {
+        for (; count - done >= wide; done += wide) solve_in_ring<true, wide>(done);
+      }
+    }
+    for_each_panel<T>(done, count, [=, this](auto w, std::int32_t j) {
+      if constexpr (w() == 1) {
+        solve_chunk<false, 1>(0, order_, operands_.element(0, j, operands_.ldx),
+                              operands_.element(0, j, operands_.ldy), 1);
+      } else {
+        solve_in_ring<Streamed, w()>(j);
+      }
+    });
+  }
+
+  // With the rows behind its end in which a turn may go on.
   template <int W>
+  bool ring_fits() const {
+    return (ring_ + rows_at_once) * W <= std::int64_t{order_} * widest;
+  }
+
+  // Columns j to j + W - 1 take turns: a cache line of each of them becomes rows of the ring, which
+  // are solved there, and go back.
+  template <bool Streamed, int W>
   void solve_in_ring(std::int32_t j) const {
     const auto& o = operands_;
+    const T* const x = o.x + o.element(0, j, o.ldx);
+    T* const y = o.y + o.element(0, j, o.ldy);
     const std::int32_t base = rows_.base();
     // Row i is kept for index i + base, as the matrix has it.
-    const bool whole = ring_ * W > std::int64_t{order_} * widest;
+    const bool whole = !ring_fits<W>();
     const std::int64_t mask = whole ? -1 : ring_ - 1;
     T* const room = whole ? panel_ - base * W : panel_;
     const ring_rows<W, T> solution{room, mask};
+    const std::int32_t before = rows_before_line(y);
     lanes<T, W> newest = zero_lanes<T, W>();
     std::int32_t next = lower ? 0 : order_;
     while (lower ? next < order_ : next > 0) {
-      // Turns end where the ring may end.
-      const std::int32_t end = lower ? ((next + base) | (rows_at_once - 1)) + 1 - base : next;
-      const std::int32_t begin = lower ? next : ((next - 1 + base) & -rows_at_once) - base;
+      const std::int32_t end = lower ? ((next - before) | (rows_at_once - 1)) + 1 + before : next;
+      const std::int32_t begin = lower ? next : ((next - 1 - before) & -rows_at_once) + before;
       const std::int32_t first = begin < 0 ? 0 : begin;
       const std::int32_t last = end > order_ ? order_ : end;
+      const std::int32_t rows = last - first;
+      // A turn's rows stand together, beyond the ring's end where it comes first.
       T* const part = room + ((first + base) & mask) * W;
-      load_panel_columns<W>(part, o.x + o.element(first, j, o.ldx), o.ldx, last - first,
-                            times_elements<T>{o.alpha});
-      for (std::int32_t step = 0; step < last - first; ++step) {
-        const std::int32_t r = lower ? step : last - first - 1 - step;
-        T* const at = part + std::int64_t{r} * W;
-        if constexpr (!fixed_hints) prefetch_columns<W>(first, j, step);
+      const times_elements<T> scaled{o.alpha};
+      if (rows == rows_at_once) {
+        load_panel_lines<W>(part, x + first, o.ldx, scaled);
+      } else {
+        load_panel_columns<W>(part, x + first, o.ldx, rows, scaled);
+      }
+      for (std::int32_t step = 0; step < rows; ++step) {
+        const std::int32_t r = lower ? step : rows - 1 - step;
+        if constexpr (!fixed_hints) prefetch_columns<Streamed, W>(x + first, y + first, step);
+        T* const at = part + r * W;
         newest = rows_.template solve<Diagonal>(first + r, load<W>(at), solution, &newest);
         store(at, newest);
+        T* const kept = room + ((first + r + base) & mask) * W;
+        if (kept != at) store(kept, newest);
       }
-      store_panel_columns<W>(part, o.y + o.element(first, j, o.ldy), o.ldy, last - first);
+      if (rows == rows_at_once) {
+        store_panel_lines<Streamed, W>(part, y + first, o.ldy);
+      } else {
+        store_panel_columns<W>(part, y + first, o.ldy, rows);
+      }
       next = lower ? last : first;
     }
   }
 
+  // How many rows stand in front of the first line that begins in a column.
+  static std::int32_t rows_before_line(const T* y) {
+    const auto at = reinterpret_cast<std::uintptr_t>(y);
+    if (at % sizeof(T) != 0) return 0;
+    return static_cast<std::int32_t>((std::uintptr_t{0} - at) % cache_line / sizeof(T));
+  }
+
   // Columns take turns, a row's work apart: asked for at once, their lines would wait for each
   // other.
-  template <int W>
-  NEVRAD_INLINE void prefetch_columns(std::int32_t row, std::int32_t j, std::int32_t step) const {
+  template <bool Streamed, int W>
+  NEVRAD_INLINE void prefetch_columns(const T* x, const T* y, std::int32_t step) const {
     const auto& o = operands_;
-    for (int c = step; c < W; c += rows_at_once) {
-      prefetch<cache::level1>(o.x + o.element(row, j + c, o.ldx), x_bytes_ahead);
-      prefetch<cache::level1>(o.y + o.element(row, j + c, o.ldy), y_bytes_ahead);
+    if (W < rows_at_once && step >= W) return;
+    for (int c = 0; c < W; c += rows_at_once) {
+      prefetch_element(x, o.element(0, c + step, o.ldx), x_bytes_ahead);
+      if constexpr (!Streamed) prefetch_element(y, o.element(0, c + step, o.ldy), y_bytes_ahead);
     }
   }
 

@@ -266,6 +266,37 @@ TYPED_TEST(many_solve, has_the_same_bits_in_large_results) {
   }
 }
 
+// The same of column-major results: two panels at once and what is left of them, the first lines of
+// the columns beginning `shift` elements before y, and the last ones not full.
+template <class T, nevrad::triangle Side>
+void expect_same_large_columns(int reach, int shift) {
+  constexpr auto layout = nevrad::dense_layout::column_major;
+  constexpr int ld = 1 << 13;
+  constexpr int order = ld - 5;
+  constexpr int n = 2 * 64 / static_cast<int>(sizeof(T)) + 7;
+  generator random(static_cast<std::uint64_t>(reach + shift));
+  SCOPED_TRACE(testing::Message() << random << ", reach " << reach << ", shift " << shift);
+  const auto a = two_diagonals<T>(random, Side == nevrad::triangle::lower, order, reach, false, 1);
+  const auto view = a.view();
+  const auto x = random.values<T>(std::int64_t{ld} * n + shift);
+  const auto solved = [&](nevrad::triangle_form form) {
+    array<T> y = x;
+    const auto blocks = blocks_of<T, Side>(view, form);
+    const auto panel = nevrad::sm_panel(blocks);
+    T* const start = y.data() + shift;
+    nevrad::sm_panels<Side, nevrad::diagonal::stored, layout>(blocks, panel.get(), start, n, ld,
+                                                              start, ld, make<T>(0.5));
+    return y;
+  };
+  EXPECT_SAME_ARRAYS(solved(nevrad::triangle_form::rows),
+                     solved(nevrad::triangle_form::listed_blocks));
+}
+
+TYPED_TEST(many_solve, has_the_same_bits_in_large_columns) {
+  expect_same_large_columns<TypeParam, nevrad::triangle::lower>(1025, 3);
+  expect_same_large_columns<TypeParam, nevrad::triangle::upper>(1, 3);
+}
+
 // Whether the rows are sorted is told by 0 and 1.
 TYPED_TEST(many_solve, refuses_a_mark_of_sorting_that_means_nothing) {
   using T = TypeParam;
