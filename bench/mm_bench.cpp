@@ -1,7 +1,8 @@
 // C = A B with a dense B, for a general matrix: ?csrmm in both layouts on one and two threads.
 //
-// A call copies A, brings its rows into order, scales C, packs B and multiplies; "phases" give each
-// of these apart, beside the time in which as many bytes can be read.
+// A call as it is described copies A, sorts its rows by transposing twice, scales C, packs B, cuts
+// A into blocks of columns and multiplies. "mm-phases" give each of these apart, and beside it what
+// calls do in its place, each against the time in which the bytes that it moves can be read.
 #include "matrix/sorted_rows.h"
 #include "mm/drivers.h"
 #include "mm/panels.h"
@@ -136,13 +137,15 @@ void run_loop(mm_product& p) {
 struct phases : mm_product {
   nevrad::scoped_matrix<T> copied;
   nevrad::scoped_matrix<T> sorted;
+  nevrad::scoped_matrix<T> blocks;
+  std::int32_t block_count = 0;
   nevrad::scratch<T> store;
-  double moved = 0;
 
   phases(const std::function<pattern()>& make, layout way, int columns)
       : mm_product(make, way, columns), store(nevrad::panel_store<T>(a.cols, n)) {
     copy(copied);
     nevrad::csr_sort_by_double_transpose(*copied, sorted.out());
+    cut(blocks, block_count);
     pack();
   }
 
@@ -156,35 +159,127 @@ struct phases : mm_product {
     const auto fill = by_columns() ? nevrad::pack_cols_all<T> : nevrad::pack_rows_all<T>;
     fill(a.cols, b.data(), n, ldb(), store.get());
   }
-  double error() const { return 0; }  // checked as a whole by the comparisons
+  void cut(nevrad::scoped_matrix<T>& into, std::int32_t& count) const {
+    nevrad::column_blocks_build(*sorted, 0, a.rows, nevrad::mm_block_cols, into.out(), &count);
+  }
+  nevrad::mm_operands<T> operands() { return {b.data(), n, ldb(), c.data(), ldc(), 1, 0}; }
+
+  double of_a() const { return 12.0 * static_cast<double>(a.entries()) + 4.0 * a.rows; }
+  double of_b() const { return 8.0 * n * a.cols; }
+  double of_c() const { return 8.0 * n * a.rows; }
 };
 
-void run_copy(phases& p) {
-  nevrad::scoped_matrix<T> copy;
-  p.copy(copy);
-}
-void run_sort(phases& p) {
-  nevrad::scoped_matrix<T> sorted;
-  nevrad::csr_sort_by_double_transpose(*p.copied, sorted.out());
-}
-// What a call does where rows ascend already.
-void run_check(phases& p) {
-  nevrad::sorted_rows<T> sorted;
-  sorted.sort(*p.copied);
-}
-void run_scale(phases& p) {
-  if (p.by_columns()) {
-    nevrad::dense_scale_lines(p.n, p.a.rows, T{1}, p.c.data(), p.ldc());
-  } else {
-    nevrad::dense_scale_lines(p.a.rows, p.n, T{1}, p.c.data(), p.ldc());
+// A phase: what it runs, and the bytes that it reads and writes at least.
+struct copying {
+  static void run(phases& p) {
+    nevrad::scoped_matrix<T> copy;
+    p.copy(copy);
   }
+  static double bytes(const phases& p) { return 2 * p.of_a(); }
+};
+struct sorting {
+  static void run(phases& p) {
+    nevrad::scoped_matrix<T> sorted;
+    nevrad::csr_sort_by_double_transpose(*p.copied, sorted.out());
+  }
+  // Counts, then moves, twice.
+  static double bytes(const phases& p) {
+    return 4 * p.of_a() + 8.0 * static_cast<double>(p.a.entries());
+  }
+};
+struct looking_at_order {
+  static void run(phases& p) {
+    const bool ascend = nevrad::rows_ascend(*p.copied);
+    ::benchmark::DoNotOptimize(ascend);
+  }
+  static double bytes(const phases& p) {
+    return 4.0 * static_cast<double>(p.a.entries()) + 4.0 * p.a.rows;
+  }
+};
+struct scaling {
+  static void run(phases& p) {
+    const int lines = p.by_columns() ? p.n : p.a.rows;
+    const int length = p.by_columns() ? p.a.rows : p.n;
+    nevrad::dense_scale_lines(lines, length, T{1}, p.c.data(), p.ldc());
+  }
+  static double bytes(const phases& p) { return 2 * p.of_c(); }
+};
+struct packing {
+  static void run(phases& p) { p.pack(); }
+  static double bytes(const phases& p) { return 2 * p.of_b(); }
+};
+struct cutting {
+  static void run(phases& p) {
+    nevrad::scoped_matrix<T> blocks;
+    std::int32_t count = 0;
+    p.cut(blocks, count);
+  }
+  static double bytes(const phases& p) { return 2 * p.of_a(); }
+};
+
+// Phases that compute the product.
+struct multiplying {
+  static constexpr bool computes = true;
+  static double bytes(const phases& p) { return p.of_a() + p.of_b() + 2 * p.of_c(); }
+};
+// Over blocks and panels that are there.
+struct sweeping : multiplying {
+  static void run(phases& p) {
+    const auto* const blocks = p.blocks.get();
+    if (p.by_columns()) {
+      nevrad::sweep_cols(blocks, p.block_count, p.b.data(), p.store.get(), p.a.cols, p.n, p.ldb(),
+                         p.c.data(), p.ldc(), T{1});
+    } else {
+      nevrad::sweep_rows(blocks, p.block_count, p.store.get(), p.n, p.a.cols, p.c.data(), p.ldc(),
+                         T{1});
+    }
+  }
+};
+// What a call runs on rows that are known to ascend: scaling, packing and multiplying at once.
+struct multiplying_in_place : multiplying {
+  static void run(phases& p) {
+    const auto driver = p.by_columns() ? nevrad::mm_cols_parallel<T> : nevrad::mm_rows_parallel<T>;
+    driver(*p.sorted, p.operands());
+  }
+};
+struct calling : multiplying {
+  static void run(phases& p) { run_nevrad(p); }
+};
+
+// One phase as the data of a comparison.
+template <class Phase>
+struct phase_data {
+  static constexpr bool computes = requires { Phase::computes; };
+  static constexpr double tolerance = mm_product::tolerance;
+
+  lazy<phases> all;
+
+  explicit phase_data(const lazy<phases>& data) : all(data) {}
+  double bytes() const { return Phase::bytes(all.get()); }
+  double flops() const { return computes ? all.get().flops() : 0; }
+  void reset() { all.get().reset(); }
+  double error() const { return computes ? all.get().error() : 0; }
+};
+
+template <class Phase>
+void add_phase(const std::string& name, const std::string& set, const lazy<phases>& all) {
+  using data = phase_data<Phase>;
+  auto measured = comparison<data>("mm-phases/" + name + "/" + set + "/d", 1, make_lazy<data>(all));
+  measured.add("nevrad", [](data& d) { Phase::run(d.all.get()); }).add_read_limit();
+  if (data::computes) measured.add_compute_limit();
 }
-void run_pack(phases& p) { p.pack(); }
-void run_driver(phases& p) {
-  const auto driver = p.by_columns() ? nevrad::mm_cols_parallel<T> : nevrad::mm_rows_parallel<T>;
-  driver(*p.sorted, {p.b.data(), p.n, p.ldb(), p.c.data(), p.ldc(), 1, 0});
+
+void add_phases(const std::string& name, const std::string& set, const lazy<phases>& all) {
+  add_phase<copying>(name + " 1 copy", set, all);
+  add_phase<sorting>(name + " 2 sort", set, all);
+  add_phase<looking_at_order>(name + " 2 look at order instead", set, all);
+  add_phase<scaling>(name + " 3 scale", set, all);
+  add_phase<packing>(name + " 4 pack", set, all);
+  add_phase<cutting>(name + " 5 cut", set, all);
+  add_phase<sweeping>(name + " 6 product", set, all);
+  add_phase<multiplying_in_place>(name + " 6 product in place, for 3 to 6", set, all);
+  add_phase<calling>(name + " whole call", set, all);
 }
-void run_whole(phases& p) { run_nevrad(p); }
 
 void compare_products(const std::string& name,
                       working_set set,
@@ -207,16 +302,8 @@ void compare_products(const std::string& name,
         measured.add_read_limit();
       }
       if (n != 8 && n != 32) continue;
-      const auto parts = make_lazy<phases>(made, order, n);
-      comparison<phases>("mm-phases" + full_name.substr(2), 1, parts)
-          .add("copy", run_copy)
-          .add("sort", run_sort)
-          .add("find in order", run_check)
-          .add("scale", run_scale)
-          .add("pack", run_pack)
-          .add("scale, pack and product", run_driver)
-          .add("whole", run_whole)
-          .add_read_limit();
+      add_phases(name + (order == layout::columns ? " F" : " C") + " n=" + std::to_string(n),
+                 set.name, make_lazy<phases>(made, order, n));
     }
   }
 }
