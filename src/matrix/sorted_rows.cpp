@@ -18,6 +18,20 @@ status reserve_transpose(std::int32_t rows,
   return owned_csr_alloc(cols, rows, nnz, result.out());
 }
 
+// Up to here counting what goes before each entry is faster than moving entries about.
+constexpr std::int32_t few_entries = 48;
+
+// The place of each entry by index and place, without a branch.
+void find_places(const std::int32_t* indices, std::int32_t count, std::int64_t* place) {
+  std::int64_t key[few_entries];
+  for (std::int32_t p = 0; p < count; ++p) key[p] = (std::int64_t{indices[p]} << 32) + p;
+  for (std::int32_t p = 0; p < count; ++p) place[p] = 0;
+  for (std::int32_t q = 0; q < count; ++q) {
+    const std::int64_t other = key[q];
+    for (std::int32_t p = 0; p < count; ++p) place[p] += key[p] > other ? 1 : 0;
+  }
+}
+
 // Sorts one row into other arrays by index and place, without memory of its own.
 template <class T>
 void sort_row(const T* values,
@@ -25,6 +39,15 @@ void sort_row(const T* values,
               std::int32_t count,
               T* to_values,
               std::int32_t* to_indices) {
+  if (count <= few_entries) {
+    std::int64_t place[few_entries];
+    find_places(indices, count, place);
+    for (std::int32_t p = 0; p < count; ++p) {
+      to_values[place[p]] = values[p];
+      to_indices[place[p]] = indices[p];
+    }
+    return;
+  }
   std::int32_t* const places = to_indices;
   for (std::int32_t p = 0; p < count; ++p) places[p] = p;
   std::sort(places, places + count, [indices](std::int32_t a, std::int32_t b) {

@@ -41,11 +41,13 @@ class rows_in_order {
   const compressed_matrix<T>& shape() const { return record_; }
   // Whether all rows are in order already.
   bool known() const { return room_ == nullptr; }
+  bool ascend(std::int32_t lo, std::int32_t hi) const {
+    return known() || hi <= lo || rows_ascend(record_, lo, hi);
+  }
   // A record in which rows lo up to but excluding hi ascend, entries with equal indices in the
   // order of the source; positions are those of the source. Asked for by one thread for each row.
   compressed_matrix<T> take(std::int32_t lo, std::int32_t hi) const {
-    if (known() || hi <= lo || rows_ascend(record_, lo, hi)) return record_;
-    return sorted(lo, hi);
+    return ascend(lo, hi) ? record_ : sorted(lo, hi);
   }
 
  private:

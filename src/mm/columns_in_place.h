@@ -5,6 +5,7 @@
 // packed as the rows reach it. Columns behind the narrowest panel, at most 3, go one at a time.
 #pragma once
 
+#include "matrix/sorted_rows.h"
 #include "mm/operands.h"
 #include "mm/panel_window.h"
 #include "mm/panels.h"
@@ -50,22 +51,64 @@ class column_panels {
   bool shared_ = false;
 };
 
-// Columns j to j + W - 1 of rows lo to hi - 1.
+// Asks for the entries of rows r up to but excluding `stop`.
+template <class T>
+void fetch_entries_ahead(const compressed_matrix<T>& a, std::int32_t r, std::int32_t stop) {
+  constexpr std::int64_t indices = cache_line / sizeof(std::int32_t);
+  constexpr std::int64_t values = cache_line / sizeof(T);
+  constexpr std::int64_t most = 128;  // long rows run ahead well enough
+  if (fixed_hints || r >= stop) return;
+  const std::int64_t first = a.begin[r] - a.base;
+  const std::int64_t last = a.end[stop - 1] - a.base;
+  if (last - first > most) return;
+  for (std::int64_t p = first; p < last; p += indices) prefetch<cache::level1>(a.indices + p, 0);
+  for (std::int64_t p = first; p < last; p += values) prefetch<cache::level1>(a.values + p, 0);
+}
+
+// Rows of A for several passes over them. The first pass looks at their order range by range, when
+// their indices are about to be used; once a range is not in order, all rows are sorted.
+template <class T>
+class rows_of_part {
+ public:
+  rows_of_part(const rows_in_order<T>& rows, std::int32_t lo, std::int32_t hi)
+      : rows_(rows), lo_(lo), hi_(hi) {}
+
+  std::int32_t lo() const { return lo_; }
+  std::int32_t hi() const { return hi_; }
+  // Each pass calls this for ranges that cover the rows, in turn.
+  const compressed_matrix<T>& take(std::int32_t r, std::int32_t stop) {
+    if (!rows_.ascend(r, stop)) rows_ = rows_.take(lo_, hi_);
+    return rows_.shape();
+  }
+  // After a pass.
+  void set_known() { rows_ = rows_.shape(); }
+
+ private:
+  rows_in_order<T> rows_;
+  std::int32_t lo_;
+  std::int32_t hi_;
+};
+
+// Columns j to j + W - 1.
 template <int W, class T>
-void multiply_panel_in_place(const compressed_matrix<T>& a,
+void multiply_panel_in_place(rows_of_part<T>& part,
                              const block_bounds& bounds,
-                             std::int32_t lo,
-                             std::int32_t hi,
                              std::int32_t j,
                              const mm_operands<T>& o,
                              const column_panels<T>& panels) {
   alignas(cache_line) T part_of_c[column_line<T> * W];
+  const std::int32_t lo = part.lo();
+  const std::int32_t hi = part.hi();
+  compressed_matrix<T> a = part.take(lo, lo);
   const T* const b = line_at(o.b, j, o.ldb);
   auto window = panels.template window<W>(b, o.ldb, a.base);
   for (std::int32_t r = lo; r < hi; r += column_line<T>) {
+    constexpr std::int32_t looked_at = 64;
+    if ((r - lo) % looked_at == 0) a = part.take(r, std::min(r + looked_at, hi));
     const std::int32_t count = std::min(column_line<T>, hi - r);
     T* const c = line_at(o.c, j, o.ldc) + r;
     fetch_columns_ahead<W>(c, o.ldc);
+    fetch_entries_ahead(a, r + 2 * count, std::min(r + 3 * count, hi));
     load_panel_columns<W>(part_of_c, c, o.ldc, count, as_it_is{});
     const auto update = [&](const auto& rows) {
       update_rows<W>(row_entries<T>(a, r, count), bounds, rows, part_of_c, W, o.alpha, o.beta);
@@ -81,25 +124,39 @@ void multiply_panel_in_place(const compressed_matrix<T>& a,
   }
 }
 
+// Column j.
+template <class T>
+void multiply_column_in_place(rows_of_part<T>& part,
+                              const block_bounds& bounds,
+                              std::int32_t j,
+                              const mm_operands<T>& o) {
+  T* const y = line_at(o.c, j, o.ldc);
+  for (std::int32_t r = part.lo(); r < part.hi(); r += mm_rows_at_once) {
+    const std::int32_t stop = std::min(r + mm_rows_at_once, part.hi());
+    const compressed_matrix<T>& a = part.take(r, stop);
+    const T* const x = line_at(o.b, j, o.ldb) - a.base;
+    update_column(
+        row_entries<T>(a, r, stop - r), bounds, [=](std::int32_t index) { return x[index]; }, y + r,
+        1, o.alpha, o.beta);
+  }
+}
+
 // Rows lo to hi - 1, which must have some entry.
 template <class T>
-void multiply_columns_in_place(const compressed_matrix<T>& a,
+void multiply_columns_in_place(const rows_in_order<T>& rows,
                                std::int32_t lo,
                                std::int32_t hi,
                                const mm_operands<T>& o,
                                const column_panels<T>& panels) {
-  const block_bounds bounds(a.cols);
+  const block_bounds bounds(rows.shape().cols);
+  rows_of_part<T> part(rows, lo, hi);
   std::int32_t j = for_each_panel<T>(o.n, [&](auto w, std::int32_t at) {
-    multiply_panel_in_place<w()>(a, bounds, lo, hi, at, o, panels);
+    multiply_panel_in_place<w()>(part, bounds, at, o, panels);
+    part.set_known();
   });
   for (; j < o.n; ++j) {
-    const T* const x = line_at(o.b, j, o.ldb) - a.base;
-    T* const y = line_at(o.c, j, o.ldc);
-    for (std::int32_t r = lo; r < hi; r += mm_rows_at_once) {
-      update_column(
-          row_entries<T>(a, r, std::min(mm_rows_at_once, hi - r)), bounds,
-          [=](std::int32_t index) { return x[index]; }, y + r, 1, o.alpha, o.beta);
-    }
+    multiply_column_in_place(part, bounds, j, o);
+    part.set_known();
   }
 }
 

@@ -84,7 +84,7 @@ status mm_cols_part(const rows_in_order<T>& a,
     scale_rows_of_columns(o, lo, hi);
     return taken;
   }
-  multiply_columns_in_place(a.take(lo, hi), lo, hi, o, panels);
+  multiply_columns_in_place(a, lo, hi, o, panels);
   return success;
 }
 
@@ -216,7 +216,7 @@ status mm_cols_serial(const rows_in_order<T>& a, const mm_operands<T>& o) {
   }
   const column_panels<T> panels(shape, o, store.get(), 1);
   if (shape.cols <= mm_block_cols) {
-    multiply_columns_in_place(a.take(0, shape.rows), 0, shape.rows, o, panels);
+    multiply_columns_in_place(a, 0, shape.rows, o, panels);
     return success;
   }
   if (!rows_are_long(shape)) return mm_cols_part(a, o, panels, 0, shape.rows);

@@ -71,6 +71,28 @@ struct row_entries {
         base(a.base) {}
 };
 
+// Calls add_next(), which moves p on by one, for the entries from p on that lie in front of `end`
+// and whose indices are below `stop`, of which there is one at least. One test an entry: of a part
+// that is not the row's last one, the entry behind it ends the loop.
+template <class Add>
+NEVRAD_INLINE void for_each_of_part(const std::int32_t* indices,
+                                    std::int64_t& p,
+                                    std::int64_t end,
+                                    std::int32_t stop,
+                                    const Add& add_next) {
+  if (indices[end - 1] < stop) {
+#pragma clang loop unroll(disable)
+    do {
+      add_next();
+    } while (p < end);
+  } else {
+#pragma clang loop unroll(disable)
+    do {
+      add_next();
+    } while (indices[p] < stop);
+  }
+}
+
 // The sum over the entries from p on that lie in front of `end` and whose indices are below `stop`,
 // of which there is one at least. Moves p behind them.
 template <int W, class T, class Rows>
@@ -88,11 +110,11 @@ NEVRAD_INLINE lanes<T, W> multiply_part(const row_entries<T>& a,
   }
   // Most parts are short: looking for their end, and groups of four, would cost more than the sums.
   lanes<T, W> sum = zero_lanes<T, W>();
-#pragma clang loop unroll(disable)
-  do {
+  const auto add_next = [&] {
     sum = multiply_add(sum, rows(a.indices[p]), broadcast<W>(load<1>(a.values + p)));
     ++p;
-  } while (p < end && a.indices[p] < stop);
+  };
+  for_each_of_part(a.indices, p, end, stop, add_next);
   return sum;
 }
 
@@ -139,13 +161,15 @@ NEVRAD_INLINE std::int32_t update_rows(const row_entries<T>& entries,
 // for each run of blocks between, before and behind that hold nothing of a row. Adding a zero twice
 // changes no more than adding it once.
 template <class T, class Column>
-NEVRAD_INLINE void update_column(const row_entries<T>& a,
-                                 const block_bounds& bounds,
+NEVRAD_INLINE void update_column(const row_entries<T>& entries,
+                                 const block_bounds& block_bounds_of,
                                  const Column& x,
                                  T* c,
                                  std::int64_t ldc,
                                  T alpha,
                                  T beta) {
+  const row_entries<T> a = entries;
+  const block_bounds bounds = block_bounds_of;
   std::int64_t p = a.begin;
   for (std::int32_t i = 0; i < a.rows; ++i, c += ldc) {
     const std::int64_t end = a.end[i];
@@ -157,9 +181,10 @@ NEVRAD_INLINE void update_column(const row_entries<T>& a,
       const std::int32_t stop = bounds.stop_of(column) + a.base;
       if (block != next_block) y = add_scaled(y, alpha, zero<T>());
       T sum = zero<T>();
-      for (; p < end && a.indices[p] < stop; ++p) {
+      for_each_of_part(a.indices, p, end, stop, [&] {
         sum = add_product(sum, a.values[p], x(a.indices[p]));
-      }
+        ++p;
+      });
       y = add_scaled(y, alpha, sum);
       next_block = block + 1;
     }
