@@ -8,21 +8,24 @@ namespace nevrad {
 // Gathers steps down within lines, without a branch for each. For a line that ends `reach` indices
 // or more in front of the end of its array: what follows a line is read, and not looked at.
 class ascent_check {
+  static constexpr std::int32_t at_once = 8;
+
  public:
-  static constexpr std::int32_t reach = 8;
+  // Behind an empty line as many indices are read as there are lanes, and one more.
+  static constexpr std::int32_t reach = at_once + 1;
 
   // Looks at the line of positions first to last - 1.
   NEVRAD_INLINE void look_at(const std::int32_t* indices, std::int64_t first, std::int64_t last) {
     const std::int32_t* at = indices + first;
     auto pairs = static_cast<std::int32_t>(last - first) - 1;
-    for (; pairs >= reach; pairs -= reach, at += reach) steps_down_ |= pairs_down(at);
+    for (; pairs >= at_once; pairs -= at_once, at += at_once) steps_down_ |= pairs_down(at);
     constexpr index_lanes places = {0, 1, 2, 3, 4, 5, 6, 7};
     steps_down_ |= pairs_down(at) & (places < pairs);
   }
   NEVRAD_INLINE bool ascends() const { return __builtin_reduce_or(steps_down_) == 0; }
 
  private:
-  using index_lanes = detail::vector_of<std::int32_t, reach>::type;
+  using index_lanes = detail::vector_of<std::int32_t, at_once>::type;
 
   static NEVRAD_INLINE index_lanes load_indices(const std::int32_t* at) {
     index_lanes r;

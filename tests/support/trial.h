@@ -18,6 +18,11 @@ class trial {
   trial(const form_of<T>& form, const matrix<T>& a, int columns, std::uint64_t seed)
       : trial(form, columns, generator(seed), [&](generator&) { return a; }) {}
 
+  void set_scalars(T alpha, T beta) {
+    problem_.x.alpha = alpha;
+    problem_.x.beta = beta;
+  }
+
   int run() {
     if (form_.request == 2) {
       arguments<T> pattern = problem_.x;
