@@ -48,7 +48,7 @@ NEVRAD_INLINE lanes<T, W> add_direct(lanes<T, W> own,
 
 // Lines r to stop - 1, for rows lo to hi - 1 of C. Rows that get images ahead of their own line are
 // scaled by beta already; those of a lower triangle are not.
-template <taken Which, bool Own, int W, class T>
+template <taken Which, bool Own, bool Cut, int W, class T>
 void add_direct_lines(const line_reader<Which, T> a,
                       std::int32_t r,
                       std::int32_t stop,
@@ -59,10 +59,12 @@ void add_direct_lines(const line_reader<Which, T> a,
     const line_parts part = a.parts(i);
     std::int64_t p = part.first;
     std::int64_t q = part.last;
-    while (p < q && a.indices[p] < lo) ++p;
-    while (p < q && a.indices[q - 1] >= hi) --q;
+    if constexpr (Cut) {
+      while (p < q && a.indices[p] < lo) ++p;
+      while (p < q && a.indices[q - 1] >= hi) --q;
+    }
     const lanes<T, W> b_line = d.b(i);
-    if (Which == taken::all || i < lo || i >= hi) {
+    if (Which == taken::all || (Cut && (i < lo || i >= hi))) {
       add_direct<false, true>(b_line, b_line, a.values, a.indices, p, q, d);
       continue;
     }
@@ -74,15 +76,29 @@ void add_direct_lines(const line_reader<Which, T> a,
     lanes<T, W> own = load<W>(d.row(i));
     own = Which == taken::lower ? multiply(own, d.beta) : add_diagonal(own);
     if constexpr (Own) {
-      own = add_direct<true, false>(own, b_line, a.values, a.indices, part.first, p, d);
+      if constexpr (Cut) {
+        own = add_direct<true, false>(own, b_line, a.values, a.indices, part.first, p, d);
+      }
       own = add_direct<true, true>(own, b_line, a.values, a.indices, p, q, d);
-      own = add_direct<true, false>(own, b_line, a.values, a.indices, q, part.last, d);
+      if constexpr (Cut) {
+        own = add_direct<true, false>(own, b_line, a.values, a.indices, q, part.last, d);
+      }
     } else {
       add_direct<false, true>(b_line, b_line, a.values, a.indices, p, q, d);
     }
     if constexpr (Which == taken::lower) own = add_diagonal(own);
     store(d.row(i), own);
   }
+}
+
+// Lines for which a chunk of columns is computed before the next one: a few where the rows of B and
+// C that they meet stay at hand, else one, for which all of a row is fetched at once.
+template <class T>
+std::int32_t lines_in_a_chunk(const line_survey& found, const mm_operands<T>& o) {
+  constexpr std::int64_t at_hand = std::int64_t{1} << 20;
+  const std::int64_t row = (std::int64_t{o.ldb} + o.ldc) * std::int64_t{sizeof(T)};
+  const bool near = (std::int64_t{found.below} + found.above) * row <= at_hand;
+  return near ? mm_rows_at_once : rows_at_once<T>(o.n);
 }
 
 template <taken Which, class T>
@@ -97,7 +113,7 @@ void multiply_taken_direct(const held_lines<T>& held,
   };
   const std::int32_t first = reached(std::int64_t{lo} - found.above, lines);
   const std::int32_t last = reached(std::int64_t{hi} + found.below, lines);
-  const std::int32_t at_once = rows_at_once<T>(o.n);
+  const std::int32_t at_once = lines_in_a_chunk(found, o);
   const line_reader<Which, T> a(held);
   std::int32_t scaled = lo;
   for (std::int32_t r = first; r < last; r += at_once) {
@@ -113,9 +129,13 @@ void multiply_taken_direct(const held_lines<T>& held,
                                      broadcast<w()>(to_lane(o.alpha)),
                                      broadcast<w()>(to_lane(o.beta))};
       if (Which != taken::all && held.has_own()) {
-        add_direct_lines<Which, true>(a, r, stop, lo, hi, d);
+        if (lo == 0 && hi == lines) {
+          add_direct_lines<Which, true, false>(a, r, stop, lo, hi, d);
+        } else {
+          add_direct_lines<Which, true, true>(a, r, stop, lo, hi, d);
+        }
       } else {
-        add_direct_lines<Which, false>(a, r, stop, lo, hi, d);
+        add_direct_lines<Which, false, true>(a, r, stop, lo, hi, d);
       }
     };
     std::int32_t j = for_each_chunk<T>(o.n, add_columns);
