@@ -99,6 +99,7 @@ struct line_survey {
   std::int64_t on_diagonal = 0;
   std::int32_t below = std::numeric_limits<std::int32_t>::max();
   std::int32_t above = std::numeric_limits<std::int32_t>::max();
+  bool diagonal_in_all_lines = false;
 };
 
 // The lines from r up to but excluding `stop`, looked through; false where they do not ascend.
@@ -113,6 +114,7 @@ bool survey_each(const line_reader<Which, T>& a,
     if (count_descents(a.indices + a.begin[i], a.end[i] - a.begin[i] - 1) > 0) return false;
     found.off_diagonal += part.last - part.first;
     found.on_diagonal += part.diag_last - part.diag_first;
+    found.diagonal_in_all_lines &= part.diag_last > part.diag_first || a.ones;
     if (part.first == part.last) continue;
     found.below = std::max(found.below, i + a.base - a.indices[part.first]);
     found.above = std::max(found.above, a.indices[part.last - 1] - i - a.base);
@@ -166,6 +168,7 @@ template <taken Which, class T>
   if (other != 0 || descents != steps_down) return false;
   found.off_diagonal += entries - on_diagonal;
   found.on_diagonal += on_diagonal;
+  found.diagonal_in_all_lines &= on_diagonal == stop - r || a.ones;
   found.below = std::max(found.below, -lowest);
   found.above = std::max(found.above, highest);
   return true;
@@ -175,7 +178,7 @@ template <taken Which, class T>
 template <taken Which, class T>
 line_survey survey_lines(const held_lines<T>& held) {
   constexpr std::int32_t at_once = 256;
-  line_survey found{true, 0, 0, 0, 0};
+  line_survey found{true, 0, 0, 0, 0, true};
   const line_reader<Which, T> a(held);
   const std::int32_t rows = held.lines.rows;
   if (a.begin[0] != a.base || !survey_each(a, 0, std::min(1, rows), found)) return {false};

@@ -62,70 +62,57 @@ void multiply_direct(const held_lines<T>& held,
   });
 }
 
-// Column-major. Statuses and the state of C as those of mm_cols_serial.
+// In the rounding of the sweeps. Statuses and the state of C as those of mm_cols_serial and
+// mm_rows_serial: row-major, a matrix of a single block takes beta on the way.
 template <class T>
-status multiply_columns(const held_lines<T>& held,
-                        const line_survey& found,
-                        const ring_room<T>& ring,
-                        const mm_operands<T>& o,
-                        std::int32_t nnz) {
+status multiply_swept(const held_lines<T>& held,
+                      dense_layout layout,
+                      const line_survey& found,
+                      const ring_room<T>& ring,
+                      const mm_operands<T>& o,
+                      std::int32_t nnz) {
   const std::int32_t rows = held.result_rows();
   const std::int32_t cols = held.lines.rows;
+  const bool in_rows = layout == dense_layout::row_major;
+  const bool one_block = cols <= mm_block_cols;
+  const bool chunked = in_rows && one_block;
   const auto scaled = [&](status result) {
-    dense_scale_lines(o.n, rows, o.beta, o.c, o.ldc);
-    return result;
-  };
-  const scratch<T> store = panel_store<T>(cols, o.n);
-  if (!store) return scaled(alloc_failed);
-  block_room<T> blocks;
-  if (cols > mm_block_cols) {
-    if (nnz == 0) return scaled(success);
-    const status taken = blocks.take(rows, nnz, cols);
-    if (taken != success) return scaled(taken);
-  }
-  multiply_lines_in_ring(held, dense_layout::column_major, found, ring, o, store.get());
-  return success;
-}
-
-// Row-major with the rounding of the sweeps, as those of mm_rows_serial.
-template <class T>
-status multiply_swept_rows(const held_lines<T>& held,
-                           const line_survey& found,
-                           const ring_room<T>& ring,
-                           const mm_operands<T>& o,
-                           std::int32_t nnz) {
-  const std::int32_t rows = held.result_rows();
-  const std::int32_t cols = held.lines.rows;
-  const bool chunked = cols <= mm_block_cols;
-  const auto scaled = [&](status result) {
-    dense_scale_lines(rows, o.n, o.beta, o.c, o.ldc);
+    if (in_rows) {
+      dense_scale_lines(rows, o.n, o.beta, o.c, o.ldc);
+    } else {
+      dense_scale_lines(o.n, rows, o.beta, o.c, o.ldc);
+    }
     return result;
   };
   const scratch<T> store = panel_store<T>(cols, chunked ? mm_chunk<T> : o.n);
   if (!store) return chunked ? alloc_failed : scaled(alloc_failed);
   block_room<T> blocks;
-  if (!chunked) {
+  if (!one_block) {
     if (nnz == 0) return scaled(success);
     const status taken = blocks.take(rows, nnz, cols);
     if (taken != success) return scaled(taken);
   }
-  multiply_lines_in_ring(held, dense_layout::row_major, found, ring, o, store.get());
+  multiply_lines_in_ring(held, layout, found, ring, o, store.get());
   return success;
 }
 
-// Whether a ring is worth it, by cases measured: per chunk of columns an entry costs little more
-// than in the general product, a row some entries for the parts that it opens and closes, more of
-// them where a line reaches over the width of a block. The copy costs once, and by entry.
+// Whether a ring is worth it, by cases measured. The copy costs once, and by entry. A ring costs by
+// chunk of columns: a row some entries, more of them where lines reach over the width of a block
+// and rows get their sums in several parts. Of a lower triangle that holds its diagonal an entry
+// costs what it does in the general product.
 template <class T>
-bool ring_pays(const line_survey& found,
+bool ring_pays(const held_lines<T>& held,
+               const line_survey& found,
                dense_layout layout,
-               std::int32_t rows,
                std::int32_t n,
                std::int32_t nnz) {
   const std::int32_t chunk = (layout == dense_layout::row_major ? 2 : 1) * mm_chunk<T>;
   const std::int32_t chunks = (n + chunk - 1) / chunk;
+  const double rows = held.result_rows();
   const double reach = (static_cast<double>(found.below) + found.above) / mm_block_cols;
-  return chunks * (8.0 * rows * (1.0 + reach) + nnz) <= 3.5 * nnz;
+  const bool quick = held.which == taken::lower && held.has_own() && found.diagonal_in_all_lines;
+  const double more = quick ? rows * (4 + 10 * reach) + nnz / 16.0 : 8 * rows * (1 + reach) + nnz;
+  return chunks * more <= 3.5 * nnz;
 }
 
 }  // namespace
@@ -159,12 +146,11 @@ bool multiply_held_lines(const held_lines<T>& held,
   const std::int64_t size = ring_size<T>(found, rows, held.lines.base);
   const std::int64_t elements = ring_elements<T>(layout, size, o.n);
   if (nnz < elements || nnz < 2 * size || room.words_of(held) < 2 * size) return false;
-  if (!ring_pays<T>(found, layout, rows, o.n, nnz)) return false;
+  if (!ring_pays(held, found, layout, o.n, nnz)) return false;
   *result = room.take(held, found, nnz);
   if (*result != success) return true;
   const ring_room<T> ring{room.copy->values, room.copy->indices, size};
-  *result = in_rows ? multiply_swept_rows(held, found, ring, o, nnz)
-                    : multiply_columns(held, found, ring, o, nnz);
+  *result = multiply_swept(held, layout, found, ring, o, nnz);
   return true;
 }
 

@@ -3,8 +3,9 @@
 //
 // C * beta, rounded, then alpha times the sum of each part of a row in turn (see row_parts.h). The
 // sum of a part is open while the lines pass that add to it, so the rows within reach of a line
-// have their sums in a ring: of all columns in a row-major product, of one panel in a column-major
-// one. There the rows of C lie beside the sums, read when they enter and written when they leave.
+// have their sums in a ring, for a panel or chunk of columns at a time: few enough to stay in
+// cache. In a column-major product the rows of C lie beside the sums, read when they enter and
+// written when they leave.
 #pragma once
 
 #include "mm/held_lines.h"
@@ -31,7 +32,9 @@ std::int64_t ring_size(const line_survey& found, std::int32_t rows, std::int32_t
 
 template <class T>
 constexpr std::int64_t ring_elements(dense_layout layout, std::int64_t size, std::int32_t n) {
-  return size * (layout == dense_layout::row_major ? n : 2 * std::min(mm_chunk<T>, n));
+  const std::int32_t chunk = 2 * mm_chunk<T>;
+  return size *
+         (layout == dense_layout::row_major ? std::min(chunk, n) : 2 * std::min(chunk / 2, n));
 }
 
 // Where a ring lies: its elements, and twice `size` words.
@@ -42,9 +45,18 @@ struct ring_room {
   std::int64_t size;
 };
 
-// Rows of C in use; row r has the slot of index r + base. W columns beginning with `c`, or, with a
-// W of 0, all columns of a row-major C.
+// As a chunk of wide rows is no stream to hardware: asks for the chunk some rows on.
 template <int W, class T>
+NEVRAD_INLINE void fetch_ahead(const T* at, std::int64_t ld) {
+  if constexpr (!fixed_hints) {
+    if (ld == W) return;
+    const T* const later = at + 8 * ld;
+    for (int j = 0; j < W; j += column_line<T>) prefetch<cache::level1>(later + j, 0);
+  }
+}
+
+// Rows of C in use; row r has the slot of index r + base. W columns beginning with `c`.
+template <int W, dense_layout Layout, class T>
 class row_ring {
  public:
   row_ring(const ring_room<T>& room,
@@ -53,9 +65,8 @@ class row_ring {
            T* c,
            const mm_operands<T>& o,
            std::int32_t parts)
-      : width_(by_columns ? W : o.n),
-        sums_(room.elements),
-        kept_(room.elements + room.size * width_),
+      : sums_(room.elements),
+        kept_(room.elements + room.size * W),
         part_(room.words),
         closed_(room.words + room.size),
         size_(room.size),
@@ -68,30 +79,45 @@ class row_ring {
         beta_(o.beta),
         parts_(parts) {}
 
-  // Visits the columns in chunks, as visit(panel_width<w>{}, first).
-  template <class Visit>
-  NEVRAD_INLINE void for_each_columns(const Visit& visit) const {
-    if constexpr (by_columns) {
-      visit(panel_width<W>{}, 0);
-    } else {
-      std::int32_t j = for_each_chunk<T>(width_, visit);
-      for (; j < width_; ++j) visit(panel_width<1>{}, j);
-    }
-  }
-
-  NEVRAD_INLINE T* sum(std::int64_t index) const { return sums_ + (index & mask_) * width(); }
+  NEVRAD_INLINE T* sum(std::int64_t index) const { return sums_ + (index & mask_) * W; }
 
   // Makes the given part the open one of a row.
   NEVRAD_INLINE void open(std::int32_t index, std::int32_t part) const {
     std::int32_t& open = part_[index & mask_];
     if (open == part) return;
-    if (W > 1 && open == no_part) {
-      store(sum(index), zero_lanes<T, (W > 0 ? W : 1)>());
-      open = part;
-      return;
+    // Single columns have something to add for parts that they pass over.
+    if constexpr (W == 1) {
+      if (open != no_part || part != 0) {
+        const row_ring own = *this;  // the call sees the copy, and this one stays in registers
+        own.close_early(index, part);
+      }
+    } else if (open != no_part) {
+      if constexpr (!by_columns) fetch_ahead<W>(c_ + (index - base_) * ldc_, ldc_);
+      add_part(index, load<W>(sum(index)));
     }
-    const row_ring own = *this;  // the call sees the copy, and this one stays in registers
-    own.open_next(index, part);
+    store(sum(index), zero_lanes<T, W>());
+    open = part;
+  }
+
+  // Adds the sum of a part that is not the open one.
+  NEVRAD_INLINE void add_part(std::int32_t index, lanes<T, W> sum) const {
+    const lanes<T, W> scale = broadcast<W>(to_lane(alpha_));
+    if constexpr (by_columns) {
+      T* const row = kept_ + (index & mask_) * W;
+      store(row, multiply_add(load<W>(row), sum, scale));
+    } else {
+      T* const row = c_ + (index - base_) * ldc_;
+      lanes<T, W> value = load<W>(row);
+      std::int32_t& closed = closed_[index & mask_];
+      if (closed == 0) value = multiply_fused(value, broadcast<W>(to_lane(beta_)));
+      closed = 1;
+      store(row, multiply_add(value, sum, scale));
+    }
+  }
+
+  // Makes the part the open one of a row that has none, with the sum to come.
+  NEVRAD_INLINE void open_first(std::int32_t index, std::int32_t part) const {
+    part_[index & mask_] = part;
   }
 
   // Lets rows in up to row `high`, and others out whose number is below `low`.
@@ -113,18 +139,11 @@ class row_ring {
   }
 
  private:
-  static constexpr bool by_columns = W > 0;
+  static constexpr bool by_columns = Layout == dense_layout::column_major;
   static constexpr std::int32_t no_part = -1;
 
-  NEVRAD_INLINE std::int64_t width() const { return by_columns ? W : width_; }
-
-  [[gnu::noinline]] void open_next(std::int32_t index, std::int32_t part) const {
-    // Single columns have something to add for parts that they pass over.
-    const bool first = part_[index & mask_] == no_part;
-    if (!first || (part != 0 && W < 2)) close(index, part);
-    T* const sums = sum(index);
-    for_each_columns([&](auto w, std::int32_t at) { store(sums + at, zero_lanes<T, w()>()); });
-    part_[index & mask_] = part;
+  [[gnu::noinline]] void close_early(std::int32_t index, std::int32_t next) const {
+    close(index, next);
   }
 
   // Adds the open part, if any, ahead of part `next`. One of the last columns gets a sum of zero
@@ -135,21 +154,17 @@ class row_ring {
     const std::int32_t open = part_[index & mask_];
     const bool scaled = by_columns || closed_[index & mask_] != 0;
     if constexpr (!by_columns) closed_[index & mask_] = 1;
-    for_each_columns([&](auto w, std::int32_t at) {
-      constexpr int width = w();
-      lanes<T, width> value = load<width>(row + at);
-      if (!scaled) value = multiply_fused(value, broadcast<width>(to_lane(beta_)));
-      if constexpr (width == 1) {
-        T y = to_element(value);
-        if (open != no_part) y = add_scaled(y, alpha_, sums[at]);
-        if (open + 1 != next) y = add_scaled(y, alpha_, zero<T>());
-        value = to_lane(y);
-      } else if (open != no_part) {
-        const lanes<T, width> scale = broadcast<width>(to_lane(alpha_));
-        value = multiply_add(value, load<width>(sums + at), scale);
-      }
-      store(row + at, value);
-    });
+    lanes<T, W> value = load<W>(row);
+    if (!scaled) value = multiply_fused(value, broadcast<W>(to_lane(beta_)));
+    if constexpr (W == 1) {
+      T y = to_element(value);
+      if (open != no_part) y = add_scaled(y, alpha_, *sums);
+      if (open + 1 != next) y = add_scaled(y, alpha_, zero<T>());
+      value = to_lane(y);
+    } else if (open != no_part) {
+      value = multiply_add(value, load<W>(sums), broadcast<W>(to_lane(alpha_)));
+    }
+    store(row, value);
   }
 
   // Calls move(first row, first slot, count) for runs of neighbouring slots.
@@ -179,7 +194,10 @@ class row_ring {
   }
   void leave(std::int32_t count) {
     const row_ring own = *this;  // in registers, whatever is stored
-    for (std::int32_t i = left_; i < left_ + count; ++i) own.close(i + base_, parts_);
+    for (std::int32_t i = left_; i < left_ + count; ++i) {
+      if constexpr (!by_columns) fetch_ahead<W>(own.c_ + i * own.ldc_, own.ldc_);
+      own.close(i + base_, parts_);
+    }
     if constexpr (by_columns) {
       in_runs(left_, count, [&](std::int32_t row, std::int64_t at, std::int32_t run) {
         store_panel_columns<W>(kept_ + at * W, c_ + row, ldc_, run);
@@ -188,7 +206,6 @@ class row_ring {
     left_ += count;
   }
 
-  std::int32_t width_;
   T* sums_;
   T* kept_;
   std::int32_t* part_;    // that is open
@@ -204,25 +221,6 @@ class row_ring {
   std::int32_t parts_;
   std::int32_t entered_ = 0;
   std::int32_t left_ = 0;
-};
-
-// Rows of B by index: a row-major one, or a panel of a column-major one.
-template <class T>
-struct rows_of_b {
-  const T* b;
-  std::int64_t ld;
-  template <int W>
-  NEVRAD_INLINE strided_rows<W, T> columns(std::int32_t at) const {
-    return {b + at, ld};
-  }
-};
-template <class Rows>
-struct panel_of_b {
-  Rows rows;
-  template <int W>
-  NEVRAD_INLINE Rows columns(std::int32_t /*at*/) const {
-    return rows;
-  }
 };
 
 template <int W, class T>
@@ -242,52 +240,97 @@ NEVRAD_INLINE T used_value(T value, entry_use use) {
   return value;
 }
 
-// Lines one by one. All members are copies, so that stores leave them in registers.
-template <taken Which, bool Own, int W, class T, class B>
+// Lines one by one; b(index) is a row of B. All members are copies, so that stores leave them in
+// registers.
+template <taken Which, bool Own, int W, dense_layout Layout, class T, class B>
 struct ring_walk {
   line_reader<Which, T> a;
   expansion_form form;
   block_bounds bounds;
-  row_ring<W, T> ring;
+  row_ring<W, Layout, T> ring;
   B b;
+  bool diagonals;  // in all lines
+
+  NEVRAD_INLINE void fetch_ahead_of(std::int32_t i) const {
+    if constexpr (Layout == dense_layout::row_major)
+      fetch_ahead<W>(b.at + (i + a.base) * b.ld, b.ld);
+  }
 
   // The diagonal's entries and the one of line i, added to its own row.
-  template <int V>
-  NEVRAD_INLINE lanes<T, V> add_diagonal(lanes<T, V> sum,
+  NEVRAD_INLINE lanes<T, W> add_diagonal(lanes<T, W> sum,
                                          const line_parts& part,
-                                         lanes<T, V> b_line) const {
+                                         lanes<T, W> b_line) const {
     for (std::int64_t p = part.diag_first; p < part.diag_last; ++p) {
       sum = add_to_sum(sum, b_line, used_value(a.values[p], form.on_diagonal));
     }
     return a.ones ? add_to_sum(sum, b_line, one<T>()) : sum;
   }
 
-  // Entries p to q - 1 off the diagonal, within one part of the line's own row, with the diagonal
-  // where it stands or without.
+  // An entry off the diagonal, in the line's own row and in that of its image.
+  NEVRAD_INLINE lanes<T, W> add_entry(lanes<T, W> own, lanes<T, W> b_line, std::int64_t p) const {
+    const std::int32_t other = a.indices[p];
+    const T value = a.values[p];
+    if constexpr (Own) own = add_to_sum(own, b(other), used_value(value, form.own));
+    T* const sum = ring.sum(other);
+    store(sum, add_to_sum(load<W>(sum), b_line, used_value(value, form.image)));
+    return own;
+  }
+
+  // Entries p to q - 1, of one part of the line's own row.
+  NEVRAD_INLINE lanes<T, W> add_entries(lanes<T, W> own,
+                                        lanes<T, W> b_line,
+                                        std::int64_t p,
+                                        std::int64_t q) const {
+#pragma clang loop unroll(disable)
+    for (; p < q; ++p) own = add_entry(own, b_line, p);
+    return own;
+  }
+
+  // The same with the diagonal where it stands or without, and the own row's sum where it lies.
   NEVRAD_INLINE void add_segment(std::int32_t index,
                                  const line_parts& part,
                                  std::int64_t p,
                                  std::int64_t q,
                                  bool own_row,
                                  bool diagonal) const {
-    ring.for_each_columns([&](auto w, std::int32_t at) __attribute__((always_inline)) {
-      constexpr int V = w();
-      const auto rows = b.template columns<V>(at);
-      const lanes<T, V> b_line = rows(index);
-      T* const own_sum = ring.sum(index) + at;
-      lanes<T, V> own = zero_lanes<T, V>();
-      if (own_row) own = load<V>(own_sum);
-      if (Which == taken::upper && diagonal) own = add_diagonal(own, part, b_line);
-      for (std::int64_t e = p; e < q; ++e) {
-        const std::int32_t other = a.indices[e];
-        const T value = a.values[e];
-        if constexpr (Own) own = add_to_sum(own, rows(other), used_value(value, form.own));
-        T* const sum = ring.sum(other) + at;
-        store(sum, add_to_sum(load<V>(sum), b_line, used_value(value, form.image)));
+    const lanes<T, W> b_line = b(index);
+    T* const own_sum = ring.sum(index);
+    lanes<T, W> own = zero_lanes<T, W>();
+    if (own_row) own = load<W>(own_sum);
+    if (Which == taken::upper && diagonal) own = add_diagonal(own, part, b_line);
+    own = add_entries(own, b_line, p, q);
+    if (Which == taken::lower && diagonal) own = add_diagonal(own, part, b_line);
+    if (own_row) store(own_sum, own);
+  }
+
+  // Entries p to q - 1 of a triangle, in the parts of the line's own row. The diagonal's part is
+  // the first one of an upper row, the last one of a lower row; answers whether it is still to
+  // come.
+  NEVRAD_INLINE bool add_parts(std::int32_t index,
+                               const line_parts& part,
+                               std::int32_t image_part,
+                               std::int64_t p,
+                               std::int64_t last,
+                               bool diagonal) const {
+    while (p < last) {
+      const std::int32_t column = a.indices[p] - a.base;
+      const std::int32_t stop = bounds.stop_of(column) + a.base;
+      std::int64_t q = last;
+      if (a.indices[q - 1] >= stop) {
+        for (q = p + 1; a.indices[q] < stop;) ++q;
       }
-      if (Which == taken::lower && diagonal) own = add_diagonal(own, part, b_line);
-      if (own_row) store(own_sum, own);
-    });
+      const std::int32_t own_part = bounds.block_of(column);
+      if (Which == taken::upper && diagonal && own_part != image_part) {
+        add_segment(index, part, p, p, true, true);
+        diagonal = false;
+      }
+      ring.open(index, own_part);
+      const bool here = diagonal && own_part == image_part;
+      add_segment(index, part, p, q, true, here);
+      if (here) diagonal = false;
+      p = q;
+    }
+    return diagonal;
   }
 
   NEVRAD_INLINE void add_line(std::int32_t i) const {
@@ -302,40 +345,63 @@ struct ring_walk {
       return;
     }
     if (Which == taken::upper && diagonal) ring.open(index, image_part);
-    for (std::int64_t p = part.first; p < part.last;) {
-      const std::int32_t column = a.indices[p] - a.base;
-      const std::int32_t stop = bounds.stop_of(column) + a.base;
-      std::int64_t q = part.last;
-      if (a.indices[q - 1] >= stop) {
-        for (q = p + 1; a.indices[q] < stop;) ++q;
-      }
-      const std::int32_t own_part = bounds.block_of(column);
-      // The diagonal's part is the first one of an upper row, the last one of a lower row.
-      if (Which == taken::upper && diagonal && own_part != image_part) {
-        add_segment(index, part, p, p, true, true);
-        diagonal = false;
-      }
-      ring.open(index, own_part);
-      const bool here = diagonal && own_part == image_part;
-      add_segment(index, part, p, q, true, here);
-      if (here) diagonal = false;
-      p = q;
-    }
+    diagonal = add_parts(index, part, image_part, part.first, part.last, diagonal);
     if (!diagonal) return;
     ring.open(index, image_part);
     add_segment(index, part, part.last, part.last, true, true);
   }
+
+  // A line of a lower triangle whose lines all hold their diagonal. So a row that its own line has
+  // passed has the part of that diagonal open, into which images from the same block go.
+  NEVRAD_INLINE void add_lower_line(std::int32_t i) const {
+    const line_parts part = a.parts(i);
+    const std::int32_t index = i + a.base;
+    const std::int32_t image_part = bounds.block_of(i);
+    const lanes<T, W> b_line = b(index);
+    std::int64_t p = part.first;
+    lanes<T, W> own = zero_lanes<T, W>();
+    if constexpr (W == 1) {
+      const auto ahead = [&] { return bounds.block_of(a.indices[p] - a.base) != image_part; };
+      for (; p < part.last && ahead(); ++p) ring.open(a.indices[p], image_part);
+      add_parts(index, part, image_part, part.first, p, false);
+      ring.open(index, image_part);
+      own = load<W>(ring.sum(index));
+    } else {
+      // Parts ahead of that of the diagonal get no images.
+      while (p < part.last) {
+        const std::int32_t column = a.indices[p] - a.base;
+        if (bounds.block_of(column) == image_part) break;
+        const std::int32_t stop = bounds.stop_of(column) + a.base;
+        lanes<T, W> sum = zero_lanes<T, W>();
+        for (; p < part.last && a.indices[p] < stop; ++p) {
+          ring.open(a.indices[p], image_part);
+          sum = add_entry(sum, b_line, p);
+        }
+        ring.add_part(index, sum);
+      }
+      ring.open_first(index, image_part);
+    }
+    own = add_entries(own, b_line, p, part.last);
+    store(ring.sum(index), add_diagonal(own, part, b_line));
+  }
 };
 
-template <class Walk>
+template <taken Which, bool Own, class Walk>
 [[gnu::noinline]] void walk_lines(const Walk& walk, std::int32_t r, std::int32_t stop) {
   const Walk own = walk;  // in registers, whatever is stored
+  if (Which == taken::lower && Own && own.diagonals) {
+    for (; r < stop; ++r) {
+      own.fetch_ahead_of(r);
+      own.add_lower_line(r);
+    }
+    return;
+  }
   for (; r < stop; ++r) own.add_line(r);
 }
 
-// The columns of a ring, from column j on. The store is room for the rows of B within reach of a
-// panel, where they are packed.
-template <taken Which, bool Own, int W, class T>
+// W columns, from column j on. The store is room for the rows of B within reach of a panel, where
+// they are packed.
+template <taken Which, bool Own, int W, dense_layout Layout, class T>
 void multiply_lines_columns(const held_lines<T>& held,
                             const line_survey& found,
                             const block_bounds& bounds,
@@ -343,13 +409,15 @@ void multiply_lines_columns(const held_lines<T>& held,
                             std::int32_t j,
                             const mm_operands<T>& o,
                             T* store) {
+  constexpr bool by_columns = Layout == dense_layout::column_major;
   const compressed_matrix<T>& a = held.lines;
   const std::int32_t rows = held.result_rows();
-  const T* const b = line_at(o.b, j, o.ldb);
-  row_ring<W, T> ring(room, rows, a.base, line_at(o.c, j, o.ldc), o, bounds.count());
-  const line_survey of_b = Own ? found : line_survey{true, 0, 0, 0, 0};
-  panel_window<(W > 0 ? W : 1), T> window(b, o.ldb, a.rows, a.base, store,
-                                          static_cast<std::int32_t>(ring_size<T>(of_b, a.rows, 0)));
+  const T* const b = by_columns ? line_at(o.b, j, o.ldb) : o.b + j;
+  T* const c = by_columns ? line_at(o.c, j, o.ldc) : o.c + j;
+  row_ring<W, Layout, T> ring(room, rows, a.base, c, o, bounds.count());
+  const line_survey of_b = Own ? found : line_survey{true, 0, 0, 0, 0, false};
+  panel_window<W, T> window(b, o.ldb, a.rows, a.base, store,
+                            static_cast<std::int32_t>(ring_size<T>(of_b, a.rows, 0)));
   const line_reader<Which, T> reader(held);
   const auto within = [](std::int64_t i, std::int32_t end) {
     return static_cast<std::int32_t>(std::clamp<std::int64_t>(i, 0, end));
@@ -359,16 +427,19 @@ void multiply_lines_columns(const held_lines<T>& held,
     ring.move_to(within(std::int64_t{r} - found.below, rows),
                  within(std::int64_t{stop} + found.above, rows));
     const auto walk = [&]<class B>(const B& b_rows) {
-      walk_lines(ring_walk<Which, Own, W, T, B>{reader, held.form, bounds, ring, b_rows}, r, stop);
+      walk_lines<Which, Own>(ring_walk<Which, Own, W, Layout, T, B>{reader, held.form, bounds, ring,
+                                                                    b_rows,
+                                                                    found.diagonal_in_all_lines},
+                             r, stop);
     };
-    if constexpr (W == 0) {
-      walk(rows_of_b<T>{b, o.ldb});
+    if constexpr (!by_columns) {
+      walk(strided_rows<W, T>{b - a.base * std::int64_t{o.ldb}, o.ldb});
     } else if constexpr (W == 1) {
-      walk(panel_of_b<strided_rows<1, T>>{{b - a.base, 1}});
+      walk(strided_rows<1, T>{b - a.base, 1});
     } else {
       window.hold({within(std::int64_t{r} - of_b.below, a.rows),
                    within(std::int64_t{stop} + of_b.above, a.rows)});
-      walk(panel_of_b<ring_rows<W, T>>{window.rows()});
+      walk(window.rows());
     }
   }
   ring.finish();
@@ -384,20 +455,26 @@ void multiply_lines_in_ring(const held_lines<T>& held,
                             T* store) {
   const block_bounds bounds(held.lines.rows);
   with_taken(held, [&](auto which) {
-    const auto multiply = [&](auto w, std::int32_t at) {
+    const auto multiply = [&](auto w, auto rows, std::int32_t at) {
       constexpr taken of = which();
       if (of != taken::all && held.has_own()) {
-        multiply_lines_columns<of, true, w()>(held, found, bounds, room, at, o, store);
+        multiply_lines_columns<of, true, w(), rows()>(held, found, bounds, room, at, o, store);
       } else {
-        multiply_lines_columns<of, false, w()>(held, found, bounds, room, at, o, store);
+        multiply_lines_columns<of, false, w(), rows()>(held, found, bounds, room, at, o, store);
       }
     };
-    if (layout == dense_layout::row_major) {
-      multiply(panel_width<0>{}, 0);
-      return;
+    using dense_layout::column_major, dense_layout::row_major;
+    if (layout == row_major) {
+      constexpr std::integral_constant<dense_layout, row_major> rows;
+      const auto chunk = [&](auto w, std::int32_t at) { multiply(w, rows, at); };
+      std::int32_t j = for_each_chunk<T>(o.n, chunk);
+      for (; j < o.n; ++j) chunk(panel_width<1>{}, j);
+    } else {
+      constexpr std::integral_constant<dense_layout, column_major> columns;
+      const auto panel = [&](auto w, std::int32_t at) { multiply(w, columns, at); };
+      std::int32_t j = for_each_panel<T>(o.n, panel);
+      for (; j < o.n; ++j) panel(panel_width<1>{}, j);
     }
-    std::int32_t j = for_each_panel<T>(o.n, multiply);
-    for (; j < o.n; ++j) multiply(panel_width<1>{}, j);
   });
 }
 
