@@ -50,8 +50,9 @@ template <int W, class T>
 NEVRAD_INLINE void fetch_ahead(const T* at, std::int64_t ld) {
   if constexpr (!fixed_hints) {
     if (ld == W) return;
-    const T* const later = at + 8 * ld;
-    for (int j = 0; j < W; j += column_line<T>) prefetch<cache::level1>(later + j, 0);
+    for (int j = 0; j < W; j += column_line<T>) {
+      prefetch<cache::level1>(at, (8 * ld + j) * static_cast<std::int64_t>(sizeof(T)));
+    }
   }
 }
 
@@ -252,8 +253,9 @@ struct ring_walk {
   bool diagonals;  // in all lines
 
   NEVRAD_INLINE void fetch_ahead_of(std::int32_t i) const {
-    if constexpr (Layout == dense_layout::row_major)
+    if constexpr (Layout == dense_layout::row_major) {
       fetch_ahead<W>(b.at + (i + a.base) * b.ld, b.ld);
+    }
   }
 
   // The diagonal's entries and the one of line i, added to its own row.
