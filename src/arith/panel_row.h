@@ -35,6 +35,15 @@ inline constexpr panel_hints default_panel_hints = {
 
 inline constexpr int panel_group = 4;
 
+// A number that stays out of vector registers. Compilers take two that are worked on alike there
+// and back, which costs AArch64 cores more than the work.
+NEVRAD_INLINE std::int64_t scalar(std::int64_t a) {
+#if defined(__aarch64__)
+  asm("" : "+r"(a));
+#endif
+  return a;
+}
+
 // Where the W elements that go with an index lie. The loop takes any of these for its panel.
 
 // A panel: row q is W contiguous elements.
@@ -51,17 +60,6 @@ struct ring_rows {
   std::int64_t mask;
   NEVRAD_INLINE lanes<T, W> operator()(std::int64_t row) const {
     return load<W>(panel + (row & mask) * W);
-  }
-};
-
-// The same for rows of more than W elements, `ld` from one to the next.
-template <int W, class T>
-struct strided_ring {
-  const T* panel;
-  std::int64_t mask;
-  std::int64_t ld;
-  NEVRAD_INLINE lanes<T, W> operator()(std::int64_t row) const {
-    return load<W>(panel + (row & mask) * ld);
   }
 };
 

@@ -20,6 +20,34 @@ struct panel_operands {
   T alpha;
 };
 
+// Rows in use, `ld` from one to the next, in a ring. Those from index `start` on stand first, in a
+// lower triangle up to the newest one, in an upper one `size` of them; the others are older.
+template <triangle Side, int W, class T>
+struct turning_rows {
+  T* panel;
+  std::int64_t start;
+  std::int64_t size;
+  std::int64_t ld;
+  NEVRAD_INLINE T* at(std::int64_t index) const {
+    const std::int64_t place = scalar(index - start);
+    if constexpr (Side == triangle::lower) {
+      return panel + (place < 0 ? place + size : place) * ld;
+    } else {
+      return panel + (place >= size ? place - size : place) * ld;
+    }
+  }
+  NEVRAD_INLINE lanes<T, W> operator()(std::int64_t index) const { return load<W>(at(index)); }
+
+  // Goes round, where the row of this index, or a turn's first one, finds the ring full.
+  NEVRAD_INLINE void make_room(std::int64_t index) {
+    if constexpr (Side == triangle::lower) {
+      if (index == start + size) start = index;
+    } else {
+      if (index < start) start -= size;
+    }
+  }
+};
+
 template <int W>
 using width = std::integral_constant<int, W>;
 
@@ -52,10 +80,11 @@ template <triangle Side, diagonal Diagonal, dense_layout Layout, class T>
 class row_solver {
  public:
   row_solver(const sm_blocks<T>& blocks, const panel_operands<Layout, T>& operands, T* panel)
-      : rows_(blocks), order_(blocks.order), operands_(operands), panel_(panel) {
-    const std::int64_t used = std::int64_t{blocks.reach} + rows_at_once;
-    while (ring_ < used) ring_ *= 2;
-  }
+      : rows_(blocks),
+        order_(blocks.order),
+        reach_(blocks.reach),
+        operands_(operands),
+        panel_(panel) {}
 
   void solve(std::int32_t count) const {
     if constexpr (Layout == dense_layout::row_major) {
@@ -104,7 +133,7 @@ class row_solver {
     const auto start = reinterpret_cast<std::uintptr_t>(operands_.y);
     const bool lines = ((start | across | size) & (cache_line - 1)) == 0;
     const bool no_gaps = size == across && ((start | size) & 15) == 0 && count % 4 == 0;
-    return (lines || no_gaps) && is_large(count) && ring_ * count <= std::int64_t{order_} * widest;
+    return (lines || no_gaps) && is_large(count) && ring_fits(count);
   }
 
   // Whether y is large, and lines of all columns begin in the same rows.
@@ -141,9 +170,13 @@ class row_solver {
     int chunks = 0;
     for_each_chunk(count, [&](auto, std::int32_t) { ++chunks; });
     const std::int32_t at_once = chunks == 1 ? order_ : 1;
+    const std::int64_t size = rows_of_ring();
+    const std::int64_t base = rows_.base();
+    turning_rows<Side, 1, T> ring{panel_, lower ? base : base + order_ - size, size, count};
     for (std::int32_t step = 0; step < order_; step += at_once) {
+      if constexpr (Streamed) ring.make_room(row_at(step) + base);
       for_each_chunk(count, [&](auto w, std::int32_t j) {
-        solve_chunk<Streamed && (w() > 1), w()>(step, step + at_once, j, j, count);
+        solve_chunk<Streamed && (w() > 1), w()>(step, step + at_once, j, j, ring.start, count);
       });
     }
   }
@@ -155,16 +188,17 @@ class row_solver {
                    std::int32_t to,
                    std::int64_t x_at,
                    std::int64_t y_at,
-                   std::int32_t count) const {
+                   std::int64_t ring_start = 0,
+                   std::int32_t ring_ld = 0) const {
     constexpr bool by_rows = Layout == dense_layout::row_major;
     const std::int64_t ldx = by_rows ? operands_.ldx : 1;
     const std::int64_t ldy = by_rows ? operands_.ldy : 1;
     const T* const x = operands_.x + x_at;
     T* const y = operands_.y + y_at;
     const std::int32_t base = rows_.base();
-    const auto solution = [&] {
+    auto solution = [&] {
       if constexpr (Streamed) {
-        return strided_ring<W, T>{panel_ + y_at, ring_ - 1, count};
+        return turning_rows<Side, W, T>{panel_ + y_at, ring_start, rows_of_ring(), ring_ld};
       } else {
         return strided_rows<W, T>{y - base * ldy, ldy};
       }
@@ -174,6 +208,7 @@ class row_solver {
     if (from > 0) newest = solution(row_at(from - 1) + base);
     for (std::int32_t step = from; step < to; ++step) {
       const std::int64_t i = row_at(step);
+      if constexpr (Streamed) solution.make_room(i + base);
       if constexpr (!fixed_hints && W >= widest) {
         for (int c = 0; c < W; c += widest) {
           prefetch_element(x, (i + rows_ahead) * ldx + c);
@@ -183,7 +218,7 @@ class row_solver {
       const lanes<T, W> row = multiply_fused(factor, load<W>(x + i * ldx));
       newest = rows_.template solve<Diagonal>(static_cast<std::int32_t>(i), row, solution, &newest);
       if constexpr (Streamed) {
-        store(panel_ + y_at + ((i + base) & (ring_ - 1)) * count, newest);
+        store(solution.at(i + base), newest);
         store_streaming(y + i * ldy, newest);
       } else {
         store(y + i * ldy, newest);
@@ -203,24 +238,26 @@ class row_solver {
     std::int32_t done = 0;
     if constexpr (Streamed) {
       constexpr int wide = 2 * widest;
-      if (ring_fits<wide>()) {
+      if (ring_fits(wide)) {
         for (; count - done >= wide; done += wide) solve_in_ring<true, wide>(done);
       }
     }
     for_each_panel<T>(done, count, [=, this](auto w, std::int32_t j) {
       if constexpr (w() == 1) {
         solve_chunk<false, 1>(0, order_, operands_.element(0, j, operands_.ldx),
-                              operands_.element(0, j, operands_.ldy), 1);
+                              operands_.element(0, j, operands_.ldy));
       } else {
         solve_in_ring<Streamed, w()>(j);
       }
     });
   }
 
-  // With the rows behind its end in which a turn may go on.
-  template <int W>
-  bool ring_fits() const {
-    return (ring_ + rows_at_once) * W <= std::int64_t{order_} * widest;
+  // Those that a turn may use and its own, by whole turns.
+  std::int64_t rows_of_ring() const {
+    return (std::int64_t{reach_} + 2 * rows_at_once - 1) & -std::int64_t{rows_at_once};
+  }
+  bool ring_fits(std::int32_t width) const {
+    return rows_of_ring() * width <= std::int64_t{order_} * widest;
   }
 
   // Columns j to j + W - 1 take turns: a cache line of each of them becomes rows of the ring, which
@@ -231,22 +268,18 @@ class row_solver {
     const T* const x = o.x + o.element(0, j, o.ldx);
     T* const y = o.y + o.element(0, j, o.ldy);
     const std::int32_t base = rows_.base();
-    // Row i is kept for index i + base, as the matrix has it.
-    const bool whole = !ring_fits<W>();
-    const std::int64_t mask = whole ? -1 : ring_ - 1;
-    T* const room = whole ? panel_ - base * W : panel_;
-    const ring_rows<W, T> solution{room, mask};
     const std::int32_t before = rows_before_line(y);
+    turning_rows<Side, W, T> solution = rows_in_use<W>(before);
     lanes<T, W> newest = zero_lanes<T, W>();
     std::int32_t next = lower ? 0 : order_;
     while (lower ? next < order_ : next > 0) {
-      const std::int32_t end = lower ? ((next - before) | (rows_at_once - 1)) + 1 + before : next;
-      const std::int32_t begin = lower ? next : ((next - 1 - before) & -rows_at_once) + before;
+      const std::int32_t end = lower ? line_of(next, before) + rows_at_once : next;
+      const std::int32_t begin = lower ? next : line_of(next - 1, before);
       const std::int32_t first = begin < 0 ? 0 : begin;
       const std::int32_t last = end > order_ ? order_ : end;
       const std::int32_t rows = last - first;
-      // A turn's rows stand together, beyond the ring's end where it comes first.
-      T* const part = room + ((first + base) & mask) * W;
+      solution.make_room(first + base);
+      T* const part = solution.at(first + base);
       const times_elements<T> scaled{o.alpha};
       if (rows == rows_at_once) {
         load_panel_lines<W>(part, x + first, o.ldx, scaled);
@@ -259,8 +292,6 @@ class row_solver {
         T* const at = part + r * W;
         newest = rows_.template solve<Diagonal>(first + r, load<W>(at), solution, &newest);
         store(at, newest);
-        T* const kept = room + ((first + r + base) & mask) * W;
-        if (kept != at) store(kept, newest);
       }
       if (rows == rows_at_once) {
         store_panel_lines<Streamed, W>(part, y + first, o.ldy);
@@ -269,6 +300,24 @@ class row_solver {
       }
       next = lower ? last : first;
     }
+  }
+
+  // Before the first turn. Turns fill the ring without a gap, so that none is cut by its end: the
+  // first one stands where it would if it had all its rows. Where no ring fits, every row has its
+  // own place.
+  template <int W>
+  turning_rows<Side, W, T> rows_in_use(std::int32_t before) const {
+    const std::int32_t base = rows_.base();
+    if (!ring_fits(W)) return {panel_, base, order_, W};
+    const std::int64_t size = rows_of_ring();
+    if constexpr (lower) return {panel_, base + line_of(0, before), size, W};
+    return {panel_, base + line_of(order_ - 1, before) + rows_at_once - size, size, W};
+  }
+
+  // The row in which the line of a column begins that holds row i, `before` rows standing in front
+  // of the first whole line.
+  static std::int32_t line_of(std::int32_t i, std::int32_t before) {
+    return ((i - before) & -rows_at_once) + before;
   }
 
   // How many rows stand in front of the first line that begins in a column.
@@ -292,9 +341,9 @@ class row_solver {
 
   triangle_rows<Side, T> rows_;
   std::int32_t order_;
+  std::int32_t reach_;
   panel_operands<Layout, T> operands_;
   T* panel_;
-  std::int64_t ring_ = rows_at_once;
 };
 
 // A triangle in blocks.

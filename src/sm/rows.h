@@ -18,7 +18,8 @@ class triangle_rows {
         indices_(blocks.rows->indices - blocks.rows->base),
         begin_(blocks.rows->begin),
         end_(blocks.rows->end),
-        diagonals_(blocks.diagonals_at_end ? nullptr : blocks.pointers.get()),
+        diagonals_(diagonals_of(blocks)),
+        behind_diagonal_(blocks.diagonals_at_end && Side == triangle::lower ? 1 : 0),
         base_(blocks.rows->base),
         end_of_blocks_(blocks.order + base_) {}
 
@@ -33,18 +34,17 @@ class triangle_rows {
                                   const Rows& solution,
                                   const lanes<T, W>* newest = nullptr) const {
     constexpr bool lower = Side == triangle::lower;
-    const std::int64_t first = begin_[i];
-    const std::int64_t last = end_[i] - 1;
-    const std::int64_t at_end = lower ? last : first;
-    const std::int64_t d = diagonals_ == nullptr ? at_end : diagonals_[i];
+    const std::int64_t d = diagonals_[i] - behind_diagonal_;
     if constexpr (lower) {
       const std::int32_t own = (i & -sm_block_size) + base_;
-      std::int64_t p = first;
+      std::int64_t p = begin_[i];
+      ask_ahead(p, 1);
       while (indices_[p] < own) row = subtract(row, next_sum<W>(p, solution));
       if (p < d) row = subtract(row, own_sum<W>(p, d, i - 1 + base_, solution, newest));
     } else {
       const std::int32_t own = end_of_blocks_ - ((end_of_blocks_ - base_ - 1 - i) & -sm_block_size);
-      std::int64_t e = last + 1;
+      std::int64_t e = end_[i];
+      ask_ahead(e, -1);
       while (indices_[e - 1] >= own) row = subtract(row, previous_sum<W>(e, solution));
       if (d + 1 < e) row = subtract(row, own_sum<W>(d + 1, e, i + 1 + base_, solution, newest));
     }
@@ -55,6 +55,19 @@ class triangle_rows {
   }
 
  private:
+  static const std::int32_t* diagonals_of(const sm_blocks<T>& blocks) {
+    if (!blocks.diagonals_at_end) return blocks.pointers.get();
+    return Side == triangle::lower ? blocks.rows->end : blocks.rows->begin;
+  }
+
+  // Hardware follows these two streams late, among those of the dense operands.
+  NEVRAD_INLINE void ask_ahead(std::int64_t p, int direction) const {
+    if constexpr (!fixed_hints) {
+      prefetch<cache::level1>(values_ + p, direction * 1024);
+      prefetch<cache::level1>(indices_ + p, direction * 512);
+    }
+  }
+
   // The sum over the entries from p on that are in the block of the first one, which is not the
   // block of their row: the diagonal element stands behind them.
   template <int W, class Rows>
@@ -136,7 +149,9 @@ class triangle_rows {
   const std::int32_t* indices_;
   const std::int32_t* begin_;
   const std::int32_t* end_;
-  const std::int32_t* diagonals_;  // null when every row ends, or begins, with its diagonal element
+  // Of each row the position of its diagonal element, or one behind it.
+  const std::int32_t* diagonals_;
+  std::int64_t behind_diagonal_;
   std::int32_t base_;
   std::int32_t end_of_blocks_;
 };
