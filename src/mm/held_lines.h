@@ -184,7 +184,8 @@ line_survey survey_lines(const held_lines<T>& held) {
   if (a.begin[0] != a.base || !survey_each(a, 0, std::min(1, rows), found)) return {false};
   for (std::int32_t r = 1; r < rows; r += at_once) {
     const std::int32_t stop = std::min(r + at_once, rows);
-    const bool within = stop < rows && a.begin[r] > a.base;
+    // Some entry lies in front of these lines, and one behind them.
+    const bool within = a.begin[r] > a.base && a.end[stop - 1] < a.end[rows - 1];
     if (within && survey_plain(a, r, stop, found)) continue;
     if (!survey_each(a, r, stop, found)) return {false};
   }

@@ -60,11 +60,11 @@ constexpr auto by_rows = compression::rows;
 constexpr auto by_columns = compression::columns;
 const line_case line_cases[] = {
     // Two column blocks.
-    {"SLNF", 0, by_rows, 5300, 5300, 9, 18},
+    {"SLNF", 0, by_rows, 5300, 5300, 20, 40},
     {"SUUF", 2, by_columns, 5300, 5300, 9, 18},
-    {"HUNF", 1, by_rows, 5300, 5300, 9, 18},
+    {"HUNF", 1, by_rows, 5300, 5300, 20, 40},
     {"TLUF", 1, by_rows, 5300, 5300, 9, 18},
-    {"G00F", 0, by_columns, 5400, 5300, 9, 18},
+    {"G00F", 0, by_columns, 5400, 5300, 24, 60},
     {"SLUC", 0, by_rows, 5300, 5300, 16, 24},
     {"HUNC", 2, by_columns, 5300, 5300, 20, 40},
     {"G00C", 1, by_rows, 5300, 5400, 20, 40},
@@ -117,6 +117,26 @@ TYPED_TEST(mm_lines, give_the_bits_of_rows) {
   }
 }
 
+// Looking through lines, no entry is read behind the last one, which a line of its own may hold.
+TEST(mm_lines_of_doubles, may_be_empty_behind_the_last_entry) {
+  using T = double;
+  constexpr int order = 600;
+  generator random(3);
+  lines<T> source(order);
+  for (int i = 0; i <= 256; ++i) {
+    source[at(i)].emplace_back(i, random.value<T>());
+    if (i < 256) source[at(i)].emplace_back(i + 2, random.value<T>());
+  }
+  const auto a = compress<T>(source, order, compression::rows, 1);
+  const auto b = panel<T>::random(random, order, 5, layout::column_major);
+  const auto before = panel<T>::random(random, order, 5, layout::column_major);
+  for (const char* const code : {"SUNF", "SLNF"}) {
+    const budget_scope scope(1);
+    const panel<T> want = run("G00F", 0, expanded(a, code, 0), 2.0, b, 3.0, before);
+    EXPECT_SAME_ARRAYS(run(code, 0, a, 2.0, b, 3.0, before).elements(), want.elements());
+  }
+}
+
 // Rows that get nothing from a block of columns are left alone by it in panels, and get a sum of
 // zero in the last columns: an infinite alpha tells.
 TEST(mm_lines_of_doubles, leave_rows_without_entries_as_rows_do) {
@@ -125,7 +145,13 @@ TEST(mm_lines_of_doubles, leave_rows_without_entries_as_rows_do) {
   generator random(2);
   const T infinite = make<T>(std::numeric_limits<double>::infinity());
   for (const char* const code : {"SLNF", "SUNF"}) {
-    const auto a = banded<T>(random, 5300, 5300, 9, 18, compression::rows, 1);
+    const auto a = banded<T>(random, 5300, 5300, 20, 40, compression::rows, 1);
+    // Rows at the blocks' border, without entries in the block of their diagonal.
+    constexpr int border = 5300 / 2;
+    for (int p = a.begin[border - 40] - 1; p < a.end[border + 40] - 1; ++p) {
+      int& index = a.indices[p];
+      index = code[1] == 'L' ? std::min(index, border) : std::max(index, border + 1);
+    }
     const auto general = expanded(a, code, 0);
     const auto b = panel<T>::random(random, 5300, n, layout::column_major);
     const auto before = panel<T>::random(random, 5300, n, layout::column_major);
