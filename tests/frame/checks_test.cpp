@@ -92,6 +92,7 @@ TEST(checks, blocks_multiply_the_rows) {
   EXPECT_EQ(check_dense_block_dims(10, 5, 20, 3, 30, 59, 2, 1), invalid_value);
   EXPECT_EQ(check_dense_block_dims(10, 5, 20, 3, 5, 5, 0, 0), success);
   EXPECT_EQ(check_dense_block_dims(10, 5, 20, 3, 4, 5, 0, 0), invalid_value);
+  EXPECT_EQ(check_dense_block_dims(10, 5, 20, 3, 1 << 29, 30, 0, 1), invalid_value);
   EXPECT_EQ(check_dense_block_dims(10, 5, 20, 0, 60, 30, 0, 1), invalid_value);
   // The product of rows and block does not fit 32 bits and still counts.
   EXPECT_EQ(check_dense_block_dims(1 << 20, 1, 1, 1 << 20, 1, 1, 0, 0), invalid_value);

@@ -290,6 +290,20 @@ TYPED_TEST(general_mm, gives_the_same_bits_on_a_smaller_team_than_requested) {
   }
 }
 
+// Entries that are copied into blocks, and threads and rows that have none.
+TYPED_TEST(general_mm, scales_rows_without_entries_beside_long_ones) {
+  using T = TypeParam;
+  generator random(450);
+  for (const layout order : {layout::column_major, layout::row_major}) {
+    const int base = order == layout::column_major ? 1 : 0;
+    const auto a = rows_of_lengths<T>(random, {300, 0, 300, 0, 0, 0, 0}, 400, base);
+    const problem<T> p(random, a, 0, order, 19);
+    const path one = order == layout::row_major ? chunked<T> : path::swept;
+    EXPECT_SAME_ARRAYS(p.run(1).elements(), p.model(one).elements());
+    EXPECT_SAME_ARRAYS(p.run(7).elements(), p.model(path::swept).elements());
+  }
+}
+
 // Rows that reach across a B which no cache holds: what they meet is fetched ahead, where that
 // pays, and no further than the rows go. Dense enough for sweeps on one thread alone.
 TYPED_TEST(general_mm, reaches_across_a_large_b) {

@@ -7,6 +7,7 @@ namespace nevrad_test {
 namespace {
 
 NEVRAD_BY_TYPE(cscmv, orv_sparse_, cscmv)
+NEVRAD_BY_TYPE(csrmv, orv_sparse_, csrmv)
 template <class T>
 class structured_entries : public testing::Test {};
 TYPED_TEST_SUITE(structured_entries, all_types, type_names);
@@ -51,6 +52,48 @@ TYPED_TEST(structured_entries, columns_of_150_entries_on_average_are_long) {
         row.kernels.at[slot](a.view(), x.data(), want.data(), alpha, beta);
         EXPECT_SAME_ARRAYS(run_cscmv(a, op, row.code, x, alpha, beta, before), want);
       }
+    }
+  }
+}
+
+// More entries than caches hold go other ways, of which the values show nothing: a lower triangle
+// by columns, which is an upper one by rows. All sums are exact.
+TYPED_TEST(structured_entries, more_than_caches_hold) {
+  using T = TypeParam;
+  constexpr int order = is_native ? 2000 : 200;
+  array<T> values(order * (order + 1) / 2);
+  array<int> indices(values.size());
+  array<int> pointers(order + 1);
+  array<T> x(order);
+  array<T> below(order);
+  array<T> beyond(order);
+  std::vector<int> sum_below(order);
+  std::vector<int> sum_beyond(order);
+  int p = 0;
+  for (int j = 0; j < order; ++j) {
+    x[j] = make<T>(j % 3 - 1);
+    pointers[j] = p;
+    for (int i = j; i < order; ++i, ++p) {
+      const int value = (i * 7 + j * 3) % 5 - 2;
+      values[p] = make<T>(value);
+      indices[p] = i;
+      sum_below[at(i)] += value * (j % 3 - 1);
+      sum_beyond[at(j)] += value * (i % 3 - 1);
+    }
+  }
+  pointers[order] = p;
+  const T one = make<T>(1);
+  for (const int budget : {1, 3}) {
+    const budget_scope threads(budget);
+    ASSERT_EQ(cscmv<T>(0, order, order, one, "TLNC", values.data(), indices.data(), pointers.data(),
+                       pointers.data() + 1, x.data(), make<T>(0), below.data()),
+              0);
+    ASSERT_EQ(csrmv<T>(0, order, order, one, "G00C", values.data(), indices.data(), pointers.data(),
+                       pointers.data() + 1, x.data(), make<T>(0), beyond.data()),
+              0);
+    for (int i = 0; i < order; ++i) {
+      ASSERT_EQ(widen(below[i]), widen(make<T>(sum_below[at(i)]))) << i;
+      ASSERT_EQ(widen(beyond[i]), widen(make<T>(sum_beyond[at(i)]))) << i;
     }
   }
 }

@@ -235,7 +235,7 @@ TYPED_TEST(many_solve, has_the_same_bits_in_every_form) {
 }
 
 // Row-major results beyond the size from which they go past the caches: by shares of columns that
-// fill lines, by rows without a gap, and in place.
+// fill lines, by shares that do not, by rows without a gap, and in place.
 template <class T, nevrad::triangle Side>
 void expect_same_large_results(int reach) {
   constexpr auto layout = nevrad::dense_layout::row_major;
@@ -254,6 +254,10 @@ void expect_same_large_results(int reach) {
   solve_columns<Side, layout>(blocks, x, halves, n, 0, n / 2);
   solve_columns<Side, layout>(blocks, x, halves, n, n / 2, n);
   EXPECT_SAME_ARRAYS(halves, want);
+  array<T> between_lines(x.size());
+  solve_columns<Side, layout>(blocks, x, between_lines, n, 0, 1);
+  solve_columns<Side, layout>(blocks, x, between_lines, n, 1, n);
+  EXPECT_SAME_ARRAYS(between_lines, want);
   array<T> in_place = x;
   solve_columns<Side, layout>(blocks, in_place, in_place, n, 0, n);
   EXPECT_SAME_ARRAYS(in_place, want);

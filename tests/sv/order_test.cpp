@@ -68,6 +68,24 @@ TYPED_TEST(solve_order, of_columns_is_kept_without_diagonals) {
   }
 }
 
+// What a row without its diagonal gives is open; rows that do not need it are solved as ever.
+TYPED_TEST(solve_order, of_other_rows_is_kept_beside_one_without_diagonal) {
+  using T = TypeParam;
+  generator random(2500);
+  const auto v = [&] { return random.value<T>(); };
+  const lines<T> source{{{0, v()}},
+                        {{0, v()}, {2, v()}, {3, v()}, {4, v()}},
+                        {{0, v()}, {2, v()}},
+                        {{0, v()}, {2, v()}, {3, v()}, {4, v()}},
+                        {{0, v()}, {2, v()}, {3, v()}, {4, v()}}};
+  const auto a = compress<T>(source, 5, compression::rows, 0);
+  const T alpha = v();
+  const array<T> x = random.values<T>(5);
+  const array<T> want = solve_model<T>(a, {})(alpha, x);
+  const array<T> got = solved(a, "TLNC", 0, alpha, x);
+  for (const int i : {0, 2, 3, 4}) EXPECT_SAME_BITS(got[i], want[i]) << i;
+}
+
 // Unit rows may lack their diagonal too; the tail of a row then looks at the entry behind it.
 TYPED_TEST(solve_order, of_unit_rows_is_kept_without_diagonals) {
   using T = TypeParam;
