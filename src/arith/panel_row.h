@@ -83,37 +83,45 @@ struct gathered_rows {
   }
 };
 
-// The sum over `length` entries; zero when length is below 1.
-template <int W, class T, panel_hints Hints = default_panel_hints<T>, class Rows>
-  requires(!std::is_pointer_v<Rows>)
-NEVRAD_INLINE lanes<T, W> multiply_panel_row(const T* values,
-                                             const std::int32_t* columns,
-                                             std::int32_t length,
-                                             const Rows& rows) {
-  lanes<T, W> acc = zero_lanes<T, W>();
+// Adds four entries and moves on behind them.
+template <panel_hints Hints, int W, class T, class Rows>
+NEVRAD_INLINE lanes<T, W> add_panel_group(lanes<T, W> acc,
+                                          const T*& values,
+                                          const std::int32_t*& columns,
+                                          const Rows& rows) {
+  const lanes<T, panel_group> v = load<panel_group>(values);
+  lanes<T, W> r0 = rows(columns[0]);
+  lanes<T, W> r1 = rows(columns[1]);
+  load_ahead(acc, r1);
+  acc = multiply_add(acc, r0, broadcast<W>(lane_at<0>(v)));
+  r0 = rows(columns[2]);
+  load_ahead(acc, r0);
+  acc = multiply_add(acc, r1, broadcast<W>(lane_at<1>(v)));
+  r1 = rows(columns[3]);
+  load_ahead(acc, r1);
+  values += panel_group;
+  columns += panel_group;
+  if constexpr (fixed_hints) {
+    prefetch<cache::level1>(columns, Hints.indices_near);
+    prefetch<cache::level1>(values, Hints.values_near);
+  }
+  acc = multiply_add(acc, r0, broadcast<W>(lane_at<2>(v)));
+  if constexpr (fixed_hints) {
+    prefetch<cache::level2>(columns, Hints.indices_far);
+    prefetch<cache::level2>(values, Hints.values_far);
+  }
+  return multiply_add(acc, r1, broadcast<W>(lane_at<3>(v)));
+}
+
+// Adds `length` entries.
+template <panel_hints Hints, int W, class T, class Rows>
+NEVRAD_INLINE lanes<T, W> add_panel_entries(lanes<T, W> acc,
+                                            const T* values,
+                                            const std::int32_t* columns,
+                                            std::int32_t length,
+                                            const Rows& rows) {
   for (std::int32_t groups = length / panel_group; groups > 0; --groups) {
-    const lanes<T, panel_group> v = load<panel_group>(values);
-    lanes<T, W> r0 = rows(columns[0]);
-    lanes<T, W> r1 = rows(columns[1]);
-    load_ahead(acc, r1);
-    acc = multiply_add(acc, r0, broadcast<W>(lane_at<0>(v)));
-    r0 = rows(columns[2]);
-    load_ahead(acc, r0);
-    acc = multiply_add(acc, r1, broadcast<W>(lane_at<1>(v)));
-    r1 = rows(columns[3]);
-    load_ahead(acc, r1);
-    values += panel_group;
-    columns += panel_group;
-    if constexpr (fixed_hints) {
-      prefetch<cache::level1>(columns, Hints.indices_near);
-      prefetch<cache::level1>(values, Hints.values_near);
-    }
-    acc = multiply_add(acc, r0, broadcast<W>(lane_at<2>(v)));
-    if constexpr (fixed_hints) {
-      prefetch<cache::level2>(columns, Hints.indices_far);
-      prefetch<cache::level2>(values, Hints.values_far);
-    }
-    acc = multiply_add(acc, r1, broadcast<W>(lane_at<3>(v)));
+    acc = add_panel_group<Hints>(acc, values, columns, rows);
   }
   if (length > 0) {
     for (std::int32_t rest = length % panel_group; rest > 0; --rest) {
@@ -123,12 +131,51 @@ NEVRAD_INLINE lanes<T, W> multiply_panel_row(const T* values,
   return acc;
 }
 
+// The sum over `length` entries; zero when length is below 1.
+template <int W, class T, panel_hints Hints = default_panel_hints<T>, class Rows>
+  requires(!std::is_pointer_v<Rows>)
+NEVRAD_INLINE lanes<T, W> multiply_panel_row(const T* values,
+                                             const std::int32_t* columns,
+                                             std::int32_t length,
+                                             const Rows& rows) {
+  return add_panel_entries<Hints>(zero_lanes<T, W>(), values, columns, length, rows);
+}
+
 template <int W, class T, panel_hints Hints = default_panel_hints<T>>
 NEVRAD_INLINE lanes<T, W> multiply_panel_row(const T* values,
                                              const std::int32_t* columns,
                                              std::int32_t length,
                                              const T* panel) {
   return multiply_panel_row<W, T, Hints>(values, columns, length, packed_rows<W, T>{panel});
+}
+
+template <class T, int W>
+struct lanes_pair {
+  lanes<T, W> first;
+  lanes<T, W> second;
+};
+
+// The sums over two rows, group by group in turn: each sum is a chain of fused operations, and two
+// of them keep busy what one leaves idle.
+template <int W, class T, panel_hints Hints = default_panel_hints<T>, class Rows>
+NEVRAD_INLINE lanes_pair<T, W> multiply_panel_row_pair(const T* values,
+                                                       const std::int32_t* columns,
+                                                       std::int32_t length,
+                                                       const T* second_values,
+                                                       const std::int32_t* second_columns,
+                                                       std::int32_t second_length,
+                                                       const Rows& rows) {
+  lanes_pair<T, W> sum{zero_lanes<T, W>(), zero_lanes<T, W>()};
+  while (length >= panel_group && second_length >= panel_group) {
+    sum.first = add_panel_group<Hints>(sum.first, values, columns, rows);
+    sum.second = add_panel_group<Hints>(sum.second, second_values, second_columns, rows);
+    length -= panel_group;
+    second_length -= panel_group;
+  }
+  sum.first = add_panel_entries<Hints>(sum.first, values, columns, length, rows);
+  sum.second =
+      add_panel_entries<Hints>(sum.second, second_values, second_columns, second_length, rows);
+  return sum;
 }
 
 }  // namespace nevrad

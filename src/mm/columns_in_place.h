@@ -75,6 +75,12 @@ class rows_of_part {
 
   std::int32_t lo() const { return lo_; }
   std::int32_t hi() const { return hi_; }
+  const compressed_matrix<T>& shape() const { return rows_.shape(); }
+  // Whether a kernel is to look at the order of rows up to but excluding `stop`, and can.
+  bool look(std::int32_t stop) const {
+    return !rows_.known() &&
+           shape().end[stop - 1] <= shape().end[shape().rows - 1] - ascent_check::reach;
+  }
   // Each pass calls this for ranges that cover the rows, in turn.
   const compressed_matrix<T>& take(std::int32_t r, std::int32_t stop) {
     if (!rows_.ascend(r, stop)) rows_ = rows_.take(lo_, hi_);
@@ -131,13 +137,20 @@ void multiply_column_in_place(rows_of_part<T>& part,
                               std::int32_t j,
                               const mm_operands<T>& o) {
   T* const y = line_at(o.c, j, o.ldc);
+  // Within short rows there is little to hide a look behind.
+  const bool are_long = row_entries<T>(part.shape(), part.lo(), part.hi() - part.lo()).are_long();
   for (std::int32_t r = part.lo(); r < part.hi(); r += mm_rows_at_once) {
     const std::int32_t stop = std::min(r + mm_rows_at_once, part.hi());
-    const compressed_matrix<T>& a = part.take(r, stop);
-    const T* const x = line_at(o.b, j, o.ldb) - a.base;
-    update_column(
-        row_entries<T>(a, r, stop - r), bounds, [=](std::int32_t index) { return x[index]; }, y + r,
-        1, o.alpha, o.beta);
+    const T* const b = line_at(o.b, j, o.ldb) - part.shape().base;
+    const auto x = [=](std::int32_t index) { return b[index]; };
+    std::int32_t first = r;
+    if (are_long && part.look(stop)) {
+      const row_entries<T> entries(part.shape(), r, stop - r);
+      first += update_column<order::looked_at>(entries, bounds, x, y + r, 1, o.alpha, o.beta);
+      if (first == stop) continue;
+    }
+    const row_entries<T> entries(part.take(first, stop), first, stop - first);
+    update_column(entries, bounds, x, y + first, 1, o.alpha, o.beta);
   }
 }
 

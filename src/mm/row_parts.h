@@ -12,6 +12,8 @@
 #include "mm/column_blocks.h"
 #include "mm/line_kernels.h"
 
+#include <algorithm>
+
 namespace nevrad {
 
 // Where blocks of mm_block_cols columns end: full ones first, then the last two or one. The width
@@ -69,6 +71,12 @@ struct row_entries {
         begin(a.begin[first]),
         rows(count),
         base(a.base) {}
+
+  // Rows of so many entries that the chain of a sum holds up a row.
+  bool are_long() const {
+    constexpr std::int64_t long_row = 12;
+    return rows > 0 && end[rows - 1] - begin >= long_row * rows;
+  }
 };
 
 // Calls add_next(), which moves p on by one, for the entries from p on that lie in front of `end`
@@ -118,6 +126,45 @@ NEVRAD_INLINE lanes<T, W> multiply_part(const row_entries<T>& a,
   return sum;
 }
 
+// Whether entries p to end - 1 of a row all lie in one block, of which there is one at least.
+template <class T>
+NEVRAD_INLINE bool is_one_part(const row_entries<T>& a,
+                               const block_bounds& bounds,
+                               std::int64_t p,
+                               std::int64_t end) {
+  return p < end && a.indices[end - 1] < bounds.stop_of(a.indices[p] - a.base) + a.base;
+}
+
+// The sums over entries p to middle - 1 and middle to end - 1.
+template <int W, class T, class Rows>
+NEVRAD_INLINE lanes_pair<T, W> multiply_part_pair(const row_entries<T>& a,
+                                                  std::int64_t p,
+                                                  std::int64_t middle,
+                                                  std::int64_t end,
+                                                  const Rows& rows) {
+  if constexpr (fixed_hints) {
+    return multiply_panel_row_pair<W>(a.values + p, a.indices + p,
+                                      static_cast<std::int32_t>(middle - p), a.values + middle,
+                                      a.indices + middle, static_cast<std::int32_t>(end - middle),
+                                      rows);
+  }
+  const auto add = [&](lanes<T, W> sum, std::int64_t at) {
+    return multiply_add(sum, rows(a.indices[at]), broadcast<W>(load<1>(a.values + at)));
+  };
+  lanes_pair<T, W> sum{zero_lanes<T, W>(), zero_lanes<T, W>()};
+  std::int64_t q = middle;
+#pragma clang loop unroll(disable)
+  for (std::int64_t both = std::min(middle - p, end - q); both > 0; --both, ++p, ++q) {
+    sum.first = add(sum.first, p);
+    sum.second = add(sum.second, q);
+  }
+#pragma clang loop unroll(disable)
+  for (; p < middle; ++p) sum.first = add(sum.first, p);
+#pragma clang loop unroll(disable)
+  for (; q < end; ++q) sum.second = add(sum.second, q);
+  return sum;
+}
+
 // Whether a kernel makes sure on its way that rows ascend, row by row before it touches C. It stops
 // at the first that does not.
 enum class order : bool { known, looked_at };
@@ -140,6 +187,25 @@ NEVRAD_INLINE std::int32_t update_rows(const row_entries<T>& entries,
   const lanes<T, W> scale_c = broadcast<W>(to_lane(beta));
   std::int64_t p = a.begin;
   std::int32_t i = 0;
+  if constexpr (sizeof(T) * W <= cache_line) {
+    if (a.are_long()) {
+      for (; i + 1 < a.rows; i += 2, c += 2 * ldc) {
+        const std::int64_t middle = a.end[i];
+        const std::int64_t end = a.end[i + 1];
+        if constexpr (Order == order::looked_at) {
+          ascent_check ascent;
+          ascent.look_at(a.indices, p, middle);
+          ascent.look_at(a.indices, middle, end);
+          if (!ascent.ascends()) break;
+        }
+        if (!is_one_part(a, bounds, p, middle) || !is_one_part(a, bounds, middle, end)) break;
+        const lanes_pair<T, W> sum = multiply_part_pair<W>(a, p, middle, end, rows);
+        store(c, multiply_add(multiply_fused(load<W>(c), scale_c), sum.first, scale));
+        store(c + ldc, multiply_add(multiply_fused(load<W>(c + ldc), scale_c), sum.second, scale));
+        p = end;
+      }
+    }
+  }
   for (; i < a.rows; ++i, c += ldc) {
     const std::int64_t end = a.end[i];
     if constexpr (Order == order::looked_at) {
@@ -160,19 +226,25 @@ NEVRAD_INLINE std::int32_t update_rows(const row_entries<T>& entries,
 // The same for one of the last columns, x(index) being the element of B: with a sum of zero once
 // for each run of blocks between, before and behind that hold nothing of a row. Adding a zero twice
 // changes no more than adding it once.
-template <class T, class Column>
-NEVRAD_INLINE void update_column(const row_entries<T>& entries,
-                                 const block_bounds& block_bounds_of,
-                                 const Column& x,
-                                 T* c,
-                                 std::int64_t ldc,
-                                 T alpha,
-                                 T beta) {
+template <order Order = order::known, class T, class Column>
+NEVRAD_INLINE std::int32_t update_column(const row_entries<T>& entries,
+                                         const block_bounds& block_bounds_of,
+                                         const Column& x,
+                                         T* c,
+                                         std::int64_t ldc,
+                                         T alpha,
+                                         T beta) {
   const row_entries<T> a = entries;
   const block_bounds bounds = block_bounds_of;
   std::int64_t p = a.begin;
-  for (std::int32_t i = 0; i < a.rows; ++i, c += ldc) {
+  std::int32_t i = 0;
+  for (; i < a.rows; ++i, c += ldc) {
     const std::int64_t end = a.end[i];
+    if constexpr (Order == order::looked_at) {
+      ascent_check ascent;
+      ascent.look_at(a.indices, p, end);
+      if (!ascent.ascends()) break;
+    }
     T y = multiply_fused(*c, beta);
     std::int32_t next_block = 0;
     while (p < end) {
@@ -190,6 +262,7 @@ NEVRAD_INLINE void update_column(const row_entries<T>& entries,
     }
     *c = next_block == bounds.count() ? y : add_scaled(y, alpha, zero<T>());
   }
+  return i;
 }
 
 }  // namespace nevrad

@@ -87,23 +87,23 @@ NEVRAD_INLINE void for_rows_at_once(const rows_in_order<T>& rows,
   }
 }
 
-// Rows r to stop - 1 for a chunk of columns at a time. kernel(order, width, column, record, first)
-// computes a chunk from row `first` on and answers with the row where it stopped; the kernel of the
-// first chunk looks at the order. Answers with a record in which the rows ascend.
+// Rows r to stop - 1 for a chunk of columns at a time, and behind the first `in_chunks` for single
+// ones. kernel(order, width, column, record, first) computes a chunk from row `first` on and
+// answers with the row where it stopped; that of the first chunk looks at the order.
 template <class T, class Kernel>
-NEVRAD_INLINE compressed_matrix<T> multiply_chunks(const rows_in_order<T>& rows,
-                                                   std::int32_t r,
-                                                   std::int32_t stop,
-                                                   std::int32_t columns,
-                                                   const Kernel& kernel) {
-  constexpr std::int32_t narrowest = 4;
+NEVRAD_INLINE void multiply_chunks(const rows_in_order<T>& rows,
+                                   std::int32_t r,
+                                   std::int32_t stop,
+                                   std::int32_t in_chunks,
+                                   std::int32_t columns,
+                                   const Kernel& kernel) {
   const compressed_matrix<T>& shape = rows.shape();
   using looked_at = std::integral_constant<order, order::looked_at>;
   using known = std::integral_constant<order, order::known>;
-  const bool look = !rows.known() && columns >= narrowest &&
-                    shape.end[stop - 1] <= shape.end[shape.rows - 1] - ascent_check::reach;
+  const bool look =
+      !rows.known() && shape.end[stop - 1] <= shape.end[shape.rows - 1] - ascent_check::reach;
   compressed_matrix<T> a = look ? shape : rows.take(r, stop);
-  for_each_chunk<T>(columns, [&](auto w, std::int32_t at) {
+  const auto multiply = [&](auto w, std::int32_t at) {
     std::int32_t first = r;
     if (look && at == 0) {
       first = kernel(looked_at{}, w, at, a, first);
@@ -111,8 +111,9 @@ NEVRAD_INLINE compressed_matrix<T> multiply_chunks(const rows_in_order<T>& rows,
       a = rows.take(r, stop);
     }
     kernel(known{}, w, at, a, first);
-  });
-  return a;
+  };
+  for_each_chunk<T>(in_chunks, multiply);
+  for (std::int32_t j = in_chunks; j < columns; ++j) multiply(panel_width<1>{}, j);
 }
 
 // Swept, rows lo to hi - 1, which must have some entry. Indices have base 0.
@@ -125,19 +126,17 @@ void multiply_rows_in_place(const rows_in_order<T>& source,
   const auto multiply = [&](const rows_in_order<T>& rows, std::int32_t r, std::int32_t stop) {
     const auto kernel = [&](auto how, auto w, std::int32_t at, const compressed_matrix<T>& a,
                             std::int32_t first) {
-      return first + update_rows<w(), how()>(row_entries<T>(a, first, stop - first), bounds,
-                                             strided_rows<w(), T>{o.b + at, o.ldb},
-                                             line_at(o.c, first, o.ldc) + at, o.ldc, o.alpha,
-                                             o.beta);
+      const row_entries<T> entries(a, first, stop - first);
+      const strided_rows<w(), T> of_b{o.b + at, o.ldb};
+      T* const c = line_at(o.c, first, o.ldc) + at;
+      if constexpr (w() == 1) {
+        const auto x = [=](std::int32_t index) { return to_element(of_b(index)); };
+        return first + update_column<how()>(entries, bounds, x, c, o.ldc, o.alpha, o.beta);
+      } else {
+        return first + update_rows<w(), how()>(entries, bounds, of_b, c, o.ldc, o.alpha, o.beta);
+      }
     };
-    const compressed_matrix<T> a = multiply_chunks(rows, r, stop, o.n, kernel);
-    for (std::int32_t j = o.n / 4 * 4; j < o.n; ++j) {
-      const strided_rows<1, T> of_b{o.b + j, o.ldb};
-      update_column(
-          row_entries<T>(a, r, stop - r), bounds,
-          [=](std::int32_t index) { return to_element(of_b(index)); }, line_at(o.c, r, o.ldc) + j,
-          o.ldc, o.alpha, o.beta);
-    }
+    multiply_chunks(rows, r, stop, o.n / 4 * 4, o.n, kernel);
   };
   for_rows_at_once(source, lo, hi, o, multiply);
 }
@@ -235,21 +234,33 @@ std::int32_t direct_row_pairs(const compressed_matrix<T>& a,
   return row < hi ? direct_rows<Order>(a, row, hi, chunk, c, ldc) : row;
 }
 
-// One column of rows of C, `b` and `c` at it.
-template <class T>
-NEVRAD_INLINE void direct_column(const compressed_matrix<T>& a,
-                                 std::int32_t lo,
-                                 std::int32_t hi,
-                                 const strided_rows<1, T>& rows,
-                                 T* c,
-                                 std::int64_t ldc,
-                                 T alpha,
-                                 T beta) {
-  for (std::int32_t i = lo; i < hi; ++i, c += ldc) {
+// One column of rows of C, `c` at it. Rows as in direct_rows.
+template <order Order, class T>
+std::int32_t direct_column(const compressed_matrix<T>& a,
+                           std::int32_t row,
+                           std::int32_t hi,
+                           const strided_rows<1, T>& rows,
+                           T* c,
+                           std::int64_t ldc,
+                           T alpha,
+                           T beta) {
+  // In registers, whatever is stored.
+  const T* const values = a.values;
+  const std::int32_t* const indices = a.indices;
+  const std::int32_t* const end = a.end;
+  const strided_rows<1, T> of_b = rows;
+  std::int64_t p = a.begin[row];
+  for (; row < hi; ++row, c += ldc) {
+    const std::int64_t stop = end[row];
+    if constexpr (Order == order::looked_at) {
+      ascent_check ascent;
+      ascent.look_at(indices, p, stop);
+      if (!ascent.ascends()) break;
+    }
     T sum = multiply_fused(beta, *c);
-    for (std::int32_t p = a.begin[i]; p < a.end[i]; ++p) {
-      const T v = multiply_fused(alpha, a.values[p]);
-      const T x = to_element(rows(a.indices[p]));
+    for (; p < stop; ++p) {
+      const T v = multiply_fused(alpha, values[p]);
+      const T x = to_element(of_b(indices[p]));
       if constexpr (is_complex<T>) {
         sum = add(sum, multiply_fused(v, x));
       } else {
@@ -258,6 +269,7 @@ NEVRAD_INLINE void direct_column(const compressed_matrix<T>& a,
     }
     *c = sum;
   }
+  return row;
 }
 
 // Rows lo up to but excluding hi. Indices have base 0.
@@ -266,28 +278,28 @@ void mm_rows_direct(const rows_in_order<T>& source,
                     std::int32_t lo,
                     std::int32_t hi,
                     const mm_operands<T>& o) {
-  constexpr std::int64_t long_row = 12;
   const compressed_matrix<T>& shape = source.shape();
-  const bool pairs = csr_entries(shape) >= long_row * shape.rows;
+  const bool pairs = row_entries<T>(shape, 0, shape.rows).are_long();
   // Real columns behind the last whole chunk round as those within, so narrower chunks take them.
   constexpr int widest = mm_chunk<T>;
   const std::int32_t in_chunks = is_complex<T> ? o.n / widest * widest : o.n / 4 * 4;
   const auto multiply = [&](const rows_in_order<T>& rows, std::int32_t r, std::int32_t stop) {
     const auto kernel = [&](auto how, auto w, std::int32_t at, const compressed_matrix<T>& a,
                             std::int32_t first) {
-      const direct_chunk<w(), T> chunk{
-          a.values, a.indices, {o.b + at, o.ldb}, to_lane(o.alpha), to_lane(o.beta)};
+      const strided_rows<w(), T> of_b{o.b + at, o.ldb};
       T* const c = line_at(o.c, first, o.ldc) + at;
-      if constexpr (w() <= widest) {
-        if (pairs) return direct_row_pairs<how()>(a, first, stop, chunk, c, o.ldc);
+      if constexpr (w() == 1) {
+        return direct_column<how()>(a, first, stop, of_b, c, o.ldc, o.alpha, o.beta);
+      } else {
+        const direct_chunk<w(), T> chunk{a.values, a.indices, of_b, to_lane(o.alpha),
+                                         to_lane(o.beta)};
+        if constexpr (w() <= widest) {
+          if (pairs) return direct_row_pairs<how()>(a, first, stop, chunk, c, o.ldc);
+        }
+        return direct_rows<how()>(a, first, stop, chunk, c, o.ldc);
       }
-      return direct_rows<how()>(a, first, stop, chunk, c, o.ldc);
     };
-    const compressed_matrix<T> a = multiply_chunks(rows, r, stop, in_chunks, kernel);
-    for (std::int32_t j = in_chunks; j < o.n; ++j) {
-      direct_column(a, r, stop, strided_rows<1, T>{o.b + j, o.ldb}, line_at(o.c, r, o.ldc) + j,
-                    o.ldc, o.alpha, o.beta);
-    }
+    multiply_chunks(rows, r, stop, in_chunks, o.n, kernel);
   };
   for_rows_at_once(source, lo, hi, o, multiply);
 }
