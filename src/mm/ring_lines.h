@@ -51,7 +51,7 @@ NEVRAD_INLINE void fetch_ahead(const T* at, std::int64_t ld) {
   if constexpr (!fixed_hints) {
     if (ld == W) return;
     for (int j = 0; j < W; j += column_line<T>) {
-      prefetch<cache::level1>(at, (8 * ld + j) * static_cast<std::int64_t>(sizeof(T)));
+      prefetch<cache::level1>(at, (16 * ld + j) * static_cast<std::int64_t>(sizeof(T)));
     }
   }
 }
@@ -93,7 +93,6 @@ class row_ring {
         own.close_early(index, part);
       }
     } else if (open != no_part) {
-      if constexpr (!by_columns) fetch_ahead<W>(c_ + (index - base_) * ldc_, ldc_);
       add_part(index, load<W>(sum(index)));
     }
     store(sum(index), zero_lanes<T, W>());
@@ -108,6 +107,7 @@ class row_ring {
       store(row, multiply_add(load<W>(row), sum, scale));
     } else {
       T* const row = c_ + (index - base_) * ldc_;
+      fetch_ahead<W>(row, ldc_);
       lanes<T, W> value = load<W>(row);
       std::int32_t& closed = closed_[index & mask_];
       if (closed == 0) value = multiply_fused(value, broadcast<W>(to_lane(beta_)));

@@ -137,6 +137,43 @@ TEST(mm_lines_of_doubles, may_be_empty_behind_the_last_entry) {
   }
 }
 
+// A triangle that holds nothing else and every place of its diagonal, as most callers have it, and
+// one with a line that lacks it and a line that holds it twice.
+TYPED_TEST(mm_lines, give_the_bits_of_rows_for_a_triangle_alone) {
+  using T = TypeParam;
+  constexpr int rows = 5300;
+  constexpr int reach = 9;
+  constexpr int n = 64 / static_cast<int>(sizeof(T)) + 3;
+  generator random(3);
+  for (const char* const code : {"SLNF", "SUNF", "HLNC"}) {
+    for (const bool odd : {false, true}) {
+      SCOPED_TRACE(testing::Message() << code << (odd ? ", odd lines" : ""));
+      lines<T> source(rows);
+      for (int i = 0; i < rows; ++i) {
+        auto& line = source[at(i)];
+        const bool lower = code[1] == 'L';
+        const int last = lower ? i : std::min(i + reach, rows - 1);
+        for (int j = lower ? std::max(0, i - reach) : i; j <= last; ++j) {
+          const int copies = odd && i == j ? (i == 700 ? 0 : i == 1500 ? 2 : 1) : 1;
+          for (int k = 0; k < copies; ++k) line.emplace_back(j, random.value<T>());
+        }
+      }
+      const layout order = layout_of(code);
+      const bool in_columns = order == layout::column_major;
+      const auto a = compress<T>(source, rows, by_rows, in_columns ? 1 : 0);
+      const auto general = expanded(a, code, 0);
+      const auto b = panel<T>::random(random, rows, n, order, 1);
+      const auto before = panel<T>::random(random, rows, n, order, 2);
+      const T alpha = random.value<T>();
+      const T beta = random.value<T>();
+      const budget_scope scope(1);
+      const panel<T> want = run(in_columns ? "G00F" : "G00C", 0, general, alpha, b, beta, before);
+      const panel<T> c = run(code, 0, a, alpha, b, beta, before);
+      EXPECT_SAME_ARRAYS(c.elements(), want.elements());
+    }
+  }
+}
+
 // Rows that get nothing from a block of columns are left alone by it in panels, and get a sum of
 // zero in the last columns: an infinite alpha tells.
 TEST(mm_lines_of_doubles, leave_rows_without_entries_as_rows_do) {
