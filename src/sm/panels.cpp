@@ -231,15 +231,16 @@ class row_solver {
     prefetch<cache::level1>(from, element * static_cast<std::int64_t>(sizeof(T)) + more);
   }
 
-  // All columns of column-major operands. Two panels at once save loads of the entries; lines of y
-  // that stay in the caches would be too many then.
+  // All columns of column-major operands. Two panels at once save loads of the entries, and are
+  // more chains of sums for cores to work on; but lines of y that are fetched would be too many
+  // then.
   template <bool Streamed>
   void solve_columns(std::int32_t count) const {
+    constexpr int wide = 2 * widest;
     std::int32_t done = 0;
-    if constexpr (Streamed) {
-      constexpr int wide = 2 * widest;
+    if constexpr (Streamed || !has_streaming_stores) {
       if (ring_fits(wide)) {
-        for (; count - done >= wide; done += wide) solve_in_ring<true, wide>(done);
+        for (; count - done >= wide; done += wide) solve_in_ring<Streamed, wide>(done);
       }
     }
     for_each_panel<T>(done, count, [=, this](auto w, std::int32_t j) {
