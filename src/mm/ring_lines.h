@@ -469,7 +469,13 @@ void multiply_lines_in_ring(const held_lines<T>& held,
     if (layout == row_major) {
       constexpr std::integral_constant<dense_layout, row_major> rows;
       const auto chunk = [&](auto w, std::int32_t at) { multiply(w, rows, at); };
-      std::int32_t j = for_each_chunk<T>(o.n, chunk);
+      // On AArch64 the registers hold the sums of a line and of its mirrored entries in one width.
+      std::int32_t j = 0;
+      if constexpr (fixed_hints) {
+        j = for_each_panel<T>(o.n, chunk);
+      } else {
+        j = for_each_chunk<T>(o.n, chunk);
+      }
       for (; j < o.n; ++j) chunk(panel_width<1>{}, j);
     } else {
       constexpr std::integral_constant<dense_layout, column_major> columns;
