@@ -71,18 +71,14 @@ bool rows_ascend(const compressed_matrix<T>& a, std::int32_t lo, std::int32_t hi
   const std::int32_t start = a.begin[lo];
   if (start == a.end[hi - 1]) return true;
   std::int32_t between_rows = 0;
-  bool packed = true;
   for (std::int32_t i = lo; i < hi; ++i) {
     const std::int32_t first = a.begin[i];
     const std::int32_t last = a.end[i];
-    packed &= last >= first;
-    // An empty row is compared at the place before it, as there may be none at its own.
-    const std::int32_t before = first - (first > start ? 1 : 0);
-    const std::int32_t place = last > first ? first : before;
-    between_rows += indices[before] > indices[place] ? 1 : 0;
+    if (last < first) return false;
+    if (first > start && last > first) between_rows += indices[first - 1] > indices[first] ? 1 : 0;
   }
   const std::int32_t last = a.end[hi - 1] - 1;
-  return packed && count_descents(indices + start, last - start) == between_rows;
+  return count_descents(indices + start, last - start) == between_rows;
 }
 
 template <class T>
