@@ -139,8 +139,9 @@ void multiply_column_in_place(rows_of_part<T>& part,
   T* const y = line_at(o.c, j, o.ldc);
   // Within short rows there is little to hide a look behind.
   const bool are_long = row_entries<T>(part.shape(), part.lo(), part.hi() - part.lo()).are_long();
-  for (std::int32_t r = part.lo(); r < part.hi(); r += mm_rows_at_once) {
-    const std::int32_t stop = std::min(r + mm_rows_at_once, part.hi());
+  std::int32_t stop = part.lo();
+  for (std::int32_t r = stop; r < part.hi(); r = stop) {
+    stop = r + std::min(mm_rows_at_once, part.hi() - r);
     const T* const b = line_at(o.b, j, o.ldb) - part.shape().base;
     const auto x = [=](std::int32_t index) { return b[index]; };
     std::int32_t first = r;

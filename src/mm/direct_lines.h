@@ -97,7 +97,7 @@ template <class T>
 std::int32_t lines_in_a_chunk(const line_survey& found, const mm_operands<T>& o) {
   constexpr std::int64_t at_hand = std::int64_t{1} << 20;
   const std::int64_t row = (std::int64_t{o.ldb} + o.ldc) * std::int64_t{sizeof(T)};
-  const bool near = (std::int64_t{found.below} + found.above) * row <= at_hand;
+  const bool near = std::int64_t{found.below} + found.above <= at_hand / row;
   return near ? mm_rows_at_once : rows_at_once<T>(o.n);
 }
 
@@ -116,8 +116,9 @@ void multiply_taken_direct(const held_lines<T>& held,
   const std::int32_t at_once = lines_in_a_chunk(found, o);
   const line_reader<Which, T> a(held);
   std::int32_t scaled = lo;
-  for (std::int32_t r = first; r < last; r += at_once) {
-    const std::int32_t stop = std::min(r + at_once, last);
+  std::int32_t stop = first;
+  for (std::int32_t r = first; r < last; r = stop) {
+    stop = r + std::min(at_once, last - r);
     if constexpr (Which != taken::lower) {
       const std::int32_t end = reached(std::int64_t{stop} + found.above, hi);
       for (; scaled < end; ++scaled) dense_scale(o.n, line_at(o.c, scaled, o.ldc), o.beta);

@@ -182,8 +182,9 @@ line_survey survey_lines(const held_lines<T>& held) {
   const line_reader<Which, T> a(held);
   const std::int32_t rows = held.lines.rows;
   if (a.begin[0] != a.base || !survey_each(a, 0, std::min(1, rows), found)) return {false};
-  for (std::int32_t r = 1; r < rows; r += at_once) {
-    const std::int32_t stop = std::min(r + at_once, rows);
+  std::int32_t stop = 1;
+  for (std::int32_t r = stop; r < rows; r = stop) {
+    stop = r + std::min(at_once, rows - r);
     // Some entry lies in front of these lines, and one behind them.
     const bool within = a.begin[r] > a.base && a.end[stop - 1] < a.end[rows - 1];
     if (within && survey_plain(a, r, stop, found)) continue;

@@ -126,10 +126,11 @@ bool multiply_held_lines(const held_lines<T>& held,
   const bool in_rows = layout == dense_layout::row_major;
   // On a team, rows are shared where a triangle's lines are in place and C holds their sums.
   if (budget > 1 && (!in_rows || is_complex<T> || !held.has_own())) return false;
+  // Without entries there may be no indices to look at.
+  if (held.which == taken::all && csr_entries(held.lines) < 1) return false;
   const line_survey found = survey(held);
   if (!found.ascending && (held.which != taken::all || !in_rows)) return false;
   const std::int32_t nnz = held_entries(held, found);
-  if (held.which == taken::all && nnz < 1) return false;
   const std::int32_t rows = held.result_rows();
   const std::int32_t cols = held.lines.rows;
   copy_room<T> room;

@@ -424,8 +424,9 @@ void multiply_lines_columns(const held_lines<T>& held,
   const auto within = [](std::int64_t i, std::int32_t end) {
     return static_cast<std::int32_t>(std::clamp<std::int64_t>(i, 0, end));
   };
-  for (std::int32_t r = 0; r < a.rows; r += lines_at_once<T>) {
-    const std::int32_t stop = std::min(r + lines_at_once<T>, a.rows);
+  std::int32_t stop = 0;
+  for (std::int32_t r = 0; r < a.rows; r = stop) {
+    stop = r + std::min(lines_at_once<T>, a.rows - r);
     ring.move_to(within(std::int64_t{r} - found.below, rows),
                  within(std::int64_t{stop} + found.above, rows));
     const auto walk = [&]<class B>(const B& b_rows) {

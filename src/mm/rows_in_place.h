@@ -80,9 +80,10 @@ NEVRAD_INLINE void for_rows_at_once(const rows_in_order<T>& rows,
                                     const Multiply& multiply) {
   const std::int32_t at_once = rows_at_once<T>(o.n);
   const bool ahead = meets_distant_rows(rows.shape(), o);
-  for (std::int32_t r = lo; r < hi; r += at_once) {
-    const std::int32_t stop = std::min(r + at_once, hi);
-    if (ahead) fetch_met_rows(rows.shape(), stop, std::min(stop + at_once, hi), o);
+  std::int32_t stop = lo;
+  for (std::int32_t r = lo; r < hi; r = stop) {
+    stop = r + std::min(at_once, hi - r);
+    if (ahead) fetch_met_rows(rows.shape(), stop, stop + std::min(at_once, hi - stop), o);
     multiply(rows, r, stop);
   }
 }
