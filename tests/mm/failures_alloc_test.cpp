@@ -141,6 +141,49 @@ TYPED_TEST(failing_mm, keeps_the_panels_of_all_threads_within_their_store) {
   for (const T& element : c) EXPECT_EQ(widen(element), wide_real<T>(4));
 }
 
+// Straight from a triangle, over one block of columns and over two: C is left as a product with the
+// expanded matrix leaves it, which scales all of C but where one block serves rows, or rows go
+// direct.
+TYPED_TEST(failing_mm, leaves_c_as_expanding_does_where_it_goes_straight) {
+  using T = TypeParam;
+  constexpr int n = 8;
+  const T beta = make<T>(0.5);
+  const budget_scope budget(1);
+  for (const auto& [order, below] : {std::pair{2000, 12}, {5400, 12}, {5400, 2}}) {
+    for (const char* const code : {"SLNF", "SLNC"}) {
+      SCOPED_TRACE(testing::Message() << code << ", " << order << ", " << below);
+      const bool columns = layout_of(code) == layout::column_major;
+      const int base = columns ? 1 : 0;
+      array<int> begin(order + 1);
+      std::vector<int> indices;
+      for (int i = 0; i < order; ++i) {
+        begin[i] = static_cast<int>(indices.size()) + base;
+        for (int j = std::max(0, i - below); j <= i; ++j) indices.push_back(j + base);
+      }
+      begin[order] = static_cast<int>(indices.size()) + base;
+      const array<T> values(static_cast<std::int64_t>(indices.size()), make<T>(1));
+      const array<T> b(n * order, make<T>(1));
+      const int ld = columns ? order : n;
+      bool scaled = false;
+      expect_clean_failures([&] {
+        array<T> c(n * order, make<T>(3));
+        const nevrad::status result =
+            csrmm<T>(0, order, n, order, make<T>(1), code, values.data(), indices.data(),
+                     begin.data(), begin.data() + 1, b.data(), ld, beta, c.data(), ld);
+        if (result != 0) {
+          const bool all_scaled = widen(c[0]) == wide_real<T>(1.5);
+          for (const T& element : c) {
+            EXPECT_EQ(widen(element), all_scaled ? wide_real<T>(1.5) : wide_real<T>(3));
+          }
+          scaled = scaled || all_scaled;
+        }
+        return result;
+      });
+      EXPECT_EQ(scaled, columns || (order > 5120 && below > 2));
+    }
+  }
+}
+
 // A product straight from a triangle asks for what expanding it takes, and as expanding does, gives
 // all but the copy back before it asks for more.
 TYPED_TEST(failing_mm, holds_no_more_than_an_expansion_would) {

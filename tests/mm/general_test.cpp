@@ -94,8 +94,8 @@ TYPED_TEST(general_mm, adds_in_the_fixed_order_at_every_width) {
   }
 }
 
-// Row-major kernels look at the order of rows while they multiply, eight pairs at a time but for
-// the last rows; longer rows go in pairs.
+// Row-major kernels and those of single columns look at the order of rows while they multiply,
+// eight pairs at a time but for the last rows; longer rows go in pairs.
 TYPED_TEST(general_mm, finds_one_step_down_anywhere_in_a_row) {
   using T = TypeParam;
   for (const int length : {8, 21}) {
@@ -116,6 +116,9 @@ TYPED_TEST(general_mm, finds_one_step_down_anywhere_in_a_row) {
         SCOPED_TRACE(testing::Message() << length << ", place " << fault << ", cols " << cols);
         EXPECT_SAME_ARRAYS(made.run(1).elements(), made.model(way).elements());
       }
+      const problem<T> columns(random, compress<T>(source, 2101, compression::rows, 1), 0,
+                               layout::column_major, 1 + fault % 5);
+      EXPECT_SAME_ARRAYS(columns.run(1).elements(), columns.model(path::swept).elements());
     }
   }
 }
