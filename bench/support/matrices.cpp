@@ -1,9 +1,32 @@
 #include "support/matrices.h"
 
+#include <sys/mman.h>
+
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
+#include <new>
+#include <string_view>
 
 namespace bench {
+
+void* allocate_array(std::size_t bytes) {
+  constexpr std::size_t line = 64;
+  constexpr std::size_t large_page = std::size_t{2} << 20;
+  static const bool large_wanted = [] {
+    const char* const pages = std::getenv("NEVRAD_BENCH_PAGES");
+    return pages == nullptr || std::string_view(pages) != "small";
+  }();
+  const bool large = large_wanted && bytes >= 2 * large_page;
+  const std::size_t unit = large ? large_page : line;
+  const std::size_t size = (bytes + unit - 1) / unit * unit;
+  void* const p = std::aligned_alloc(unit, size);
+  if (p == nullptr) throw std::bad_alloc();
+  if (large) madvise(p, size, MADV_HUGEPAGE);
+  return p;
+}
+
+void release_array(void* p) { std::free(p); }
 
 namespace {
 

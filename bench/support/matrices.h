@@ -12,22 +12,28 @@
 
 namespace bench {
 
-// Arrays begin on a cache line, so that no run is lucky or unlucky with its addresses.
-template <class T>
-struct line_allocator {
-  using value_type = T;
-  static constexpr std::align_val_t line{64};
+// Memory that begins on a cache line, or, from a few megabytes on, on a large page and asks for
+// such pages, as kernels that give them to all (Debian's own does) would: where small pages happen
+// to lie moves the bandwidth of an array by a fifth. NEVRAD_BENCH_PAGES=small in the environment
+// leaves the kernel's own choice.
+void* allocate_array(std::size_t bytes);
+void release_array(void* p);
 
-  line_allocator() = default;
+// No run is lucky or unlucky with its addresses.
+template <class T>
+struct placed_allocator {
+  using value_type = T;
+
+  placed_allocator() = default;
   template <class U>
-  line_allocator(const line_allocator<U>& /*other*/) {}
-  T* allocate(std::size_t n) { return static_cast<T*>(::operator new(n * sizeof(T), line)); }
-  void deallocate(T* p, std::size_t /*n*/) { ::operator delete(p, line); }
-  friend bool operator==(line_allocator, line_allocator) { return true; }
+  placed_allocator(const placed_allocator<U>& /*other*/) {}
+  T* allocate(std::size_t n) { return static_cast<T*>(allocate_array(n * sizeof(T))); }
+  void deallocate(T* p, std::size_t /*n*/) { release_array(p); }
+  friend bool operator==(placed_allocator, placed_allocator) { return true; }
 };
 
 template <class T>
-using array = std::vector<T, line_allocator<T>>;
+using array = std::vector<T, placed_allocator<T>>;
 
 template <class T>
 inline constexpr bool is_complex = false;
