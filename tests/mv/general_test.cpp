@@ -99,6 +99,69 @@ TYPED_TEST(general_product, adds_in_the_documented_order) {
   }
 }
 
+// Rows that move on by one column, in runs of all lengths up to nine rows between rows that do not,
+// or that do but for one entry: in what order a row is summed must not depend on its neighbours.
+TYPED_TEST(general_product, sums_moving_rows_as_any_others) {
+  using T = TypeParam;
+  for (const bool many : {false, true}) {
+    for (const int base : {0, 1}) {
+      generator random(6);
+      SCOPED_TRACE(random);
+      constexpr int cols = 90;
+      lines<T> source;
+      for (int length = many ? 8 : 0; length <= (many ? 30 : 12); ++length) {
+        for (int rows = 1; rows <= 9; ++rows) {
+          std::vector<int> first(static_cast<std::size_t>(length));
+          for (int& column : first) column = random.integer(0, cols - 10);
+          const int odd_row = random.integer(0, 2 * rows);
+          for (int r = 0; r < rows; ++r) {
+            auto& line = source.emplace_back();
+            for (const int column : first) line.emplace_back(column + r, random.value<T>());
+            if (r == odd_row && length > 0) {
+              line[static_cast<std::size_t>(random.integer(0, length - 1))].first = 0;
+            }
+          }
+          source.emplace_back();
+          for (int e = random.integer(0, length); e > 0; --e) {
+            source.back().emplace_back(random.integer(0, cols - 1), random.value<T>());
+          }
+        }
+      }
+      enum class layout { packed, gaps, hidden_rows };
+      for (const layout kind : {layout::packed, layout::gaps, layout::hidden_rows}) {
+        const int gap = kind == layout::gaps ? 2 : 0;
+        auto a = compress<T>(source, cols, compression::rows, base, gap);
+        if (kind == layout::hidden_rows) {
+          // The entries of every sixth row belong to none: what lies between rows is of the same
+          // kind.
+          int kept = 0;
+          for (int i = 0; i < a.rows; ++i) {
+            if (i % 6 == 2) continue;
+            a.begin[kept] = a.begin[i];
+            a.end[kept] = a.end[i];
+            ++kept;
+          }
+          a.rows = kept;
+        }
+        for (T& value : a.values) {
+          if (element_is_nan(value)) value = random.value<T>();
+        }
+        ASSERT_EQ(walk_of(a), many ? walk::long_rows : walk::short_rows);
+        const auto x = random.values<T>(cols);
+        const auto before = random.values<T>(a.rows);
+        for (const T alpha : {make<T>(1), random.value<T>()}) {
+          for (const T beta : {T{}, random.value<T>()}) {
+            const array<T> want = model(walk_of(a), a, x, alpha, beta, before);
+            array<T> y = before;
+            ASSERT_EQ(nevrad::csr_mv_driver<T>(a.view(), x.data(), y.data(), alpha, beta), 0);
+            EXPECT_SAME_ARRAYS(y, want) << "layout " << static_cast<int>(kind);
+          }
+        }
+      }
+    }
+  }
+}
+
 // The raw last end decides, in single precision: 10 rows of 10 entries are long, with one entry
 // less they are short, and a base of 1 counts as an entry.
 TYPED_TEST(general_product, counts_the_mean_row_from_the_raw_last_end) {
