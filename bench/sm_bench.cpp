@@ -232,9 +232,9 @@ void compare_operators(int points, int n) {
 }
 
 const registration all([] {
-  for (const int n : {4, 8, 16, 32, 64}) compare_operators(34, n);
-  for (const int n : {8, 16, 64}) compare_operators(64, n);
-  compare_operators(100, 16);
+  for (const int points : {34, 64, 100}) {
+    for (const int n : {4, 8, 16, 32, 64}) compare_operators(points, n);
+  }
 });
 
 }  // namespace

@@ -853,8 +853,8 @@ orv_sparse_status_t orv_sparse_zcscmm_(const int* transa, const int* m, const in
  * stored twice, or with long rows (8 entries a block of 1024 columns in the mean, from 16 blocks
  * on), has its entries copied once more, and two words for each row and block in which it has
  * entries. Time: two passes over the indices of A, then, row-major, one over A, X and Y, and
- * column-major one over A, 8 columns (s: 16, z: 4) of X and of Y at a time. Lines that do not
- * ascend: some ten passes over A more, transposed operations some five.
+ * column-major one over A for each 8 columns (s: 16, z: 4) of X and Y, or each twice as many. Lines
+ * that do not ascend: some ten passes over A more, transposed operations some five.
  *
  * Status: 1 null pointer; 3 transa, dimension, leading dimension, descriptor, or no entries in A
  * (?csrsm, and triangular rows of ?cscsm); 2 memory. On 2 the columns that threads with enough

@@ -80,9 +80,12 @@ class sorted_rows {
     return reads_copy() ? rows_in_order<T>(record_) : rows_in_order<T>(record_, copy_.get());
   }
 
-  // Gives back what sorting took, unless the rows in use lie in it: what follows may need it.
-  void release_unread(bool rows_in_use) {
-    if (!(rows_in_use && reads_copy())) owned_csr_free(copy_.release());
+  // Gives back what sorting took, unless the rows in use lie in it, of which it tells: what follows
+  // may need it.
+  bool release_unread(bool rows_in_use) {
+    const bool kept = rows_in_use && reads_copy();
+    if (!kept) owned_csr_free(copy_.release());
+    return kept;
   }
 
  private:

@@ -1,5 +1,6 @@
 #include "sm/blocks.h"
 
+#include "frame/regions.h"
 #include "matrix/sorted_rows.h"
 
 namespace nevrad {
@@ -255,32 +256,38 @@ status build_blocks(const compressed_matrix<T>& a,
   return success;
 }
 
-// Whether rows are what most triangles have: none empty, strictly ascending, and the diagonal
-// element the one solved last. Tells how far they reach then.
+// What a range of rows tells of whether rows are what most triangles have: none empty, strictly
+// ascending, and the diagonal element the one solved last.
 //
 // A step down from one row to the next stands next to a diagonal element, so a row's far entry
-// tells of it; as many steps as those are none within rows.
+// tells of it; as many steps as those are none within rows. A step between two ranges counts in
+// one and is told of by a row of the other, so that only their sum says something.
+struct range_facts {
+  bool plain;                  // as far as rows can tell
+  std::int32_t steps_in_rows;  // steps down less those that rows tell of
+  std::int32_t reach;
+};
+
 template <triangle Side, class T>
-bool rows_are_plain(const compressed_matrix<T>& a, std::int32_t& reach) {
+range_facts look_at_range(const compressed_matrix<T>& a, std::int32_t lo, std::int32_t hi) {
   constexpr bool lower = Side == triangle::lower;
   constexpr std::int32_t rows_in_cache = 1024;
   const std::int32_t base = a.base;
   const std::int32_t* const indices = a.indices;
   const std::int32_t* const end = a.end;
-  std::int32_t between_rows = 0;
   std::int32_t steps = 0;
   std::int32_t farthest = 0;
-  std::int32_t stop = 0;
-  for (std::int32_t i = 0; i < a.rows;) {
-    // The simple pass first: memory keeps up with it.
-    const std::int32_t to = a.rows - i < rows_in_cache ? a.rows : i + rows_in_cache;
+  std::int32_t stop = lo == 0 ? 0 : end[lo - 1] - base;
+  for (std::int32_t i = lo; i < hi;) {
+    const std::int32_t to = hi - i < rows_in_cache ? hi : i + rows_in_cache;
     const std::int32_t last = end[to - 1] - base - 1;
-    for (std::int32_t p = i == 0 ? 0 : stop - 1; p < last; ++p) {
-      steps += indices[p] >= indices[p + 1] ? 1 : 0;
-    }
     bool rising = end[i] - base > stop;
     for (std::int32_t k = i; k < to - 1; ++k) rising &= end[k] < end[k + 1];
-    if (!rising) return false;
+    if (!rising || stop < 0 || last >= csr_entries(a)) return {};
+    // The simple pass first: memory keeps up with it.
+    for (std::int32_t p = stop > 0 ? stop - 1 : 0; p < last; ++p) {
+      steps += indices[p] >= indices[p + 1] ? 1 : 0;
+    }
     std::int32_t displaced = 0;
     for (; i < to; ++i) {
       const std::int32_t first = stop;
@@ -288,15 +295,32 @@ bool rows_are_plain(const compressed_matrix<T>& a, std::int32_t& reach) {
       const std::int32_t own = i + base;
       displaced |= indices[lower ? stop - 1 : first] ^ own;
       const std::int32_t across = lower ? own - indices[first] : indices[stop - 1] - own;
-      between_rows += across > 0 ? 1 : 0;
+      steps -= across > 0 ? 1 : 0;
       farthest = across > farthest ? across : farthest;
     }
-    if (displaced != 0) return false;
+    if (displaced != 0) return {};
+  }
+  return {.plain = true, .steps_in_rows = steps, .reach = farthest};
+}
+
+template <triangle Side, class T>
+bool rows_are_plain(const compressed_matrix<T>& a, int threads, std::int32_t& reach) {
+  range_facts ranges[max_thread_budget];
+  for_each_part_on_team(threads, [&](int t) {
+    const static_block rows = block_of(a.rows, threads, t);
+    ranges[t] = look_at_range<Side>(a, rows.first, rows.last);
+  });
+  std::int64_t steps = 0;
+  reach = 0;
+  for (int t = 0; t < threads; ++t) {
+    if (!ranges[t].plain) return false;
+    steps += ranges[t].steps_in_rows;
+    if (ranges[t].reach > reach) reach = ranges[t].reach;
   }
   // The outermost row has no neighbour to step to.
-  const std::int32_t outermost = lower ? indices[0] : indices[stop - 1];
-  reach = farthest;
-  return steps == between_rows && outermost == (lower ? base : a.rows - 1 + base);
+  const std::int32_t outermost =
+      Side == triangle::lower ? a.indices[0] : a.indices[a.end[a.rows - 1] - a.base - 1];
+  return steps == 0 && outermost == (Side == triangle::lower ? 0 : a.rows - 1) + a.base;
 }
 
 template <triangle Side, class T>
@@ -332,10 +356,13 @@ row_facts look_at_any_rows(const compressed_matrix<T>& a) {
 }  // namespace
 
 template <triangle Side, class T>
-row_facts look_at_rows(const compressed_matrix<T>& a) {
+row_facts look_at_rows(const compressed_matrix<T>& a, int budget) {
   if (csr_entries(a) < 1 || a.begin[0] != a.base) return {};
+  // Rows of a thread that are worth a region.
+  constexpr std::int32_t share = 8192;
+  const int threads = a.rows / share >= budget ? budget : 1;
   std::int32_t reach = 0;
-  if (rows_are_plain<Side>(a, reach)) {
+  if (rows_are_plain<Side>(a, threads, reach)) {
     return {.ascending = true, .diagonals_at_end = true, .reach = reach};
   }
   return look_at_any_rows<Side>(a);
@@ -398,8 +425,8 @@ status sm_build_upper_blocks(const compressed_matrix<T>& a,
 
 #define NEVRAD_INSTANTIATE(letter, T)                                                              \
   template status sm_block_storage_alloc(std::int32_t, std::int32_t, std::int32_t, sm_blocks<T>&); \
-  template row_facts look_at_rows<triangle::lower>(const compressed_matrix<T>&);                   \
-  template row_facts look_at_rows<triangle::upper>(const compressed_matrix<T>&);                   \
+  template row_facts look_at_rows<triangle::lower>(const compressed_matrix<T>&, int);              \
+  template row_facts look_at_rows<triangle::upper>(const compressed_matrix<T>&, int);              \
   template status sm_build_lower_blocks(const compressed_matrix<T>&, std::int32_t,                 \
                                         const row_facts&, sm_blocks<T>&, triangle_form);           \
   template status sm_build_upper_blocks(const compressed_matrix<T>&, std::int32_t,                 \

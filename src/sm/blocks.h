@@ -71,6 +71,12 @@ struct sm_blocks {
   const compressed_matrix<T>* rows = nullptr;
   std::int32_t reach = 0;
   bool diagonals_at_end = false;
+
+  // Gives back the room of entries that have stayed in the matrix.
+  void release_unread() {
+    indices = scratch<std::int32_t>();
+    values = scratch<T>();
+  }
 };
 
 // 1 / a. Complex: no scaling against overflow; a zero gives NaN.
@@ -93,8 +99,9 @@ struct row_facts {
   bool diagonals_at_end = false;
   std::int32_t reach = 0;
 };
+// On `budget` threads, where rows are many.
 template <triangle Side, class T>
-row_facts look_at_rows(const compressed_matrix<T>& a);
+row_facts look_at_rows(const compressed_matrix<T>& a, int budget = 1);
 
 // How a triangle is held. All forms give the same bits.
 //   blocks        a pointer for every row in every block that spans it: the work grows with the

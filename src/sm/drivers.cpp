@@ -43,18 +43,18 @@ status sm_driver(const compressed_matrix<T>& a,
                  std::int32_t ldy,
                  T alpha) {
   if (a.sorted != 0 && a.sorted != 1) return invalid_value;
-  row_facts facts = look_at_rows<Side>(a);
+  const int budget = current_thread_budget();
+  row_facts facts = look_at_rows<Side>(a, budget);
   sorted_rows<T> sorted;
   if (a.sorted == 0) {
     const status made = sorted.sort(a, facts.ascending);
     if (made != success) return made;
-    if (!facts.ascending) facts = look_at_rows<Side>(sorted.get());
+    if (!facts.ascending) facts = look_at_rows<Side>(sorted.get(), budget);
   }
   sm_blocks<T> blocks;
   const status built = build_blocks<Side>(a.sorted == 0 ? sorted.get() : a, facts, blocks);
   if (built != success) return built;
-  sorted.release_unread(blocks.rows != nullptr);
-  const int budget = current_thread_budget();
+  if (sorted.release_unread(blocks.rows != nullptr)) blocks.release_unread();
   if (budget == 1) {
     const scratch<T> panel = sm_panel(blocks);
     if (!panel) return alloc_failed;

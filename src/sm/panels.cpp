@@ -20,32 +20,45 @@ struct panel_operands {
   T alpha;
 };
 
-// Rows in use, `ld` from one to the next, in a ring. Those from index `start` on stand first, in a
+// Rows in use, one after another in a ring of `size`. Those from index `start` on stand first, in a
 // lower triangle up to the newest one, in an upper one `size` of them; the others are older.
 template <triangle Side, int W, class T>
-struct turning_rows {
-  T* panel;
-  std::int64_t start;
-  std::int64_t size;
-  std::int64_t ld;
+class turning_rows {
+ public:
+  turning_rows(T* panel, std::int64_t start, std::int64_t size)
+      : panel_(panel), split_(start), size_(size) {
+    if constexpr (Side == triangle::upper) split_ += size;
+  }
+
+  // Rows of indices below `split` stand in one part of the ring, the others in the other.
+  std::int64_t split() const { return split_; }
+  NEVRAD_INLINE lanes<T, W> below(std::int64_t index) const {
+    return load<W>(panel_ + (index - split_ + size_) * W);
+  }
+  NEVRAD_INLINE lanes<T, W> above(std::int64_t index) const {
+    return load<W>(panel_ + (index - split_) * W);
+  }
   NEVRAD_INLINE T* at(std::int64_t index) const {
-    const std::int64_t place = scalar(index - start);
-    if constexpr (Side == triangle::lower) {
-      return panel + (place < 0 ? place + size : place) * ld;
-    } else {
-      return panel + (place >= size ? place - size : place) * ld;
-    }
+    const std::int64_t place = scalar(index - split_);
+    const std::int64_t turned = scalar(place + size_);
+    return panel_ + (place < 0 ? turned : place) * W;
   }
   NEVRAD_INLINE lanes<T, W> operator()(std::int64_t index) const { return load<W>(at(index)); }
 
   // Goes round, where the row of this index, or a turn's first one, finds the ring full.
   NEVRAD_INLINE void make_room(std::int64_t index) {
     if constexpr (Side == triangle::lower) {
-      if (index == start + size) start = index;
+      if (index == split_ + size_) split_ += size_;
     } else {
-      if (index < start) start -= size;
+      if (index < split_ - size_) split_ -= size_;
     }
   }
+  std::int64_t start() const { return Side == triangle::lower ? split_ : split_ - size_; }
+
+ private:
+  T* panel_;
+  std::int64_t split_;
+  std::int64_t size_;
 };
 
 template <int W>
@@ -172,11 +185,11 @@ class row_solver {
     const std::int32_t at_once = chunks == 1 ? order_ : 1;
     const std::int64_t size = rows_of_ring();
     const std::int64_t base = rows_.base();
-    turning_rows<Side, 1, T> ring{panel_, lower ? base : base + order_ - size, size, count};
+    turning_rows<Side, 1, T> ring{panel_, lower ? base : base + order_ - size, size};
     for (std::int32_t step = 0; step < order_; step += at_once) {
       if constexpr (Streamed) ring.make_room(row_at(step) + base);
       for_each_chunk(count, [&](auto w, std::int32_t j) {
-        solve_chunk<Streamed && (w() > 1), w()>(step, step + at_once, j, j, ring.start, count);
+        solve_chunk<Streamed && (w() > 1), w()>(step, step + at_once, j, j, ring.start());
       });
     }
   }
@@ -188,17 +201,17 @@ class row_solver {
                    std::int32_t to,
                    std::int64_t x_at,
                    std::int64_t y_at,
-                   std::int64_t ring_start = 0,
-                   std::int32_t ring_ld = 0) const {
+                   std::int64_t ring_start = 0) const {
     constexpr bool by_rows = Layout == dense_layout::row_major;
     const std::int64_t ldx = by_rows ? operands_.ldx : 1;
     const std::int64_t ldy = by_rows ? operands_.ldy : 1;
+    const triangle_rows<Side, T> matrix = rows_;  // a copy: see solve_in_ring
     const T* const x = operands_.x + x_at;
     T* const y = operands_.y + y_at;
-    const std::int32_t base = rows_.base();
+    const std::int32_t base = matrix.base();
     auto solution = [&] {
       if constexpr (Streamed) {
-        return turning_rows<Side, W, T>{panel_ + y_at, ring_start, rows_of_ring(), ring_ld};
+        return turning_rows<Side, W, T>(panel_ + y_at * rows_of_ring(), ring_start, rows_of_ring());
       } else {
         return strided_rows<W, T>{y - base * ldy, ldy};
       }
@@ -216,7 +229,8 @@ class row_solver {
         }
       }
       const lanes<T, W> row = multiply_fused(factor, load<W>(x + i * ldx));
-      newest = rows_.template solve<Diagonal>(static_cast<std::int32_t>(i), row, solution, &newest);
+      const auto r = static_cast<std::int32_t>(i);
+      newest = matrix.template solve<Diagonal>(r, matrix.own_bound(r), row, solution, &newest);
       if constexpr (Streamed) {
         store(solution.at(i + base), newest);
         store_streaming(y + i * ldy, newest);
@@ -266,38 +280,53 @@ class row_solver {
   template <bool Streamed, int W>
   void solve_in_ring(std::int32_t j) const {
     const auto& o = operands_;
+    // Copies of what the loop uses: the compiler has to take members for changed by every store.
+    const triangle_rows<Side, T> matrix = rows_;
+    const times_elements<T> scaled{o.alpha};
+    const std::int64_t ldx = o.ldx;
+    const std::int64_t ldy = o.ldy;
+    const std::int32_t order = order_;
     const T* const x = o.x + o.element(0, j, o.ldx);
     T* const y = o.y + o.element(0, j, o.ldy);
-    const std::int32_t base = rows_.base();
+    const std::int32_t base = matrix.base();
     const std::int32_t before = rows_before_line(y);
     turning_rows<Side, W, T> solution = rows_in_use<W>(before);
     lanes<T, W> newest = zero_lanes<T, W>();
-    std::int32_t next = lower ? 0 : order_;
-    while (lower ? next < order_ : next > 0) {
-      const std::int32_t end = lower ? line_of(next, before) + rows_at_once : next;
-      const std::int32_t begin = lower ? next : line_of(next - 1, before);
-      const std::int32_t first = begin < 0 ? 0 : begin;
-      const std::int32_t last = end > order_ ? order_ : end;
+    std::int32_t next = lower ? 0 : order;
+    while (lower ? next < order : next > 0) {
+      // Rows of one line and one block.
+      const std::int32_t own = matrix.own_bound(lower ? next : next - 1);
+      const std::int32_t first =
+          lower ? next : largest(0, line_of(next - 1, before), own - base - sm_block_size);
+      const std::int32_t last = lower ? -largest(-order, -line_of(next, before) - rows_at_once,
+                                                 base - own - sm_block_size)
+                                      : next;
       const std::int32_t rows = last - first;
       solution.make_room(first + base);
       T* const part = solution.at(first + base);
-      const times_elements<T> scaled{o.alpha};
       if (rows == rows_at_once) {
-        load_panel_lines<W>(part, x + first, o.ldx, scaled);
+        load_panel_lines<W>(part, x + first, ldx, scaled);
       } else {
-        load_panel_columns<W>(part, x + first, o.ldx, rows, scaled);
+        load_panel_columns<W>(part, x + first, ldx, rows, scaled);
       }
       for (std::int32_t step = 0; step < rows; ++step) {
         const std::int32_t r = lower ? step : rows - 1 - step;
-        if constexpr (!fixed_hints) prefetch_columns<Streamed, W>(x + first, y + first, step);
+        if constexpr (!fixed_hints) {
+          if (W >= rows_at_once || step < W) {
+            prefetch_columns<W>(x + first + step * ldx, ldx, x_bytes_ahead);
+            if constexpr (!Streamed) {
+              prefetch_columns<W>(y + first + step * ldy, ldy, y_bytes_ahead);
+            }
+          }
+        }
         T* const at = part + r * W;
-        newest = rows_.template solve<Diagonal>(first + r, load<W>(at), solution, &newest);
+        newest = matrix.template solve<Diagonal>(first + r, own, load<W>(at), solution, &newest);
         store(at, newest);
       }
       if (rows == rows_at_once) {
-        store_panel_lines<Streamed, W>(part, y + first, o.ldy);
+        store_panel_lines<Streamed, W>(part, y + first, ldy);
       } else {
-        store_panel_columns<W>(part, y + first, o.ldy, rows);
+        store_panel_columns<W>(part, y + first, ldy, rows);
       }
       next = lower ? last : first;
     }
@@ -309,10 +338,15 @@ class row_solver {
   template <int W>
   turning_rows<Side, W, T> rows_in_use(std::int32_t before) const {
     const std::int32_t base = rows_.base();
-    if (!ring_fits(W)) return {panel_, base, order_, W};
+    if (!ring_fits(W)) return {panel_, base, order_};
     const std::int64_t size = rows_of_ring();
-    if constexpr (lower) return {panel_, base + line_of(0, before), size, W};
-    return {panel_, base + line_of(order_ - 1, before) + rows_at_once - size, size, W};
+    if constexpr (lower) return {panel_, base + line_of(0, before), size};
+    return {panel_, base + line_of(order_ - 1, before) + rows_at_once - size, size};
+  }
+
+  static std::int32_t largest(std::int32_t a, std::int32_t b, std::int32_t c) {
+    const std::int32_t larger = a > b ? a : b;
+    return larger > c ? larger : c;
   }
 
   // The row in which the line of a column begins that holds row i, `before` rows standing in front
@@ -328,16 +362,11 @@ class row_solver {
     return static_cast<std::int32_t>((std::uintptr_t{0} - at) % cache_line / sizeof(T));
   }
 
-  // Columns take turns, a row's work apart: asked for at once, their lines would wait for each
-  // other.
-  template <bool Streamed, int W>
-  NEVRAD_INLINE void prefetch_columns(const T* x, const T* y, std::int32_t step) const {
-    const auto& o = operands_;
-    if (W < rows_at_once && step >= W) return;
-    for (int c = 0; c < W; c += rows_at_once) {
-      prefetch_element(x, o.element(0, c + step, o.ldx), x_bytes_ahead);
-      if constexpr (!Streamed) prefetch_element(y, o.element(0, c + step, o.ldy), y_bytes_ahead);
-    }
+  // Of every eighth column, or as many as a line has rows: columns take turns, a row's work apart.
+  // Asked for at once, their lines would wait for each other.
+  template <int W>
+  NEVRAD_INLINE static void prefetch_columns(const T* from, std::int64_t ld, int bytes) {
+    for (int c = 0; c < W; c += rows_at_once) prefetch_element(from, c * ld, bytes);
   }
 
   triangle_rows<Side, T> rows_;

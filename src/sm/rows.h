@@ -25,24 +25,33 @@ class triangle_rows {
 
   std::int32_t base() const { return base_; }
 
+  // The bound of row i's own block on the side of the blocks solved before it: an index below it
+  // (lower), or from it on (upper), is in one of those.
+  NEVRAD_INLINE std::int32_t own_bound(std::int32_t i) const {
+    if constexpr (Side == triangle::lower) {
+      return (i & -sm_block_size) + base_;
+    } else {
+      return end_of_blocks_ - ((end_of_blocks_ - base_ - 1 - i) & -sm_block_size);
+    }
+  }
+
   // The right-hand side `row` of row i, solved; solution(index) is a solved row. `newest`, which
   // may be null, is the row solved just before it: taken from there, where row i uses it, it is at
   // hand sooner than from memory.
   template <diagonal Diagonal, int W, class Rows>
   NEVRAD_INLINE lanes<T, W> solve(std::int32_t i,
+                                  std::int32_t own,
                                   lanes<T, W> row,
                                   const Rows& solution,
                                   const lanes<T, W>* newest = nullptr) const {
     constexpr bool lower = Side == triangle::lower;
     const std::int64_t d = diagonals_[i] - behind_diagonal_;
     if constexpr (lower) {
-      const std::int32_t own = (i & -sm_block_size) + base_;
       std::int64_t p = begin_[i];
       ask_ahead(p, 1);
       while (indices_[p] < own) row = subtract(row, next_sum<W>(p, solution));
       if (p < d) row = subtract(row, own_sum<W>(p, d, i - 1 + base_, solution, newest));
     } else {
-      const std::int32_t own = end_of_blocks_ - ((end_of_blocks_ - base_ - 1 - i) & -sm_block_size);
       std::int64_t e = end_[i];
       ask_ahead(e, -1);
       while (indices_[e - 1] >= own) row = subtract(row, previous_sum<W>(e, solution));
@@ -68,6 +77,17 @@ class triangle_rows {
     }
   }
 
+  // Whether rows stand in two parts of a ring, whose indices a bound tells apart: looking for it
+  // among a row's entries costs less than asking of each of them.
+  template <class Rows>
+  static constexpr bool in_ring = requires(const Rows& rows) { rows.split(); };
+
+  template <int W>
+  NEVRAD_INLINE void add_entry(lanes<T, W>& sum, std::int64_t& p, lanes<T, W> solved) const {
+    sum = multiply_add(sum, solved, broadcast<W>(load<1>(values_ + p)));
+    ++p;
+  }
+
   // The sum over the entries from p on that are in the block of the first one, which is not the
   // block of their row: the diagonal element stands behind them.
   template <int W, class Rows>
@@ -82,11 +102,18 @@ class triangle_rows {
     // Most parts are short: looking for their end, and groups of four, would cost more than the
     // sums.
     lanes<T, W> sum = zero_lanes<T, W>();
+    if constexpr (in_ring<Rows>) {
+      const auto split = static_cast<std::int32_t>(solution.split());
+      const std::int32_t stop_below = split < stop ? split : stop;
 #pragma clang loop unroll(disable)
-    do {
-      sum = multiply_add(sum, solution(indices_[p]), broadcast<W>(load<1>(values_ + p)));
-      ++p;
-    } while (indices_[p] < stop);
+      while (indices_[p] < stop_below) add_entry<W>(sum, p, solution.below(indices_[p]));
+#pragma clang loop unroll(disable)
+      while (indices_[p] < stop) add_entry<W>(sum, p, solution.above(indices_[p]));
+    } else {
+#pragma clang loop unroll(disable)
+      do add_entry<W>(sum, p, solution(indices_[p]));
+      while (indices_[p] < stop);
+    }
     return sum;
   }
 
@@ -95,9 +122,16 @@ class triangle_rows {
   NEVRAD_INLINE lanes<T, W> previous_sum(std::int64_t& e, const Rows& solution) const {
     const std::int32_t to_end = end_of_blocks_ - 1 - indices_[e - 1];
     const std::int32_t low = end_of_blocks_ - (to_end | (sm_block_size - 1)) - 1;
-    const std::int64_t stop = e;
-    do --e;
-    while (indices_[e - 1] >= low);
+    const std::int64_t stop = e--;
+    if constexpr (!fixed_hints) {
+      if (indices_[e - 1] < low) {
+        std::int64_t p = e;
+        lanes<T, W> sum = zero_lanes<T, W>();
+        add_entry<W>(sum, p, solution(indices_[e]));
+        return sum;
+      }
+    }
+    while (indices_[e - 1] >= low) --e;
     return plain_sum<W>(zero_lanes<T, W>(), e, stop, solution);
   }
 
@@ -110,16 +144,14 @@ class triangle_rows {
                                     const lanes<T, W>* newest) const {
     lanes<T, W> sum = zero_lanes<T, W>();
     if (fixed_hints || newest == nullptr) return plain_sum<W>(sum, p, stop, solution);
-    const auto take_newest = [&](std::int64_t at) {
-      sum = multiply_add(sum, *newest, broadcast<W>(load<1>(values_ + at)));
-    };
     if constexpr (Side == triangle::lower) {
       if (indices_[stop - 1] != near) return plain_sum<W>(sum, p, stop, solution);
-      sum = plain_sum<W>(sum, p, stop - 1, solution);
-      take_newest(stop - 1);
+      std::int64_t last = stop - 1;
+      sum = plain_sum<W>(sum, p, last, solution);
+      add_entry<W>(sum, last, *newest);
       return sum;
     } else {
-      if (indices_[p] == near) take_newest(p++);
+      if (indices_[p] == near) add_entry<W>(sum, p, *newest);
       return plain_sum<W>(sum, p, stop, solution);
     }
   }
@@ -130,9 +162,16 @@ class triangle_rows {
                                       std::int64_t stop,
                                       const Rows& solution) const {
     if constexpr (fixed_hints) return sum_of<W>(p, stop, solution);
+    if constexpr (in_ring<Rows>) {
 #pragma clang loop unroll(disable)
-    for (; p < stop; ++p) {
-      sum = multiply_add(sum, solution(indices_[p]), broadcast<W>(load<1>(values_ + p)));
+      while (p < stop && indices_[p] < solution.split()) {
+        add_entry<W>(sum, p, solution.below(indices_[p]));
+      }
+#pragma clang loop unroll(disable)
+      while (p < stop) add_entry<W>(sum, p, solution.above(indices_[p]));
+    } else {
+#pragma clang loop unroll(disable)
+      while (p < stop) add_entry<W>(sum, p, solution(indices_[p]));
     }
     return sum;
   }

@@ -303,6 +303,46 @@ TYPED_TEST(many_solve, has_the_same_bits_in_large_columns) {
   expect_same_large_columns<TypeParam, nevrad::triangle::upper>(1, 3);
 }
 
+// What threads find out about their shares of the rows is what one finds out about all, faults in
+// the rows at which shares meet and at the ends included.
+template <nevrad::triangle Side>
+void expect_same_facts() {
+  constexpr bool lower = Side == nevrad::triangle::lower;
+  constexpr int order = 3 * 8192 + 5;
+  generator random(1);
+  const auto plain = two_diagonals<double>(random, lower, order, 3, false, 1);
+  const auto look = [](const matrix<double>& a, int budget) {
+    return nevrad::look_at_rows<Side>(a.view(), budget);
+  };
+  EXPECT_TRUE(look(plain, 2).diagonals_at_end && look(plain, 2).reach == 3);
+  for (const int row : {0, 4, 8192, 8193, order / 2 - 1, order / 2, order / 2 + 1, order - 1}) {
+    const int first = plain.begin[row] - 1;
+    const int last = plain.end[row] - 2;
+    matrix<double> unsorted = plain;
+    std::swap(unsorted.indices[first], unsorted.indices[last]);
+    matrix<double> displaced = plain;
+    displaced.indices[lower ? last : first] += lower ? -1 : 1;
+    matrix<double> twice = plain;
+    twice.indices[lower ? first : last] = row + 1;
+    for (const auto& a : {unsorted, displaced, twice}) {
+      const auto want = look(a, 1);
+      for (const int budget : {2, 3}) {
+        const auto got = look(a, budget);
+        EXPECT_EQ(got.ascending, want.ascending) << row;
+        EXPECT_EQ(got.diagonals_at_end, want.diagonals_at_end) << row;
+        EXPECT_EQ(got.reach, want.reach) << row;
+      }
+    }
+    EXPECT_EQ(look(unsorted, 2).ascending, first == last) << row;
+    EXPECT_FALSE(look(displaced, 2).diagonals_at_end) << row;
+  }
+}
+
+TEST(many_solve_facts, are_the_same_for_every_budget) {
+  expect_same_facts<nevrad::triangle::lower>();
+  expect_same_facts<nevrad::triangle::upper>();
+}
+
 // Whether the rows are sorted is told by 0 and 1.
 TYPED_TEST(many_solve, refuses_a_mark_of_sorting_that_means_nothing) {
   using T = TypeParam;
