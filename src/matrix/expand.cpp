@@ -102,17 +102,14 @@ void transpose_back(const owned_matrix<T>& source,
 }
 
 template <class T>
-line_counts count_taken(const taken_triangle<T>& taken,
-                        std::int32_t* block,
-                        bool mirrored,
-                        bool images_alone = false) {
+line_counts count_taken(const taken_triangle<T>& taken, std::int32_t* block, bool mirrored) {
   const std::int32_t rows = taken.source.rows;
   line_counts counts{block, block + rows};
   memset(block, 0, 2 * sizeof(std::int32_t) * static_cast<std::uint64_t>(rows));
   std::int64_t entries = 0;
   std::int64_t images = 0;
   const auto count_one = [&](std::int32_t i, std::int32_t c) {
-    counts.a[c] += images_alone && i == c ? 0 : 1;
+    ++counts.a[c];
     ++counts.b[i];
     ++entries;
     if (mirrored && i != c) {
@@ -127,10 +124,43 @@ line_counts count_taken(const taken_triangle<T>& taken,
   return counts;
 }
 
+// For expand_at_once: `a` counts the images of each row, `b` its own entries.
+template <class T>
+line_counts count_images(const taken_triangle<T>& taken, std::int32_t* block, bool mirrored) {
+  const compressed_matrix<T>& source = taken.source;
+  const std::int32_t rows = source.rows;
+  const std::int32_t base = source.base;
+  const bool lower = taken.side == triangle::lower;
+  const bool unit = taken.ones == diagonal::unit;
+  line_counts counts{block, block + rows};
+  memset(block, 0, sizeof(std::int32_t) * static_cast<std::uint64_t>(rows));
+  std::int64_t entries = 0;
+  std::int64_t on_diagonal = 0;
+  for (std::int32_t i = 0; i < rows; ++i) {
+    const std::int64_t last = source.end[i] - base;
+    std::int32_t inside = 0;
+    std::int32_t stored = 0;
+    for (std::int64_t e = source.begin[i] - base; e < last; ++e) {
+      const std::int32_t c = source.indices[e] - base;
+      stored += c == i ? 1 : 0;
+      if (lower ? c >= i : c <= i) continue;
+      ++inside;
+      ++counts.a[c];
+    }
+    const std::int32_t diagonals = unit ? 1 : stored;
+    counts.b[i] = inside + diagonals;
+    entries += inside;
+    on_diagonal += diagonals;
+  }
+  counts.total_a = static_cast<std::int32_t>(entries + on_diagonal);
+  counts.total_b = static_cast<std::int32_t>((mirrored ? 2 * entries : entries) + on_diagonal);
+  return counts;
+}
+
 // Where the rows of the source ascend, the second transposition brings the taken entries back to
 // where they stood: they are copied there, and only their images are scattered. A row's images come
 // from rows further up (an upper triangle's, in front of its own entries) or further down (behind
-// them), in the order in which those rows are walked. `counts.a` counts the images.
+// them), in the order in which those rows are walked.
 template <conjugation C, mirror M, class T>
 void expand_at_once(const taken_triangle<T>& taken,
                     owned_matrix<T>& result,
@@ -145,7 +175,7 @@ void expand_at_once(const taken_triangle<T>& taken,
   std::int32_t at = 0;
   for (std::int32_t i = 0; i < rows; ++i) {
     const std::int32_t images = mirrored ? counts.a[i] : 0;
-    const std::int32_t own = counts.b[i] - images;
+    const std::int32_t own = counts.b[i];
     begin[i] = at;
     next[i] = lower ? at + own : at;
     at += own + images;
@@ -193,7 +223,9 @@ status expand_with_stages(const taken_triangle<T>& taken, owned_matrix<T>** out)
   // Ones stand behind the other entries of a row when they are walked.
   const bool at_once = (taken.ones == diagonal::stored || taken.side == triangle::lower) &&
                        rows_ascend(taken.source);
-  const line_counts counts = count_taken(taken, block.get(), M != mirror::none, at_once);
+  constexpr bool mirrored = M != mirror::none;
+  const line_counts counts = at_once ? count_images(taken, block.get(), mirrored)
+                                     : count_taken(taken, block.get(), mirrored);
   scoped_matrix<T> transposed;
   const status made = owned_csr_alloc(rows, rows, counts.total_a, transposed.out());
   if (made != success) return made;

@@ -22,6 +22,13 @@ inline std::int32_t count_descents(const std::int32_t* indices, std::int32_t cou
   return descents;
 }
 
+// How many of the first `count` indices are below the one behind them.
+inline std::int32_t count_ascents(const std::int32_t* indices, std::int32_t count) {
+  std::int32_t ascents = 0;
+  for (std::int32_t p = 0; p < count; ++p) ascents += indices[p] < indices[p + 1] ? 1 : 0;
+  return ascents;
+}
+
 // The rows of a matrix, in order when they are asked for. A row of a product depends on no other
 // row, so each range of rows may be looked at just before it is used, by the thread that uses it.
 template <class T>

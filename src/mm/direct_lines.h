@@ -8,6 +8,7 @@
 #include "arith/dense.h"
 #include "mm/held_lines.h"
 #include "mm/operands.h"
+#include "mm/panel_window.h"
 #include "mm/rows_in_place.h"
 
 namespace nevrad {
@@ -57,6 +58,10 @@ void add_direct_lines(const line_reader<Which, T> a,
                       const direct_columns<W, T> d) {
   for (std::int32_t i = r; i < stop; ++i) {
     const line_parts part = a.parts(i);
+    if constexpr (!Cut) {
+      fetch_rows_ahead<W>(d.b.at + i * d.b.ld, d.b.ld, 8);
+      fetch_rows_ahead<W>(d.row(i), d.ldc, 8);
+    }
     std::int64_t p = part.first;
     std::int64_t q = part.last;
     if constexpr (Cut) {
@@ -69,6 +74,10 @@ void add_direct_lines(const line_reader<Which, T> a,
       continue;
     }
     const auto add_diagonal = [&](lanes<T, W> own) {
+      if (a.plain) {
+        const lanes<T, W> v = broadcast<W>(load<1>(a.values + part.diag_first));
+        return multiply_add(own, multiply(v, d.alpha), b_line);
+      }
       own = add_direct<true, false>(own, b_line, a.values, a.indices, part.diag_first,
                                     part.diag_last, d);
       return a.ones ? multiply_add(own, d.alpha, b_line) : own;
@@ -114,7 +123,7 @@ void multiply_taken_direct(const held_lines<T>& held,
   const std::int32_t first = reached(std::int64_t{lo} - found.above, lines);
   const std::int32_t last = reached(std::int64_t{hi} + found.below, lines);
   const std::int32_t at_once = lines_in_a_chunk(found, o);
-  const line_reader<Which, T> a(held);
+  const line_reader<Which, T> a(held, found.plain);
   std::int32_t scaled = lo;
   std::int32_t stop = first;
   for (std::int32_t r = first; r < last; r = stop) {

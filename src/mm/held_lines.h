@@ -47,20 +47,26 @@ struct line_reader {
   const std::int32_t* end;
   std::int32_t base;
   bool ones;
+  bool plain;  // see line_survey
 
-  explicit line_reader(const held_lines<T>& held)
+  explicit line_reader(const held_lines<T>& held, bool plain_lines = false)
       : values(held.lines.values - held.lines.base),
         indices(held.lines.indices - held.lines.base),
         begin(held.lines.begin),
         end(held.lines.end),
         base(held.lines.base),
-        ones(held.ones == diagonal::unit) {}
+        ones(held.ones == diagonal::unit),
+        plain(plain_lines) {}
 
   // Of a triangle the line must ascend.
   NEVRAD_INLINE line_parts parts(std::int32_t i) const {
     const std::int64_t first = begin[i];
     const std::int64_t last = end[i];
     if constexpr (Which == taken::all) return {first, last, last, last};
+    if (plain) {
+      if constexpr (Which == taken::lower) return {first, last - 1, last - 1, last};
+      return {first + 1, last, first, first + 1};
+    }
     const std::int32_t at = i + base;
     if constexpr (Which == taken::lower) {
       std::int64_t p = last;
@@ -100,6 +106,7 @@ struct line_survey {
   std::int32_t below = std::numeric_limits<std::int32_t>::max();
   std::int32_t above = std::numeric_limits<std::int32_t>::max();
   bool diagonal_in_all_lines = false;
+  bool plain = false;  // lines of a triangle that hold their diagonal once, and just taken entries
 };
 
 // The lines from r up to but excluding `stop`, looked through; false where they do not ascend.
@@ -115,6 +122,8 @@ bool survey_each(const line_reader<Which, T>& a,
     found.off_diagonal += part.last - part.first;
     found.on_diagonal += part.diag_last - part.diag_first;
     found.diagonal_in_all_lines &= part.diag_last > part.diag_first || a.ones;
+    found.plain &= part.diag_last - part.diag_first == 1 &&
+                   part.last - part.first + 1 == a.end[i] - a.begin[i];
     if (part.first == part.last) continue;
     found.below = std::max(found.below, i + a.base - a.indices[part.first]);
     found.above = std::max(found.above, a.indices[part.last - 1] - i - a.base);
@@ -122,11 +131,50 @@ bool survey_each(const line_reader<Which, T>& a,
   return true;
 }
 
-// The same for lines that have others on both sides and hold something, nothing that is not taken,
-// and their diagonal once at most: such a line tells by its first and last entries. False, and
-// nothing found, where there is another one, or a line that does not ascend.
+// The same for plain lines that have others on both sides, without an index twice: such a line
+// tells by its first and last entries. False, and nothing found, where there is another one.
 template <taken Which, class T>
 [[gnu::noinline]] bool survey_plain(const line_reader<Which, T>& a,
+                                    std::int32_t r,
+                                    std::int32_t stop,
+                                    line_survey& found) {
+  constexpr bool lower = Which == taken::lower;
+  const std::int32_t start = a.begin[r];
+  const std::int32_t* const end = a.end;
+  const std::int32_t* const indices = a.indices;
+  const std::int32_t base = a.base;
+  if (end[stop - 1] <= start) return false;
+  std::int32_t other = 0;
+  std::int32_t longer = 0;  // lines of several entries: with the next or last one a step down
+  std::int32_t farthest = 0;
+  std::int64_t first = start;
+  for (std::int32_t i = r; i < stop; ++i) {
+    const std::int64_t last = end[i];
+    if (last <= first) return false;
+    const std::int32_t at = i + base;
+    const std::int32_t reach = lower ? at - indices[first] : indices[last - 1] - at;
+    other |= at ^ indices[lower ? last - 1 : first];
+    longer += reach > 0 ? 1 : 0;
+    farthest = std::max(farthest, reach);
+    first = last;
+  }
+  // The step between the first or last of these lines and the one that is not looked at.
+  longer -= (lower ? indices[start] < r + base : indices[first - 1] > stop - 1 + base) ? 1 : 0;
+  const auto entries = static_cast<std::int32_t>(first - start);
+  if (other != 0 || entries - 1 - count_ascents(indices + start, entries - 1) != longer) {
+    return false;
+  }
+  found.off_diagonal += entries - (stop - r);
+  found.on_diagonal += stop - r;
+  std::int32_t& reached = lower ? found.below : found.above;
+  reached = std::max(reached, farthest);
+  return true;
+}
+
+// The same for lines that have others on both sides and hold something, nothing that is not taken,
+// and their diagonal once at most.
+template <taken Which, class T>
+[[gnu::noinline]] bool survey_taken(const line_reader<Which, T>& a,
                                     std::int32_t r,
                                     std::int32_t stop,
                                     line_survey& found) {
@@ -178,7 +226,7 @@ template <taken Which, class T>
 template <taken Which, class T>
 line_survey survey_lines(const held_lines<T>& held) {
   constexpr std::int32_t at_once = 256;
-  line_survey found{true, 0, 0, 0, 0, true};
+  line_survey found{true, 0, 0, 0, 0, true, Which != taken::all};
   const line_reader<Which, T> a(held);
   const std::int32_t rows = held.lines.rows;
   if (a.begin[0] != a.base || !survey_each(a, 0, std::min(1, rows), found)) return {false};
@@ -187,7 +235,13 @@ line_survey survey_lines(const held_lines<T>& held) {
     stop = r + std::min(at_once, rows - r);
     // Some entry lies in front of these lines, and one behind them.
     const bool within = a.begin[r] > a.base && a.end[stop - 1] < a.end[rows - 1];
-    if (within && survey_plain(a, r, stop, found)) continue;
+    if constexpr (Which != taken::all) {
+      if (within && found.plain && !a.ones && survey_plain(a, r, stop, found)) continue;
+    }
+    if (within && survey_taken(a, r, stop, found)) {
+      found.plain = false;
+      continue;
+    }
     if (!survey_each(a, r, stop, found)) return {false};
   }
   if (Which != taken::all && a.ones) found.on_diagonal = rows;

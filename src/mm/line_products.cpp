@@ -92,7 +92,8 @@ status multiply_swept(const held_lines<T>& held,
     const status taken = blocks.take(rows, nnz, cols);
     if (taken != success) return scaled(taken);
   }
-  multiply_lines_in_ring(held, layout, found, ring, o, store.get());
+  const bool two = nnz >= 2 * std::int64_t{widest_chunk<T>} * ring.size && nnz >= 4 * ring.size;
+  multiply_lines_in_rings(held, layout, found, ring, two, o, store.get());
   return success;
 }
 
@@ -106,12 +107,14 @@ bool ring_pays(const held_lines<T>& held,
                dense_layout layout,
                std::int32_t n,
                std::int32_t nnz) {
-  const std::int32_t chunk = (layout == dense_layout::row_major ? 2 : 1) * mm_chunk<T>;
+  const bool in_rows = layout == dense_layout::row_major;
+  const std::int32_t chunk = (in_rows ? 2 : 1) * mm_chunk<T>;
   const std::int32_t chunks = (n + chunk - 1) / chunk;
   const double rows = held.result_rows();
   const double reach = (static_cast<double>(found.below) + found.above) / mm_block_cols;
   const bool quick = held.which == taken::lower && held.has_own() && found.diagonal_in_all_lines;
-  const double more = quick ? rows * (4 + 10 * reach) + nnz / 16.0 : 8 * rows * (1 + reach) + nnz;
+  const double quick_row = in_rows ? 2 + 3.5 * reach : 4 + 10 * reach;
+  const double more = quick ? rows * quick_row + nnz / 16.0 : 8 * rows * (1 + reach) + nnz;
   return chunks * more <= 3.5 * nnz;
 }
 

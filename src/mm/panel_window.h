@@ -25,6 +25,17 @@ NEVRAD_INLINE void fetch_columns_ahead(const T* at, std::int64_t ld) {
   }
 }
 
+// The same for W columns of a row-major matrix whose rows are wider: asks for them `rows` rows on.
+template <int W, class T>
+NEVRAD_INLINE void fetch_rows_ahead(const T* at, std::int64_t ld, std::int32_t rows) {
+  if constexpr (!fixed_hints) {
+    if (ld == W) return;
+    for (int j = 0; j < W; j += column_line<T>) {
+      prefetch<cache::level1>(at, (rows * ld + j) * static_cast<std::int64_t>(sizeof(T)));
+    }
+  }
+}
+
 // Columns from the first to one past the last that a row range uses; its rows ascend.
 struct column_span {
   std::int32_t low;

@@ -30,6 +30,11 @@ std::int64_t ring_size(const line_survey& found, std::int32_t rows, std::int32_t
   return std::min<std::int64_t>(size, std::int64_t{rows} + base);
 }
 
+// Columns of the widest chunk of a row-major product. On AArch64 the registers hold the sums of a
+// line and of its mirrored entries in one width.
+template <class T>
+inline constexpr int widest_chunk = fixed_hints ? mm_chunk<T> : 2 * mm_chunk<T>;
+
 template <class T>
 constexpr std::int64_t ring_elements(dense_layout layout, std::int64_t size, std::int32_t n) {
   const std::int32_t chunk = 2 * mm_chunk<T>;
@@ -44,17 +49,6 @@ struct ring_room {
   std::int32_t* words;
   std::int64_t size;
 };
-
-// As a chunk of wide rows is no stream to hardware: asks for the chunk some rows on.
-template <int W, class T>
-NEVRAD_INLINE void fetch_ahead(const T* at, std::int64_t ld) {
-  if constexpr (!fixed_hints) {
-    if (ld == W) return;
-    for (int j = 0; j < W; j += column_line<T>) {
-      prefetch<cache::level1>(at, (16 * ld + j) * static_cast<std::int64_t>(sizeof(T)));
-    }
-  }
-}
 
 // Rows of C in use; row r has the slot of index r + base. W columns beginning with `c`.
 template <int W, dense_layout Layout, class T>
@@ -99,6 +93,22 @@ class row_ring {
     open = part;
   }
 
+  // Adds value * b to the given part of a row, which becomes the open one.
+  NEVRAD_INLINE void add_image(std::int32_t index,
+                               std::int32_t part,
+                               lanes<T, W> b,
+                               T value) const {
+    T* const at = sum(index);
+    lanes<T, W> sums = load<W>(at);
+    std::int32_t& open = part_[index & mask_];
+    if (open != part) {
+      if (open != no_part) add_part(index, sums);
+      sums = zero_lanes<T, W>();
+      open = part;
+    }
+    store(at, multiply_add(sums, b, broadcast<W>(to_lane(value))));
+  }
+
   // Adds the sum of a part that is not the open one.
   NEVRAD_INLINE void add_part(std::int32_t index, lanes<T, W> sum) const {
     const lanes<T, W> scale = broadcast<W>(to_lane(alpha_));
@@ -107,12 +117,19 @@ class row_ring {
       store(row, multiply_add(load<W>(row), sum, scale));
     } else {
       T* const row = c_ + (index - base_) * ldc_;
-      fetch_ahead<W>(row, ldc_);
+      fetch_rows_ahead<W>(row, ldc_, 16);
       lanes<T, W> value = load<W>(row);
       std::int32_t& closed = closed_[index & mask_];
       if (closed == 0) value = multiply_fused(value, broadcast<W>(to_lane(beta_)));
       closed = 1;
       store(row, multiply_add(value, sum, scale));
+    }
+  }
+
+  NEVRAD_INLINE void fetch_row(std::int64_t index) const {
+    constexpr auto bytes = static_cast<std::int64_t>(sizeof(T));
+    for (std::int64_t j = 0; j < W; j += column_line<T>) {
+      prefetch<cache::level1>(c_, ((index - base_) * ldc_ + j) * bytes);
     }
   }
 
@@ -196,7 +213,7 @@ class row_ring {
   void leave(std::int32_t count) {
     const row_ring own = *this;  // in registers, whatever is stored
     for (std::int32_t i = left_; i < left_ + count; ++i) {
-      if constexpr (!by_columns) fetch_ahead<W>(own.c_ + i * own.ldc_, own.ldc_);
+      if constexpr (!by_columns) fetch_rows_ahead<W>(own.c_ + i * own.ldc_, own.ldc_, 16);
       own.close(i + base_, parts_);
     }
     if constexpr (by_columns) {
@@ -254,7 +271,7 @@ struct ring_walk {
 
   NEVRAD_INLINE void fetch_ahead_of(std::int32_t i) const {
     if constexpr (Layout == dense_layout::row_major) {
-      fetch_ahead<W>(b.at + (i + a.base) * b.ld, b.ld);
+      fetch_rows_ahead<W>(b.at + (i + a.base) * b.ld, b.ld, 16);
     }
   }
 
@@ -262,6 +279,7 @@ struct ring_walk {
   NEVRAD_INLINE lanes<T, W> add_diagonal(lanes<T, W> sum,
                                          const line_parts& part,
                                          lanes<T, W> b_line) const {
+#pragma clang loop unroll(disable)
     for (std::int64_t p = part.diag_first; p < part.diag_last; ++p) {
       sum = add_to_sum(sum, b_line, used_value(a.values[p], form.on_diagonal));
     }
@@ -353,38 +371,72 @@ struct ring_walk {
     add_segment(index, part, part.last, part.last, true, true);
   }
 
-  // A line of a lower triangle whose lines all hold their diagonal. So a row that its own line has
-  // passed has the part of that diagonal open, into which images from the same block go.
-  NEVRAD_INLINE void add_lower_line(std::int32_t i) const {
-    const line_parts part = a.parts(i);
-    const std::int32_t index = i + a.base;
-    const std::int32_t image_part = bounds.block_of(i);
-    const lanes<T, W> b_line = b(index);
-    std::int64_t p = part.first;
-    lanes<T, W> own = zero_lanes<T, W>();
-    if constexpr (W == 1) {
-      const auto ahead = [&] { return bounds.block_of(a.indices[p] - a.base) != image_part; };
-      for (; p < part.last && ahead(); ++p) ring.open(a.indices[p], image_part);
-      add_parts(index, part, image_part, part.first, p, false);
-      ring.open(index, image_part);
-      own = load<W>(ring.sum(index));
-    } else {
-      // Parts ahead of that of the diagonal get no images.
-      while (p < part.last) {
-        const std::int32_t column = a.indices[p] - a.base;
-        if (bounds.block_of(column) == image_part) break;
-        const std::int32_t stop = bounds.stop_of(column) + a.base;
-        lanes<T, W> sum = zero_lanes<T, W>();
-        for (; p < part.last && a.indices[p] < stop; ++p) {
-          ring.open(a.indices[p], image_part);
-          sum = add_entry(sum, b_line, p);
+  // Lines r to stop - 1, of one block, of a lower triangle whose lines all hold their diagonal. So
+  // a row that its own line has passed has the part of that diagonal open, into which images from
+  // the same block go.
+  NEVRAD_INLINE void add_lower_lines(std::int32_t r, std::int32_t stop) const {
+    const std::int32_t image_part = bounds.block_of(r);
+    const std::int32_t start = bounds.start_of(r) + a.base;
+    for (std::int32_t i = r; i < stop; ++i) {
+      fetch_ahead_of(i);
+      const line_parts part = a.parts(i);
+      const std::int32_t index = i + a.base;
+      const lanes<T, W> b_line = b(index);
+      std::int64_t p = part.first;
+      lanes<T, W> own = zero_lanes<T, W>();
+      if constexpr (W == 1) {
+        for (; p < part.last && a.indices[p] < start; ++p) ring.open(a.indices[p], image_part);
+        add_parts(index, part, image_part, part.first, p, false);
+        ring.open(index, image_part);
+        own = load<W>(ring.sum(index));
+      } else {
+        while (p < part.last && a.indices[p] < start) {
+          p = add_early_part(index, b_line, image_part, p, part.last);
         }
-        ring.add_part(index, sum);
+        ring.open_first(index, image_part);
       }
-      ring.open_first(index, image_part);
+      own = add_entries(own, b_line, p, part.last);
+      store(ring.sum(index), add_diagonal(own, part, b_line));
     }
-    own = add_entries(own, b_line, p, part.last);
-    store(ring.sum(index), add_diagonal(own, part, b_line));
+  }
+
+  // Asks for what the lines some way on meet when they have an early part as well: their rows of B
+  // and C, and those of their first images. There are too many streams for hardware by then.
+  NEVRAD_INLINE void fetch_distant_rows(std::int32_t index, std::int32_t first) const {
+    if constexpr (!fixed_hints && Layout == dense_layout::row_major) {
+      constexpr std::int32_t own_ahead = 20;
+      constexpr std::int32_t image_ahead = 12;
+      if (b.ld != W) return;  // wide rows are asked for line by line
+      constexpr auto bytes = static_cast<std::int64_t>(sizeof(T));
+      for (std::int64_t j = 0; j < W; j += column_line<T>) {
+        prefetch<cache::level1>(b.at, ((index + own_ahead) * b.ld + j) * bytes);
+        prefetch<cache::level1>(b.at, ((first + image_ahead) * b.ld + j) * bytes);
+        prefetch<cache::level1>(ring.sum(first + image_ahead), j * bytes);
+      }
+      ring.fetch_row(index + own_ahead);
+      ring.fetch_row(first + image_ahead);
+    }
+  }
+
+  // The entries from p on of a part ahead of that of the diagonal, which gets no images. Answers
+  // with the position behind them.
+  NEVRAD_INLINE std::int64_t add_early_part(std::int32_t index,
+                                            lanes<T, W> b_line,
+                                            std::int32_t image_part,
+                                            std::int64_t p,
+                                            std::int64_t last) const {
+    const std::int32_t stop = bounds.stop_of(a.indices[p] - a.base) + a.base;
+    fetch_distant_rows(index, a.indices[p]);
+    lanes<T, W> sum = zero_lanes<T, W>();
+    do {
+      const std::int32_t other = a.indices[p];
+      const T value = a.values[p];
+      sum = add_to_sum(sum, b(other), used_value(value, form.own));
+      ring.add_image(other, image_part, b_line, used_value(value, form.image));
+      ++p;
+    } while (p < last && a.indices[p] < stop);
+    ring.add_part(index, sum);
+    return p;
   }
 };
 
@@ -392,97 +444,175 @@ template <taken Which, bool Own, class Walk>
 [[gnu::noinline]] void walk_lines(const Walk& walk, std::int32_t r, std::int32_t stop) {
   const Walk own = walk;  // in registers, whatever is stored
   if (Which == taken::lower && Own && own.diagonals) {
-    for (; r < stop; ++r) {
-      own.fetch_ahead_of(r);
-      own.add_lower_line(r);
+    while (r < stop) {
+      const std::int32_t end = std::min(stop, own.bounds.stop_of(r));
+      own.add_lower_lines(r, end);
+      r = end;
     }
     return;
   }
   for (; r < stop; ++r) own.add_line(r);
 }
 
-// W columns, from column j on. The store is room for the rows of B within reach of a panel, where
-// they are packed.
+// A product of the lines with W columns, from column j on, some lines at a time. The store is room
+// for the rows of B within reach of a panel, where they are packed.
 template <taken Which, bool Own, int W, dense_layout Layout, class T>
-void multiply_lines_columns(const held_lines<T>& held,
-                            const line_survey& found,
-                            const block_bounds& bounds,
-                            const ring_room<T>& room,
-                            std::int32_t j,
-                            const mm_operands<T>& o,
-                            T* store) {
-  constexpr bool by_columns = Layout == dense_layout::column_major;
-  const compressed_matrix<T>& a = held.lines;
-  const std::int32_t rows = held.result_rows();
-  const T* const b = by_columns ? line_at(o.b, j, o.ldb) : o.b + j;
-  T* const c = by_columns ? line_at(o.c, j, o.ldc) : o.c + j;
-  row_ring<W, Layout, T> ring(room, rows, a.base, c, o, bounds.count());
-  const line_survey of_b = Own ? found : line_survey{true, 0, 0, 0, 0, false};
-  panel_window<W, T> window(b, o.ldb, a.rows, a.base, store,
-                            static_cast<std::int32_t>(ring_size<T>(of_b, a.rows, 0)));
-  const line_reader<Which, T> reader(held);
-  const auto within = [](std::int64_t i, std::int32_t end) {
-    return static_cast<std::int32_t>(std::clamp<std::int64_t>(i, 0, end));
-  };
-  std::int32_t stop = 0;
-  for (std::int32_t r = 0; r < a.rows; r = stop) {
-    stop = r + std::min(lines_at_once<T>, a.rows - r);
-    ring.move_to(within(std::int64_t{r} - found.below, rows),
-                 within(std::int64_t{stop} + found.above, rows));
-    const auto walk = [&]<class B>(const B& b_rows) {
-      walk_lines<Which, Own>(ring_walk<Which, Own, W, Layout, T, B>{reader, held.form, bounds, ring,
-                                                                    b_rows,
-                                                                    found.diagonal_in_all_lines},
-                             r, stop);
-    };
+class ring_product {
+ public:
+  ring_product(const held_lines<T>& held,
+               const line_survey& found,
+               const block_bounds& bounds,
+               const ring_room<T>& room,
+               std::int32_t j,
+               const mm_operands<T>& o,
+               T* store)
+      : reader_(held, found.plain),
+        form_(held.form),
+        found_(found),
+        of_b_(Own ? found : line_survey{true, 0, 0, 0, 0}),
+        bounds_(bounds),
+        rows_(held.result_rows()),
+        lines_(held.lines.rows),
+        b_(by_columns ? line_at(o.b, j, o.ldb) : o.b + j),
+        ldb_(o.ldb),
+        ring_(room,
+              rows_,
+              held.lines.base,
+              by_columns ? line_at(o.c, j, o.ldc) : o.c + j,
+              o,
+              bounds.count()),
+        window_(b_,
+                o.ldb,
+                lines_,
+                held.lines.base,
+                store,
+                static_cast<std::int32_t>(ring_size<T>(of_b_, lines_, 0))) {}
+
+  // Lines r up to but excluding `stop`, lines_at_once at most; the calls cover all lines in turn.
+  void add_lines(std::int32_t r, std::int32_t stop) {
+    ring_.move_to(within(std::int64_t{r} - found_.below, rows_),
+                  within(std::int64_t{stop} + found_.above, rows_));
     if constexpr (!by_columns) {
-      walk(strided_rows<W, T>{b - a.base * std::int64_t{o.ldb}, o.ldb});
+      walk(strided_rows<W, T>{b_ - reader_.base * ldb_, ldb_}, r, stop);
     } else if constexpr (W == 1) {
-      walk(strided_rows<1, T>{b - a.base, 1});
+      walk(strided_rows<1, T>{b_ - reader_.base, 1}, r, stop);
     } else {
-      window.hold({within(std::int64_t{r} - of_b.below, a.rows),
-                   within(std::int64_t{stop} + of_b.above, a.rows)});
-      walk(window.rows());
+      window_.hold({within(std::int64_t{r} - of_b_.below, lines_),
+                    within(std::int64_t{stop} + of_b_.above, lines_)});
+      walk(window_.rows(), r, stop);
     }
   }
-  ring.finish();
-}
+  void finish() { ring_.finish(); }
 
-// All of C. The lines ascend.
+ private:
+  static constexpr bool by_columns = Layout == dense_layout::column_major;
+
+  static std::int32_t within(std::int64_t i, std::int32_t end) {
+    return static_cast<std::int32_t>(std::clamp<std::int64_t>(i, 0, end));
+  }
+  template <class B>
+  void walk(const B& b, std::int32_t r, std::int32_t stop) const {
+    walk_lines<Which, Own>(ring_walk<Which, Own, W, Layout, T, B>{reader_, form_, bounds_, ring_, b,
+                                                                  found_.diagonal_in_all_lines},
+                           r, stop);
+  }
+
+  line_reader<Which, T> reader_;
+  expansion_form form_;
+  line_survey found_;
+  line_survey of_b_;
+  block_bounds bounds_;
+  std::int32_t rows_;
+  std::int32_t lines_;
+  const T* b_;
+  std::int64_t ldb_;
+  row_ring<W, Layout, T> ring_;
+  panel_window<W, T> window_;
+};
+
+// Columns of C, in rings. The lines ascend.
+template <taken Which, bool Own, class T>
+struct ring_products {
+  const held_lines<T>& held;
+  const line_survey& found;
+  const mm_operands<T>& o;
+  ring_room<T> room;
+  T* store;
+  block_bounds bounds{held.lines.rows};
+
+  template <int W, dense_layout Layout>
+  void multiply(std::int32_t j) const {
+    ring_product<Which, Own, W, Layout, T> product(held, found, bounds, room, j, o, store);
+    const std::int32_t lines = held.lines.rows;
+    std::int32_t stop = 0;
+    for (std::int32_t r = 0; r < lines; r = stop) {
+      stop = r + std::min(lines_at_once<T>, lines - r);
+      product.add_lines(r, stop);
+    }
+    product.finish();
+  }
+
+  // Row-major chunks from column j and j + W on, a few lines of each in turn, so that rows of B and
+  // C are used while they are at hand. The room is for both.
+  template <int W>
+  void multiply_two(std::int32_t j) const {
+    constexpr std::int32_t at_once = 8;
+    using product = ring_product<Which, Own, W, dense_layout::row_major, T>;
+    const ring_room<T> behind{room.elements + room.size * W, room.words + 2 * room.size, room.size};
+    product first(held, found, bounds, room, j, o, store);
+    product second(held, found, bounds, behind, j + W, o, store);
+    const std::int32_t lines = held.lines.rows;
+    std::int32_t stop = 0;
+    for (std::int32_t r = 0; r < lines; r = stop) {
+      stop = r + std::min(at_once, lines - r);
+      first.add_lines(r, stop);
+      second.add_lines(r, stop);
+    }
+    first.finish();
+    second.finish();
+  }
+
+  // All columns. Of row-major chunks, two go side by side where the room is for as many.
+  void multiply_columns() const {
+    constexpr auto columns = dense_layout::column_major;
+    const std::int32_t j =
+        for_each_panel<T>(o.n, [&](auto w, std::int32_t at) { multiply<w(), columns>(at); });
+    for (std::int32_t at = j; at < o.n; ++at) multiply<1, columns>(at);
+  }
+  void multiply_rows(bool two) const {
+    constexpr auto rows = dense_layout::row_major;
+    constexpr int wide = widest_chunk<T>;
+    std::int32_t j = 0;
+    for (; two && o.n - j >= 2 * wide; j += 2 * wide) multiply_two<wide>(j);
+    for (; o.n - j >= wide; j += wide) multiply<wide, rows>(j);
+    const std::int32_t rest = j;
+    j += for_each_panel<T>(o.n - rest,
+                           [&](auto w, std::int32_t at) { multiply<w(), rows>(rest + at); });
+    for (; j < o.n; ++j) multiply<1, rows>(j);
+  }
+};
+
 template <class T>
-void multiply_lines_in_ring(const held_lines<T>& held,
-                            dense_layout layout,
-                            const line_survey& found,
-                            const ring_room<T>& room,
-                            const mm_operands<T>& o,
-                            T* store) {
-  const block_bounds bounds(held.lines.rows);
+void multiply_lines_in_rings(const held_lines<T>& held,
+                             dense_layout layout,
+                             const line_survey& found,
+                             const ring_room<T>& room,
+                             bool two,
+                             const mm_operands<T>& o,
+                             T* store) {
   with_taken(held, [&](auto which) {
-    const auto multiply = [&](auto w, auto rows, std::int32_t at) {
-      constexpr taken of = which();
-      if (of != taken::all && held.has_own()) {
-        multiply_lines_columns<of, true, w(), rows()>(held, found, bounds, room, at, o, store);
+    constexpr taken of = which();
+    const auto multiply = [&](const auto& products) {
+      if (layout == dense_layout::row_major) {
+        products.multiply_rows(two);
       } else {
-        multiply_lines_columns<of, false, w(), rows()>(held, found, bounds, room, at, o, store);
+        products.multiply_columns();
       }
     };
-    using dense_layout::column_major, dense_layout::row_major;
-    if (layout == row_major) {
-      constexpr std::integral_constant<dense_layout, row_major> rows;
-      const auto chunk = [&](auto w, std::int32_t at) { multiply(w, rows, at); };
-      // On AArch64 the registers hold the sums of a line and of its mirrored entries in one width.
-      std::int32_t j = 0;
-      if constexpr (fixed_hints) {
-        j = for_each_panel<T>(o.n, chunk);
-      } else {
-        j = for_each_chunk<T>(o.n, chunk);
-      }
-      for (; j < o.n; ++j) chunk(panel_width<1>{}, j);
+    if (of != taken::all && held.has_own()) {
+      multiply(ring_products<of, true, T>{held, found, o, room, store});
     } else {
-      constexpr std::integral_constant<dense_layout, column_major> columns;
-      const auto panel = [&](auto w, std::int32_t at) { multiply(w, columns, at); };
-      std::int32_t j = for_each_panel<T>(o.n, panel);
-      for (; j < o.n; ++j) panel(panel_width<1>{}, j);
+      multiply(ring_products<of, false, T>{held, found, o, room, store});
     }
   });
 }

@@ -35,6 +35,11 @@ class block_bounds {
   std::int32_t block_of(std::int32_t column) const {
     return column < full_end_ ? column / mm_block_cols : full_ + (column >= middle_ ? 1 : 0);
   }
+  // The first column of the block that holds the column.
+  std::int32_t start_of(std::int32_t column) const {
+    if (column < full_end_) return column / mm_block_cols * mm_block_cols;
+    return column < middle_ ? full_end_ : middle_;
+  }
   // One past the last column of the block that holds the column.
   std::int32_t stop_of(std::int32_t column) const {
     if (column < full_end_) return (column / mm_block_cols + 1) * mm_block_cols;

@@ -139,16 +139,16 @@ TEST(mm_lines_of_doubles, may_be_empty_behind_the_last_entry) {
 
 // A triangle that holds nothing else and every place of its diagonal, as most callers have it, and
 // others: with a line that lacks it, a line that holds it twice and many that hold nothing; with
-// one line out of order.
+// one line out of order, also so that steps down between lines are as many as in order.
 TYPED_TEST(mm_lines, give_the_bits_of_rows_for_a_triangle_alone) {
   using T = TypeParam;
   constexpr int rows = 5300;
   constexpr int reach = 9;
-  constexpr int n = 64 / static_cast<int>(sizeof(T)) + 3;
+  constexpr int chunk = 64 / static_cast<int>(sizeof(T));
   generator random(3);
-  for (const char* const code : {"SLNF", "SUNF", "SLUF", "HLNC"}) {
-    enum kind { plain, odd, unordered };
-    for (const kind made : {plain, odd, unordered}) {
+  for (const char* const code : {"SLNF", "SUNF", "SLUF", "SLNC", "HLNC"}) {
+    enum kind { plain, odd, unordered, crossed };
+    for (const kind made : {plain, odd, unordered, crossed}) {
       SCOPED_TRACE(testing::Message() << code << ", " << made);
       lines<T> source(rows);
       for (int i = 0; i < rows; ++i) {
@@ -161,9 +161,13 @@ TYPED_TEST(mm_lines, give_the_bits_of_rows_for_a_triangle_alone) {
           for (int k = 0; k < copies; ++k) line.emplace_back(j, random.value<T>());
         }
         if (made == unordered && i == 2000) std::swap(line[3], line[5]);
+        if (made != crossed || i != 2000) continue;
+        const int other = lower ? i + 3 : i - 3;
+        line = {{std::max(i, other), random.value<T>()}, {std::min(i, other), random.value<T>()}};
       }
       const layout order = layout_of(code);
       const bool in_columns = order == layout::column_major;
+      const int n = (in_columns ? 1 : 4) * chunk + 3;
       const auto a = compress<T>(source, rows, by_rows, in_columns ? 1 : 0);
       const auto general = expanded(a, code, 0);
       const auto b = panel<T>::random(random, rows, n, order, 1);
