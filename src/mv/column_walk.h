@@ -23,7 +23,10 @@ NEVRAD_INLINE column_segment column_at(const compressed_view<T>& a, std::int32_t
   return {a.begin[c] - a.base, a.end[c] - a.base};
 }
 
-// The first position of the column whose index is not below the target.
+// The first position of the column whose index is not below the target. Most columns hold one
+// triangle alone, so that every probe goes the same way: branches that are foreseen, where a choice
+// without them would have each probe wait for the one before.
+template <triangle Side>
 NEVRAD_INLINE std::int64_t find_not_below(const std::int32_t* indices,
                                           column_segment column,
                                           std::int32_t target) {
@@ -31,7 +34,8 @@ NEVRAD_INLINE std::int64_t find_not_below(const std::int32_t* indices,
   std::int64_t high = column.last - column.first;
   while (low < high) {
     const std::int64_t mid = (low + high) >> 1;
-    if (indices[column.first + mid] < target) {
+    const bool below = indices[column.first + mid] < target;
+    if (__builtin_expect_with_probability(below, Side == triangle::upper, 0.99)) {
       low = mid + 1;
     } else {
       high = mid;

@@ -106,6 +106,32 @@ NEVRAD_INLINE Sum walk_line(const line_of<T>& line,
   return sum;
 }
 
+// The same, for walks that do more with an entry off the diagonal than with one on it. A diagonal
+// where an ascending line has it, at the end that the side begins at, is taken ahead of the trips
+// or behind them, so that these lie on the side as a whole.
+template <triangle Side, origin Origin, class T, class Sum, class OffDiagonal, class OnDiagonal>
+NEVRAD_INLINE Sum walk_from_diagonal(line_of<T> line,
+                                     Sum sum,
+                                     const OffDiagonal& off_diagonal,
+                                     const OnDiagonal& on_diagonal) {
+  if (line.length <= 0) return sum;
+  if (line.length < 2 * lines_table::entries_a_trip) fetch_streams(line.values, line.indices);
+  bool ends_on_diagonal = false;
+  if constexpr (Side == triangle::upper) {
+    if (line.indices[0] == line.number) {
+      sum = on_diagonal(sum, line.values[0]);
+      ++line.values;
+      ++line.indices;
+      --line.length;
+    }
+  } else {
+    ends_on_diagonal = line.indices[line.length - 1] == line.number;
+    if (ends_on_diagonal) --line.length;
+  }
+  sum = walk_line<Side, Origin>(line, sum, off_diagonal, on_diagonal);
+  return ends_on_diagonal ? on_diagonal(sum, line.values[line.length]) : sum;
+}
+
 // The sum of a walk that only scatters.
 struct no_sum {};
 

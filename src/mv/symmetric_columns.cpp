@@ -16,7 +16,7 @@ diag_step(const compressed_view<T>& a, std::int32_t c, const T* x, T* v, T alpha
   constexpr bool upper = side_of(Mode) == triangle::upper;
   const column_segment column = column_at(a, c);
   const std::int32_t target = c + a.base;
-  std::int64_t p = find_not_below(a.indices, column, target);
+  std::int64_t p = find_not_below<side_of(Mode)>(a.indices, column, target);
   const bool found = p < column.last && a.indices[p] == target;
   if constexpr (Ones == diagonal::stored) {
     if (found) {

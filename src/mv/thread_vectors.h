@@ -8,6 +8,9 @@
 
 namespace nevrad {
 
+// Whether vectors are cleared when they are made.
+enum class clearing : bool { no, yes };
+
 // Owns `count` vectors and the array of their pointers.
 template <class T>
 class thread_vectors {
@@ -32,16 +35,18 @@ class thread_vectors {
       : at_(static_cast<scratch<T*>&&>(at)), count_(count) {}
 
   template <class U>
-  friend thread_vectors<U> thread_vectors_alloc(int budget, std::int32_t rows);
+  friend thread_vectors<U> thread_vectors_alloc(int budget, std::int32_t rows, clearing clear);
 
   scratch<T*> at_;
   int count_ = 0;
 };
 
-// `budget` cleared vectors of `rows` elements, each an allocation of its own; false when memory is
-// short, with nothing left allocated.
+// `budget` vectors of `rows` elements, each an allocation of its own; false when memory is short,
+// with nothing left allocated.
 template <class T>
-thread_vectors<T> thread_vectors_alloc(int budget, std::int32_t rows) {
+thread_vectors<T> thread_vectors_alloc(int budget,
+                                       std::int32_t rows,
+                                       clearing clear = clearing::yes) {
   const auto budget_size = static_cast<std::uint64_t>(budget);
   scratch<T*> pointers(rounded_aligned_alloc(cache_line, sizeof(T*) * budget_size));
   if (!pointers) return {};
@@ -53,6 +58,7 @@ thread_vectors<T> thread_vectors_alloc(int budget, std::int32_t rows) {
     vectors.at_[t] = static_cast<T*>(vector);
     vectors.count_ = t + 1;
   }
+  if (clear == clearing::no) return vectors;
   // Each thread clears the vector that it will most likely fill.
   for_each_part_on_team(budget, [&](int t) { memset(vectors[t], 0, size); });
   return vectors;

@@ -15,12 +15,12 @@ NEVRAD_INLINE column_segment triangle_of(const compressed_view<T>& a, std::int32
   const std::int32_t target = c + a.base;
   column_segment segment = column_at(a, c);
   if constexpr (Side == triangle::lower) {
-    segment.first = find_not_below(a.indices, segment, target);
+    segment.first = find_not_below<Side>(a.indices, segment, target);
     if constexpr (Ones == diagonal::unit) {
       if (!segment.empty() && a.indices[segment.first] == target) ++segment.first;
     }
   } else {
-    segment.last = find_not_below(a.indices, segment, target + 1);
+    segment.last = find_not_below<Side>(a.indices, segment, target + 1);
     if constexpr (Ones == diagonal::unit) {
       if (!segment.empty() && a.indices[segment.last - 1] == target) --segment.last;
     }
@@ -29,7 +29,11 @@ NEVRAD_INLINE column_segment triangle_of(const compressed_view<T>& a, std::int32
 }
 
 template <triangle Side, diagonal Ones, class T>
-void tri_mv_column(const compressed_view<T>& a, std::int32_t c, const T* x, T* v, T alpha) {
+NEVRAD_INLINE void tri_mv_column(const compressed_view<T>& a,
+                                 std::int32_t c,
+                                 const T* x,
+                                 T* v,
+                                 T alpha) {
   const column_segment segment = triangle_of<Side, Ones>(a, c);
   if (segment.empty()) return;
   scatter_segment<conjugation::no>(a, segment, v, multiply_fused(x[c], alpha));
@@ -57,11 +61,38 @@ void for_each_scattered_column_on_team(int budget, const compressed_view<T>& a, 
   }
 }
 
+// Without a call for each of the columns, which may be short.
+template <triangle Side, diagonal Ones, class T>
+[[gnu::noinline]] void tri_mv_all_columns(const compressed_view<T>& at, const T* x, T* v, T alpha) {
+  const compressed_view<T> a = at;
+  for (std::int32_t c = 0; c < a.cols; ++c) tri_mv_column<Side, Ones>(a, c, x, v, alpha);
+}
+
+// On one thread. A prepared y that is all +0 is as good as the cleared vector: columns are
+// scattered into it, and the sums with it then only turn a -0. The vector is still asked for, as a
+// call that cannot have it fails, but no page of it is touched.
+template <triangle Side, diagonal Ones, class T>
+status tri_mv_columns_on_caller(const compressed_view<T>& a, const T* x, T* y, T alpha, T beta) {
+  const bool is_zero = prepare_y<Ones>(0, a.cols, x, y, alpha, beta);
+  const thread_vectors<T> vectors =
+      thread_vectors_alloc<T>(1, a.cols, is_zero ? clearing::no : clearing::yes);
+  if (!vectors) return alloc_failed;
+  if (is_zero) {
+    tri_mv_all_columns<Side, Ones>(a, x, y, alpha);
+    for (std::int32_t i = 0; i < a.cols; ++i) y[i] = add(zero<T>(), y[i]);
+  } else {
+    tri_mv_all_columns<Side, Ones>(a, x, vectors[0], alpha);
+    add_thread_vectors(1, a.cols, y, vectors);
+  }
+  return success;
+}
+
 }  // namespace
 
 template <triangle Side, diagonal Ones, class T>
 status tri_mv_columns_driver(const compressed_view<T>& a, const T* x, T* y, T alpha, T beta) {
   const int budget = current_thread_budget();
+  if (budget < 2) return tri_mv_columns_on_caller<Side, Ones>(a, x, y, alpha, beta);
   prepare_y_on_team<Ones>(budget, a.cols, x, y, alpha, beta);
   const thread_vectors<T> vectors = thread_vectors_alloc<T>(budget, a.cols);
   if (!vectors) return alloc_failed;

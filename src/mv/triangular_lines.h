@@ -4,21 +4,36 @@
 // the opposite one for a matrix stored by columns.
 #pragma once
 
-#include "mv/lines.h"
+#include "mv/line_blocks.h"
 
 namespace nevrad {
 
-// y_i = beta y_i + alpha acc for rows row_begin up to but excluding row_end, acc the sum of a x_j
-// over the kept entries of the row in storage order: one accumulator, starting at x_i for a
-// diagonal of ones. Complex products are formed first and then added. Counts from the base.
+// The sums of rows i to i + 3, if they are runs.
 template <triangle Side, diagonal Ones, class T>
-void tri_mv_rows(const T& alpha_at,
-                 const compressed_view<T>& a,
-                 const T* x,
-                 const T& beta_at,
-                 T* y,
-                 std::int32_t row_begin,
-                 std::int32_t row_end) {
+[[gnu::noinline]] bool tri_run_sums(const compressed_view<T>& a,
+                                    const T* x,
+                                    std::int32_t i,
+                                    lanes<T, 4>& sums) {
+  run_lines<T> l;
+  if (!find_runs<Side>(a, i, a.base, l)) return false;
+  constexpr origin from = origin::base;
+  if constexpr (Ones == diagonal::unit) {
+    sums = run_sums<from>(beyond_diagonal<Side>(l, i), x, load<4>(x + i));
+  } else {
+    sums = run_sums<from>(l, x, zero_lanes<T, 4>());
+  }
+  return true;
+}
+
+// y_i = beta y_i + alpha acc, one row after the other.
+template <triangle Side, diagonal Ones, class T>
+[[gnu::noinline]] void tri_mv_single_rows(const T& alpha_at,
+                                          const compressed_view<T>& a,
+                                          const T* x,
+                                          const T& beta_at,
+                                          T* y,
+                                          std::int32_t row_begin,
+                                          std::int32_t row_end) {
   constexpr complex_sum sum = complex_sum::separate;
   const T alpha = alpha_at;
   const T beta = beta_at;
@@ -35,6 +50,36 @@ void tri_mv_rows(const T& alpha_at,
                                                   return gather(so_far, element, i + a.base);
                                                 });
     y[i] = add_product<sum, conjugation::no>(multiply_fused(y[i], beta), acc, alpha);
+  }
+}
+
+// y_i = beta y_i + alpha acc for rows row_begin up to but excluding row_end, acc the sum of a x_j
+// over the kept entries of the row in storage order: one accumulator, starting at x_i for a
+// diagonal of ones. Complex products are formed first and then added. Counts from the base.
+template <triangle Side, diagonal Ones, class T>
+void tri_mv_rows(const T& alpha,
+                 const compressed_view<T>& a,
+                 const T* x,
+                 const T& beta,
+                 T* y,
+                 std::int32_t row_begin,
+                 std::int32_t row_end) {
+  if constexpr (is_complex<T>) {
+    tri_mv_single_rows<Side, Ones>(alpha, a, x, beta, y, row_begin, row_end);
+  } else {
+    for_each_block(
+        row_begin, row_end, [&](std::int32_t i) { return may_be_run(a, i); },
+        [&](std::int32_t i) {
+          lanes<T, 4> sums;
+          if (!tri_run_sums<Side, Ones>(a, x, i, sums)) return false;
+          for (std::int32_t r = 0; r < lines_a_block; ++r) {
+            y[i + r] = fma(T{sums.v[r]}, alpha, y[i + r] * beta);
+          }
+          return true;
+        },
+        [&](std::int32_t first, std::int32_t last) {
+          tri_mv_single_rows<Side, Ones>(alpha, a, x, beta, y, first, last);
+        });
   }
 }
 

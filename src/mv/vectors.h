@@ -8,6 +8,8 @@
 
 #include <string.h>
 
+#include <type_traits>
+
 namespace nevrad {
 
 // y_i *= beta on a team of `threads`.
@@ -16,6 +18,19 @@ void scale_on_team(int threads, std::int32_t count, T* y, T beta) {
   for_static_blocks_on_team(threads, count, [=](std::int32_t first, std::int32_t last) {
     dense_scale(last - first, y + first, beta);
   });
+}
+
+// The bits of a real element, or of both parts of a complex one together.
+template <class T>
+using bits_of = std::conditional_t<is_single<T>, std::uint32_t, std::uint64_t>;
+
+template <class T>
+NEVRAD_INLINE bits_of<T> all_bits(T a) {
+  if constexpr (is_complex<T>) {
+    return __builtin_bit_cast(bits_of<T>, a.re) | __builtin_bit_cast(bits_of<T>, a.im);
+  } else {
+    return __builtin_bit_cast(bits_of<T>, a);
+  }
 }
 
 // One cleared vector for each of up to `budget` chunks of lines, one behind the other, and the
@@ -73,14 +88,27 @@ NEVRAD_INLINE void add_vectors(std::int32_t first,
 // chunks of four take four times as long.
 
 // y_i = beta y_i, and for a diagonal of ones y_i += x_i alpha: it is added here and nowhere else.
+// For first to last - 1; answers whether all of these are now +0.
+template <diagonal Ones, class T>
+NEVRAD_INLINE bool prepare_y(std::int32_t first,
+                             std::int32_t last,
+                             const T* x,
+                             T* y,
+                             T alpha,
+                             T beta) {
+  bits_of<T> seen{};
+  for (std::int32_t i = first; i < last; ++i) {
+    T yi = multiply_fused(y[i], beta);
+    if constexpr (Ones == diagonal::unit) yi = multiply_add(yi, x[i], alpha);
+    y[i] = yi;
+    seen |= all_bits(yi);
+  }
+  return seen == 0;
+}
 template <diagonal Ones, class T>
 void prepare_y_on_team(int budget, std::int32_t rows, const T* x, T* y, T alpha, T beta) {
   for_static_blocks_on_team(budget, rows, [=](std::int32_t first, std::int32_t last) {
-    for (std::int32_t i = first; i < last; ++i) {
-      T yi = multiply_fused(y[i], beta);
-      if constexpr (Ones == diagonal::unit) yi = multiply_add(yi, x[i], alpha);
-      y[i] = yi;
-    }
+    prepare_y<Ones>(first, last, x, y, alpha, beta);
   });
 }
 
