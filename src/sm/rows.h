@@ -52,10 +52,11 @@ class triangle_rows {
       while (indices_[p] < own) row = subtract(row, next_sum<W>(p, solution));
       if (p < d) row = subtract(row, own_sum<W>(p, d, i - 1 + base_, solution, newest));
     } else {
-      std::int64_t e = end_[i];
+      const std::int64_t e = end_[i];
       ask_ahead(e, -1);
-      while (indices_[e - 1] >= own) row = subtract(row, previous_sum<W>(e, solution));
-      if (d + 1 < e) row = subtract(row, own_sum<W>(d + 1, e, i + 1 + base_, solution, newest));
+      std::int64_t far = e;  // the first entry in another block
+      if (indices_[e - 1] >= own) row = subtract_far<W>(row, d, own, far, solution);
+      if (d + 1 < far) row = subtract(row, own_sum<W>(d + 1, far, i + 1 + base_, solution, newest));
     }
     if constexpr (Diagonal == diagonal::stored) {
       row = multiply_solved<W>(row, reciprocal(values_[d]));
@@ -117,21 +118,45 @@ class triangle_rows {
     return sum;
   }
 
+  // The row less the sums over its entries in blocks other than its own, of which there is one at
+  // least. Comes with `far` behind the row's entries and leaves it at the first of those.
+  template <int W, class Rows>
+  NEVRAD_INLINE lanes<T, W> subtract_far(lanes<T, W> row,
+                                         std::int64_t d,
+                                         std::int32_t own,
+                                         std::int64_t& far,
+                                         const Rows& solution) const {
+    std::int64_t e = far--;
+    if (!fixed_hints && indices_[far - 1] < own) {
+      std::int64_t p = far;
+      lanes<T, W> sum = zero_lanes<T, W>();
+      add_entry<W>(sum, p, solution(indices_[far]));
+      return subtract(row, sum);
+    }
+    // Its own entries are fewer in most rows: the others are looked through where they are in
+    // several blocks alone.
+    far = d + 1;
+    while (indices_[far] < own) ++far;
+    if (in_one_block(indices_[far], indices_[e - 1])) {
+      return subtract(row, plain_sum<W>(zero_lanes<T, W>(), far, e, solution));
+    }
+    while (e > far) row = subtract(row, previous_sum<W>(e, solution));
+    return row;
+  }
+
+  // Whether two columns are in one block of an upper triangle.
+  NEVRAD_INLINE bool in_one_block(std::int32_t a, std::int32_t b) const {
+    return ((end_of_blocks_ - 1 - a) ^ (end_of_blocks_ - 1 - b)) < sm_block_size;
+  }
+
   // The same from the other side: the block of the entry in front of e.
   template <int W, class Rows>
   NEVRAD_INLINE lanes<T, W> previous_sum(std::int64_t& e, const Rows& solution) const {
     const std::int32_t to_end = end_of_blocks_ - 1 - indices_[e - 1];
     const std::int32_t low = end_of_blocks_ - (to_end | (sm_block_size - 1)) - 1;
-    const std::int64_t stop = e--;
-    if constexpr (!fixed_hints) {
-      if (indices_[e - 1] < low) {
-        std::int64_t p = e;
-        lanes<T, W> sum = zero_lanes<T, W>();
-        add_entry<W>(sum, p, solution(indices_[e]));
-        return sum;
-      }
-    }
-    while (indices_[e - 1] >= low) --e;
+    const std::int64_t stop = e;
+    do --e;
+    while (indices_[e - 1] >= low);
     return plain_sum<W>(zero_lanes<T, W>(), e, stop, solution);
   }
 
