@@ -4,6 +4,8 @@
 #include "frame/regions.h"
 #include "mm/diagonal_lines.h"
 
+#include <algorithm>
+
 namespace nevrad {
 
 namespace {
@@ -37,13 +39,13 @@ struct scaled_diagonal {
   }
 };
 
-// One entry a line, on the diagonal: the values are the diagonal.
+// One entry a line, on the diagonal: the values are the diagonal. Lines lo to hi - 1.
 template <class T>
-bool holds_just_its_diagonal(const compressed_matrix<T>& a) {
-  std::int32_t other = 0;
-  for (std::int32_t i = 0; i < a.rows; ++i) other |= (a.begin[i] ^ (i + a.base));
-  if (other != 0 || a.end[a.rows - 1] != a.rows + a.base) return false;
-  for (std::int32_t i = 0; i < a.rows; ++i) other |= (a.indices[i] ^ (i + a.base));
+bool holds_just_its_diagonal(const compressed_matrix<T>& a, std::int32_t lo, std::int32_t hi) {
+  std::int32_t other = a.end[hi - 1] ^ (hi + a.base);
+  for (std::int32_t i = lo; i < hi; ++i) other |= (a.begin[i] ^ (i + a.base));
+  if (other != 0) return false;
+  for (std::int32_t i = lo; i < hi; ++i) other |= (a.indices[i] ^ (i + a.base));
   return other == 0;
 }
 
@@ -89,7 +91,7 @@ status diag_cols(const compressed_matrix<T>& a, const mm_operands<T>& dense) {
   if (!room) return alloc_failed;
   const scaled_diagonal<C, T> diag{a, dense.alpha};
   const dense_lines<T> lines = lines_of(dense, a.rows);
-  if (!(is_complex<T> && C == conjugation::yes) && holds_just_its_diagonal(a)) {
+  if (!(is_complex<T> && C == conjugation::yes) && holds_just_its_diagonal(a, 0, a.rows)) {
     return run_diag<Shared>(dense.n, [&](std::int32_t first, std::int32_t last) {
       diag_update_cols(lines, diag_scaled<T>{a.values, dense.alpha}, first, last);
     });
@@ -109,16 +111,20 @@ status diag_rows(const compressed_matrix<T>& a, const mm_operands<T>& dense) {
   if (!room) return alloc_failed;
   const scaled_diagonal<C, T> diag{a, dense.alpha};
   const dense_lines<T> lines = lines_of(dense, dense.n);
-  if (holds_just_its_diagonal(a)) {
-    const auto value = [&](std::int32_t i) {
-      return multiply_fused(dense.alpha, conj_if<C>(a.values[i]));
-    };
-    return run_diag<Shared>(a.rows, [&](std::int32_t first, std::int32_t last) {
-      diag_update_rows(lines, value, first, last);
-    });
-  }
+  const auto value = [&](std::int32_t i) {
+    return multiply_fused(dense.alpha, conj_if<C>(a.values[i]));
+  };
+  // Some rows at a time, so that what they hold is looked at while their lines come in.
   return run_diag<Shared>(a.rows, [&](std::int32_t first, std::int32_t last) {
-    diag_update_rows(lines, diag, first, last);
+    constexpr std::int32_t at_once = 512;
+    for (std::int32_t i = first; i < last; i += at_once) {
+      const std::int32_t stop = i + std::min(at_once, last - i);
+      if (holds_just_its_diagonal(a, i, stop)) {
+        diag_update_rows(lines, value, i, stop);
+      } else {
+        diag_update_rows(lines, diag, i, stop);
+      }
+    }
   });
 }
 

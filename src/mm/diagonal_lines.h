@@ -76,6 +76,13 @@ NEVRAD_INLINE void diag_update_line(std::int32_t length,
     store(c + i, diag_updated(load<W>(c + i), d, load<W>(b + i), scale));
   };
   for (; whole - i >= wide; i += wide) update(std::integral_constant<int, wide>{});
+  if constexpr (wide > 2 * diag_step) {
+    constexpr int half = wide / 2;
+    if (whole - i >= half) {
+      update(std::integral_constant<int, half>{});
+      i += half;
+    }
+  }
   for (; whole - i >= diag_step; i += diag_step) update(std::integral_constant<int, diag_step>{});
   for (; i < length; ++i)
     diag_update_element(c + i, to_element(diag.template at<1>(i)), b + i, beta);
@@ -164,39 +171,53 @@ NEVRAD_INLINE void unit_update_lanes(const T* b, T* c, lanes<T, W> alpha, lanes<
   }
 }
 
+// One line.
+template <class T>
+NEVRAD_INLINE void unit_update_line(std::int64_t length, const T* from, T* to, T alpha, T beta) {
+  std::int64_t i = 0;
+  if constexpr (std::is_same_v<T, float>) {
+    const auto scale = broadcast<unit_trip>(to_lane(alpha));
+    const auto scale_c = broadcast<unit_trip>(to_lane(beta));
+    for (; length - i >= unit_trip; i += unit_trip) {
+      if constexpr (fixed_hints) {
+        prefetch<cache::level1>(to + i, unit_ahead);
+        prefetch<cache::level1>(from + i, unit_ahead);
+      }
+      unit_update_lanes(from + i, to + i, scale, scale_c);
+    }
+  }
+  const auto scale = broadcast<diag_step>(to_lane(alpha));
+  const auto scale_c = broadcast<diag_step>(to_lane(beta));
+  for (; length - i >= diag_step; i += diag_step) {
+    unit_update_lanes(from + i, to + i, scale, scale_c);
+  }
+  for (; i < length; ++i) {
+    to[i] = multiply_fused(beta, to[i]);
+    if constexpr (is_complex<T>) {
+      to[i] = add(to[i], multiply_fused(alpha, from[i]));
+    } else {
+      to[i] = fma(from[i], alpha, to[i]);
+    }
+  }
+}
+
 // C = beta * C + alpha * B, in either layout.
 template <class T>
 void unit_update(const dense_lines<T>& lines, std::int32_t lo, std::int32_t hi, T alpha) {
+  if (hi <= lo) return;
   const std::int32_t length = lines.length;
-  const T beta = lines.beta;
-  for (std::int32_t l = lo; l < hi; ++l) {
-    const T* const from = line_at(lines.b, l, lines.ldb);
-    T* const to = line_at(lines.c, l, lines.ldc);
-    std::int32_t i = 0;
-    if constexpr (std::is_same_v<T, float>) {
-      const auto scale = broadcast<unit_trip>(to_lane(alpha));
-      const auto scale_c = broadcast<unit_trip>(to_lane(beta));
-      for (; length - i >= unit_trip; i += unit_trip) {
-        if constexpr (fixed_hints) {
-          prefetch<cache::level1>(to + i, unit_ahead);
-          prefetch<cache::level1>(from + i, unit_ahead);
-        }
-        unit_update_lanes(from + i, to + i, scale, scale_c);
-      }
-    }
-    const auto scale = broadcast<diag_step>(to_lane(alpha));
-    const auto scale_c = broadcast<diag_step>(to_lane(beta));
-    for (; length - i >= diag_step; i += diag_step) {
-      unit_update_lanes(from + i, to + i, scale, scale_c);
-    }
-    for (; i < length; ++i) {
-      to[i] = multiply_fused(beta, to[i]);
-      if constexpr (is_complex<T>) {
-        to[i] = add(to[i], multiply_fused(alpha, from[i]));
-      } else {
-        to[i] = fma(from[i], alpha, to[i]);
-      }
-    }
+  const T* const b = line_at(lines.b, lo, lines.ldb);
+  T* const c = line_at(lines.c, lo, lines.ldc);
+  // Lines of whole steps that lie one behind the other are one line. Of floats it goes by larger
+  // steps than short ones do, which shows where B and C overlap.
+  const std::int64_t all = std::int64_t{hi - lo} * length;
+  constexpr int whole = std::is_same_v<T, float> ? unit_trip : diag_step;
+  if (length % whole == 0 && lines.ldb == length && lines.ldc == length) {
+    unit_update_line(all, b, c, alpha, lines.beta);
+    return;
+  }
+  for (std::int32_t l = 0; l < hi - lo; ++l) {
+    unit_update_line(length, line_at(b, l, lines.ldb), line_at(c, l, lines.ldc), alpha, lines.beta);
   }
 }
 
