@@ -22,12 +22,14 @@ class column_panels {
       : store_(store),
         rows_(a.cols),
         window_(window_rows(a)),
-        window_size_(std::int64_t{window_} * std::min(mm_chunk<T>, o.n / 4 * 4)) {
+        window_size_(std::int64_t{window_} * std::min(2 * mm_chunk<T>, o.n / 4 * 4)) {
     const bool room = window_size_ * parts <= std::int64_t{rows_} * o.n;
     shared_ = parts > 1 && (window_ == rows_ || !room);
   }
 
   bool shared() const { return shared_; }
+  // Whether each row of B has a place of its own.
+  bool whole() const { return shared_ || window_ == rows_; }
   column_panels of_part(int part) const {
     column_panels own = *this;
     if (!shared_) own.store_ += part * window_size_;
@@ -39,8 +41,8 @@ class column_panels {
     return {first, ld, rows_, base, store_, window_};
   }
   template <int W>
-  ring_rows<W, T> packed(std::int32_t j, std::int32_t base) const {
-    return {panel_at(store_, j, rows_) - std::int64_t{base} * W, -1};
+  packed_rows<W, T> packed(std::int32_t j, std::int32_t base) const {
+    return {panel_at(store_, shared_ ? j : 0, rows_) - std::int64_t{base} * W};
   }
 
  private:
@@ -51,18 +53,20 @@ class column_panels {
   bool shared_ = false;
 };
 
-// Asks for the entries of rows r up to but excluding `stop`.
-template <class T>
-void fetch_entries_ahead(const compressed_matrix<T>& a, std::int32_t r, std::int32_t stop) {
-  constexpr std::int64_t indices = cache_line / sizeof(std::int32_t);
-  constexpr std::int64_t values = cache_line / sizeof(T);
-  constexpr std::int64_t most = 128;  // long rows run ahead well enough
-  if (fixed_hints || r >= stop) return;
-  const std::int64_t first = a.begin[r] - a.base;
+// Asks for the rows of B, W elements each, that rows r up to but excluding `stop` meet; `place`
+// finds that of an index.
+template <int W, class T, class Place>
+void fetch_rows_ahead(const compressed_matrix<T>& a,
+                      std::int32_t r,
+                      std::int32_t stop,
+                      const Place& place) {
+  constexpr int line = static_cast<int>(cache_line / sizeof(T));
+  if (r >= stop) return;
   const std::int64_t last = a.end[stop - 1] - a.base;
-  if (last - first > most) return;
-  for (std::int64_t p = first; p < last; p += indices) prefetch<cache::level1>(a.indices + p, 0);
-  for (std::int64_t p = first; p < last; p += values) prefetch<cache::level1>(a.values + p, 0);
+  for (std::int64_t p = a.begin[r] - a.base; p < last; ++p) {
+    const T* const row = place(a.indices[p]);
+    for (int i = 0; i < W; i += line) prefetch<cache::level2>(row + i, 0);
+  }
 }
 
 // Rows of A for several passes over them. The first pass looks at their order range by range, when
@@ -95,6 +99,29 @@ class rows_of_part {
   std::int32_t hi_;
 };
 
+// Rows whose part of C is in rows at the same time: a few lines of a column.
+template <class T>
+inline constexpr std::int32_t tile_rows = 4 * column_line<T>;
+
+// Moves W columns of `rows` rows of C, from `c` on, to the rows of a tile and back.
+template <int W, class T>
+NEVRAD_INLINE void load_tile_of_c(T* tile, const T* c, std::int64_t ldc, std::int32_t rows) {
+  std::int32_t r = 0;
+  for (; r + column_line<T> <= rows; r += column_line<T>) {
+    fetch_columns_ahead<W>(c + r, ldc);
+    load_panel_lines<W>(tile + r * W, c + r, ldc, as_it_is{});
+  }
+  load_panel_columns<W>(tile + r * W, c + r, ldc, rows - r, as_it_is{});
+}
+template <int W, class T>
+NEVRAD_INLINE void store_tile_of_c(const T* tile, T* c, std::int64_t ldc, std::int32_t rows) {
+  std::int32_t r = 0;
+  for (; r + column_line<T> <= rows; r += column_line<T>) {
+    store_panel_lines<false, W>(tile + r * W, c + r, ldc);
+  }
+  store_panel_columns<W>(tile + r * W, c + r, ldc, rows - r);
+}
+
 // Columns j to j + W - 1.
 template <int W, class T>
 void multiply_panel_in_place(rows_of_part<T>& part,
@@ -102,31 +129,40 @@ void multiply_panel_in_place(rows_of_part<T>& part,
                              std::int32_t j,
                              const mm_operands<T>& o,
                              const column_panels<T>& panels) {
-  alignas(cache_line) T part_of_c[column_line<T> * W];
-  const std::int32_t lo = part.lo();
+  alignas(cache_line) T tile[tile_rows<T> * W];
   const std::int32_t hi = part.hi();
-  compressed_matrix<T> a = part.take(lo, lo);
+  const std::int32_t base = part.shape().base;
   const T* const b = line_at(o.b, j, o.ldb);
-  auto window = panels.template window<W>(b, o.ldb, a.base);
-  for (std::int32_t r = lo; r < hi; r += column_line<T>) {
-    constexpr std::int32_t looked_at = 64;
-    if ((r - lo) % looked_at == 0) a = part.take(r, std::min(r + looked_at, hi));
-    const std::int32_t count = std::min(column_line<T>, hi - r);
+  auto window = panels.template window<W>(b, o.ldb, base);
+  const packed_rows<W, T> packed = panels.template packed<W>(j, base);
+  const bool ahead =
+      panels.whole() && !stay_in_cache<T>(part.shape().cols, W) && meets_distant_rows(part.shape());
+  std::int32_t stop = part.lo();
+  for (std::int32_t r = stop; r < hi; r = stop) {
+    stop = r + std::min(tile_rows<T>, hi - r);
     T* const c = line_at(o.c, j, o.ldc) + r;
-    fetch_columns_ahead<W>(c, o.ldc);
-    fetch_entries_ahead(a, r + 2 * count, std::min(r + 3 * count, hi));
-    load_panel_columns<W>(part_of_c, c, o.ldc, count, as_it_is{});
-    const auto update = [&](const auto& rows) {
-      update_rows<W>(row_entries<T>(a, r, count), bounds, rows, part_of_c, W, o.alpha, o.beta);
-    };
-    if (panels.shared()) {
-      update(panels.template packed<W>(j, a.base));
-    } else if (window.hold(columns_used(a, r, r + count))) {
-      update(window.rows());
-    } else {
-      update(gathered_rows<W, T>{b - a.base, o.ldb});
+    load_tile_of_c<W>(tile, c, o.ldc, stop - r);
+    if (ahead) {
+      fetch_rows_ahead<W>(part.shape(), stop, stop + std::min(tile_rows<T>, hi - stop),
+                          [=](std::int64_t index) { return packed.panel + index * W; });
     }
-    store_panel_columns<W>(part_of_c, c, o.ldc, count);
+    // Rows from `first` on, up to the first that is found out of order.
+    const auto update = [&](auto how, const compressed_matrix<T>& a, std::int32_t first) {
+      const auto update_by = [&](const auto& rows) {
+        return first + update_rows<W, how()>(row_entries<T>(a, first, stop - first), bounds, rows,
+                                             tile + (first - r) * W, W, o.alpha, o.beta);
+      };
+      if (panels.shared()) return update_by(packed);
+      const column_span used = columns_used(a, first, stop);
+      if (!window.hold(used)) return update_by(gathered_rows<W, T>{b - base, o.ldb});
+      return window.in_line(used) ? update_by(window.rows_in_line(used)) : update_by(window.rows());
+    };
+    using looked_at = std::integral_constant<order, order::looked_at>;
+    using known = std::integral_constant<order, order::known>;
+    std::int32_t first = r;
+    if (part.look(stop)) first = update(looked_at{}, part.shape(), first);
+    if (first < stop) update(known{}, part.take(first, stop), first);
+    store_tile_of_c<W>(tile, c, o.ldc, stop - r);
   }
 }
 
@@ -139,11 +175,16 @@ void multiply_column_in_place(rows_of_part<T>& part,
   T* const y = line_at(o.c, j, o.ldc);
   // Within short rows there is little to hide a look behind.
   const bool are_long = row_entries<T>(part.shape(), part.lo(), part.hi() - part.lo()).are_long();
+  const bool ahead = meets_distant_rows(part.shape());
   std::int32_t stop = part.lo();
   for (std::int32_t r = stop; r < part.hi(); r = stop) {
     stop = r + std::min(mm_rows_at_once, part.hi() - r);
     const T* const b = line_at(o.b, j, o.ldb) - part.shape().base;
     const auto x = [=](std::int32_t index) { return b[index]; };
+    if (ahead) {
+      fetch_rows_ahead<1>(part.shape(), stop, stop + std::min(mm_rows_at_once, part.hi() - stop),
+                          [=](std::int64_t index) { return b + index; });
+    }
     std::int32_t first = r;
     if (are_long && part.look(stop)) {
       const row_entries<T> entries(part.shape(), r, stop - r);
@@ -164,7 +205,7 @@ void multiply_columns_in_place(const rows_in_order<T>& rows,
                                const column_panels<T>& panels) {
   const block_bounds bounds(rows.shape().cols);
   rows_of_part<T> part(rows, lo, hi);
-  std::int32_t j = for_each_panel<T>(o.n, [&](auto w, std::int32_t at) {
+  std::int32_t j = for_each_chunk<T>(o.n, [&](auto w, std::int32_t at) {
     multiply_panel_in_place<w()>(part, bounds, at, o, panels);
     part.set_known();
   });

@@ -199,7 +199,10 @@ status mm_cols_parallel(const rows_in_order<T>& a, const mm_operands<T>& o) {
   }
   const bool blocked = rows_are_long(shape);
   const column_panels<T> panels(shape, o, store.get(), budget);
-  if (blocked || panels.shared()) pack_cols_all(shape.cols, o.b, o.n, o.ldb, store.get());
+  if (blocked || panels.shared()) {
+    const auto pack = blocked ? pack_cols_all<T> : pack_cols_chunks<T>;
+    pack(shape.cols, o.b, o.n, o.ldb, store.get());
+  }
   return for_row_parts(shape, budget, [&](int part, std::int32_t lo, std::int32_t hi) {
     return blocked ? mm_cols_blocked(a, o, store.get(), lo, hi)
                    : mm_cols_part(a, o, panels.of_part(part), lo, hi);

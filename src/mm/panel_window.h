@@ -36,23 +36,41 @@ NEVRAD_INLINE void fetch_rows_ahead(const T* at, std::int64_t ld, std::int32_t r
   }
 }
 
-// Columns from the first to one past the last that a row range uses; its rows ascend.
+// Columns from the first to one past the last that a row range uses.
 struct column_span {
   std::int32_t low;
   std::int32_t high;
 };
 
+// All entries are looked at, in their order: they are about to be used, and finding the first and
+// the last one of each row takes longer.
 template <class T>
 column_span columns_used(const compressed_matrix<T>& a, std::int32_t r, std::int32_t last) {
-  column_span used{a.cols, 0};
-  for (; r < last; ++r) {
-    const std::int32_t first = a.begin[r] - a.base;
-    const std::int32_t stop = a.end[r] - a.base;
-    if (stop <= first) continue;
-    used.low = std::min(used.low, a.indices[first] - a.base);
-    used.high = std::max(used.high, a.indices[stop - 1] - a.base + 1);
+  constexpr std::int64_t at_once = 8;
+  using index_lanes = lanes<std::int32_t, at_once>;
+  const std::int64_t count = last > r ? a.end[last - 1] - a.begin[r] : 0;
+  if (count <= 0) return {a.cols, 0};
+  const std::int32_t* const indices = a.indices + (a.begin[r] - a.base);
+  std::int32_t low = indices[0];
+  std::int32_t high = indices[0];
+  if (count < at_once) {
+    for (std::int64_t p = 1; p < count; ++p) {
+      low = std::min(low, indices[p]);
+      high = std::max(high, indices[p]);
+    }
+  } else {
+    // The last lanes may overlap those before.
+    index_lanes lows = load<at_once>(indices + (count - at_once));
+    index_lanes highs = lows;
+    for (std::int64_t p = 0; p + at_once <= count; p += at_once) {
+      const index_lanes some = load<at_once>(indices + p);
+      lows.v = __builtin_elementwise_min(lows.v, some.v);
+      highs.v = __builtin_elementwise_max(highs.v, some.v);
+    }
+    low = __builtin_reduce_min(lows.v);
+    high = __builtin_reduce_max(highs.v);
   }
-  return used;
+  return {low - a.base, high - a.base + 1};
 }
 
 // Rows of a ring for A: a power of two, or the number of its columns when that is not more. The
@@ -113,12 +131,22 @@ class panel_window {
   }
 
   ring_rows<W, T> rows() const { return {room_, mask_}; }
+  // Whether the rows that go with these columns lie in the ring one behind another, and as such.
+  bool in_line(column_span used) const {
+    return mask_ < 0 || used.high - used.low <= size_ - slot_of(used.low);
+  }
+  packed_rows<W, T> rows_in_line(column_span used) const {
+    const std::int64_t shift = mask_ < 0 ? 0 : slot_of(used.low) - (std::int64_t{used.low} + base_);
+    return {room_ + shift * W};
+  }
 
  private:
+  std::int64_t slot_of(std::int32_t row) const { return (std::int64_t{row} + base_) & mask_; }
+
   // Packs up to row `stop`, where the ring ends in two steps.
   void pack(std::int32_t stop) {
     while (end_ < stop) {
-      const std::int64_t slot = (std::int64_t{end_} + base_) & mask_;
+      const std::int64_t slot = slot_of(end_);
       std::int32_t count = stop - end_;
       if (mask_ >= 0)
         count = static_cast<std::int32_t>(std::min<std::int64_t>(count, size_ - slot));

@@ -40,6 +40,16 @@ NEVRAD_INLINE std::int32_t for_each_panel(std::int32_t n, const Visit& visit) {
   return j;
 }
 
+// Visits chunks of columns, first column and width, as for_each_panel does, but wider ones first:
+// lanes are independent, and more of them to an entry save loads of the entry.
+template <class T, class Visit>
+NEVRAD_INLINE std::int32_t for_each_chunk(std::int32_t n, const Visit& visit) {
+  constexpr int wide = 2 * mm_chunk<T>;
+  std::int32_t j = 0;
+  for (; n - j >= wide; j += wide) visit(panel_width<wide>{}, j);
+  return j + for_each_panel<T>(n - j, [&](auto w, std::int32_t at) { visit(w, j + at); });
+}
+
 // Where the panel that begins at column j lies in its store.
 template <class T>
 NEVRAD_INLINE T* panel_at(T* store, std::int32_t j, std::int32_t h) {
@@ -61,6 +71,14 @@ scratch<T> panel_store(std::int32_t h, std::int32_t n) {
 // where they lie.
 template <class T>
 void pack_cols_all(std::int32_t h, const T* first, std::int32_t width, std::int32_t ldb, T* store);
+
+// The same in chunks, whose panels are wider.
+template <class T>
+void pack_cols_chunks(std::int32_t h,
+                      const T* first,
+                      std::int32_t width,
+                      std::int32_t ldb,
+                      T* store);
 
 // Row-major B. Columns behind the narrowest panel become panels of width 1.
 template <class T>

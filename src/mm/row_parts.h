@@ -84,6 +84,95 @@ struct row_entries {
   }
 };
 
+// Entries p and p + 1, in turn, on top of a sum: loads bound these loops, and two entries need less
+// of them. `source` has the entries, what becomes of their values first, and what one adds.
+template <class T, int W, class Source>
+NEVRAD_INLINE lanes<T, W> add_two_entries(lanes<T, W> sum, const Source& source, std::int64_t p) {
+  const index_pair i = load_indices(source.indices + p);
+  const lanes<T, 2> v = source.prepare(load<2>(source.values + p));
+  sum = source.add(sum, lane_at<0>(v), i.first);
+  return source.add(sum, lane_at<1>(v), i.second);
+}
+
+// Entries p up to but excluding `end`.
+template <class T, int W, class Source>
+NEVRAD_INLINE lanes<T, W> add_entries(lanes<T, W> sum,
+                                      const Source& source,
+                                      std::int64_t p,
+                                      std::int64_t end) {
+  // Most rows are short: unrolled, their ends cost more than the entries.
+#pragma clang loop unroll(disable)
+  for (; p + 1 < end; p += 2) sum = add_two_entries(sum, source, p);
+  if (p < end) {
+    sum = source.add(sum, source.prepare(load<1>(source.values + p)), source.indices[p]);
+  }
+  return sum;
+}
+
+// Entries p up to but excluding `middle` on top of `first`, those from there up to but excluding
+// `end` on top of `second`. The sums of one row are a chain, of which long rows leave hardware no
+// other to see; so both go in step.
+template <class T, int W, class Source>
+NEVRAD_INLINE void add_entries_in_step(lanes<T, W>& first,
+                                       lanes<T, W>& second,
+                                       const Source& source,
+                                       std::int64_t p,
+                                       std::int64_t middle,
+                                       std::int64_t end) {
+  std::int64_t q = middle;
+#pragma clang loop unroll(disable)
+  for (std::int64_t both = std::min(middle - p, end - q); both > 1; both -= 2, p += 2, q += 2) {
+    first = add_two_entries(first, source, p);
+    second = add_two_entries(second, source, q);
+  }
+  first = add_entries(first, source, p, middle);
+  second = add_entries(second, source, q, end);
+}
+
+// What an entry adds to the sum of a part: its value times the elements of B that go with it.
+template <class T, class Rows>
+struct value_times_row {
+  const T* values;
+  const std::int32_t* indices;
+  Rows rows;
+
+  template <int N>
+  NEVRAD_INLINE lanes<T, N> prepare(lanes<T, N> v) const {
+    return v;
+  }
+  template <int W>
+  NEVRAD_INLINE lanes<T, W> add(lanes<T, W> sum, lane<T> v, std::int64_t index) const {
+    return multiply_add(sum, rows(index), broadcast<W>(v));
+  }
+};
+
+// Whether as many rows of so many elements stay in cache.
+template <class T>
+bool stay_in_cache(std::int32_t rows, std::int32_t elements) {
+  constexpr std::int64_t cached = std::int64_t{8} << 20;
+  return std::int64_t{rows} * elements * std::int64_t{sizeof(T)} < cached;
+}
+
+// Whether the entries of a row meet rows of B that lie far apart, in no order that hardware
+// follows: out of cache, they are asked for ahead. Judged by some rows.
+template <class T>
+bool meets_distant_rows(const compressed_matrix<T>& a) {
+  constexpr std::int32_t samples = 24;
+  constexpr std::int64_t far_apart = 8192;
+  if (fixed_hints) return false;
+  std::int64_t reach = 0;
+  std::int64_t entries = 1;
+  for (std::int32_t s = 0; s < samples; ++s) {
+    const auto r = static_cast<std::int32_t>(std::int64_t{a.rows} * s / samples);
+    const std::int64_t first = a.begin[r] - a.base;
+    const std::int64_t last = a.end[r] - a.base;
+    if (last <= first) continue;
+    reach += a.indices[last - 1] - a.indices[first];
+    entries += last - first;
+  }
+  return reach / entries > far_apart;
+}
+
 // Calls add_next(), which moves p on by one, for the entries from p on that lie in front of `end`
 // and whose indices are below `stop`, of which there is one at least. One test an entry: of a part
 // that is not the row's last one, the entry behind it ends the loop.
@@ -123,11 +212,15 @@ NEVRAD_INLINE lanes<T, W> multiply_part(const row_entries<T>& a,
   }
   // Most parts are short: looking for their end, and groups of four, would cost more than the sums.
   lanes<T, W> sum = zero_lanes<T, W>();
-  const auto add_next = [&] {
+  if (a.indices[end - 1] < stop) {
+    p = end;
+    return add_entries(sum, value_times_row<T, Rows>{a.values, a.indices, rows}, first, end);
+  }
+#pragma clang loop unroll(disable)
+  do {
     sum = multiply_add(sum, rows(a.indices[p]), broadcast<W>(load<1>(a.values + p)));
     ++p;
-  };
-  for_each_of_part(a.indices, p, end, stop, add_next);
+  } while (a.indices[p] < stop);
   return sum;
 }
 
@@ -153,20 +246,9 @@ NEVRAD_INLINE lanes_pair<T, W> multiply_part_pair(const row_entries<T>& a,
                                       a.indices + middle, static_cast<std::int32_t>(end - middle),
                                       rows);
   }
-  const auto add = [&](lanes<T, W> sum, std::int64_t at) {
-    return multiply_add(sum, rows(a.indices[at]), broadcast<W>(load<1>(a.values + at)));
-  };
   lanes_pair<T, W> sum{zero_lanes<T, W>(), zero_lanes<T, W>()};
-  std::int64_t q = middle;
-#pragma clang loop unroll(disable)
-  for (std::int64_t both = std::min(middle - p, end - q); both > 0; --both, ++p, ++q) {
-    sum.first = add(sum.first, p);
-    sum.second = add(sum.second, q);
-  }
-#pragma clang loop unroll(disable)
-  for (; p < middle; ++p) sum.first = add(sum.first, p);
-#pragma clang loop unroll(disable)
-  for (; q < end; ++q) sum.second = add(sum.second, q);
+  const value_times_row<T, Rows> source{a.values, a.indices, rows};
+  add_entries_in_step(sum.first, sum.second, source, p, middle, end);
   return sum;
 }
 

@@ -17,43 +17,12 @@
 
 namespace nevrad {
 
-// Visits chunks of columns, first column and width, as for_each_panel does, but wider ones first:
-// lanes are independent, and more of them to an entry save loads of the entry.
-template <class T, class Visit>
-NEVRAD_INLINE std::int32_t for_each_chunk(std::int32_t n, const Visit& visit) {
-  constexpr int wide = 2 * mm_chunk<T>;
-  std::int32_t j = 0;
-  for (; n - j >= wide; j += wide) visit(panel_width<wide>{}, j);
-  return j + for_each_panel<T>(n - j, [&](auto w, std::int32_t at) { visit(w, j + at); });
-}
-
-// Rows for which a chunk of columns is computed before the next one. Of wide rows of B all that an
-// entry needs is fetched at once: it lies together in memory.
+// Rows for which a chunk of columns is computed before the next one. Of wide rows of B out of cache
+// all that an entry needs is fetched at once: it lies together in memory.
 template <class T>
-std::int32_t rows_at_once(std::int32_t n) {
-  return n <= 2 * mm_chunk<T> ? mm_rows_at_once : 1;
-}
-
-// Whether the entries of a row meet rows of B that lie far apart, out of cache, and in no order
-// that hardware follows: then they are asked for ahead. Judged by some rows.
-template <class T>
-bool meets_distant_rows(const compressed_matrix<T>& a, const mm_operands<T>& o) {
-  constexpr std::int32_t samples = 24;
-  constexpr std::int64_t far_apart = 8192;
-  constexpr std::int64_t in_cache = std::int64_t{8} << 20;
-  if (fixed_hints || std::int64_t{a.cols} * o.ldb * std::int64_t{sizeof(T)} < in_cache)
-    return false;
-  std::int64_t reach = 0;
-  std::int64_t entries = 1;
-  for (std::int32_t s = 0; s < samples; ++s) {
-    const auto r = static_cast<std::int32_t>(std::int64_t{a.rows} * s / samples);
-    const std::int64_t first = a.begin[r] - a.base;
-    const std::int64_t last = a.end[r] - a.base;
-    if (last <= first) continue;
-    reach += a.indices[last - 1] - a.indices[first];
-    entries += last - first;
-  }
-  return reach / entries > far_apart;
+std::int32_t rows_at_once(std::int32_t n, bool b_in_cache = false) {
+  if (n <= 2 * mm_chunk<T>) return mm_rows_at_once;
+  return b_in_cache ? mm_rows_at_once / 4 : 1;
 }
 
 // Asks for the rows of B that rows r up to but excluding `stop` meet.
@@ -78,8 +47,9 @@ NEVRAD_INLINE void for_rows_at_once(const rows_in_order<T>& rows,
                                     std::int32_t hi,
                                     const mm_operands<T>& o,
                                     const Multiply& multiply) {
-  const std::int32_t at_once = rows_at_once<T>(o.n);
-  const bool ahead = meets_distant_rows(rows.shape(), o);
+  const std::int32_t at_once = rows_at_once<T>(o.n, stay_in_cache<T>(rows.shape().cols, o.ldb));
+  const bool ahead =
+      !stay_in_cache<T>(rows.shape().cols, o.ldb) && meets_distant_rows(rows.shape());
   std::int32_t stop = lo;
   for (std::int32_t r = lo; r < hi; r = stop) {
     stop = r + std::min(at_once, hi - r);
@@ -154,10 +124,16 @@ struct direct_chunk {
   NEVRAD_INLINE lanes<T, W> start(const T* c) const {
     return is_complex<T> ? zero_lanes<T, W>() : multiply_fused(load<W>(c), broadcast<W>(beta));
   }
-  NEVRAD_INLINE lanes<T, W> add(lanes<T, W> acc, std::int64_t p) const {
-    lane<T> v = load<1>(values + p);
-    if constexpr (!is_complex<T>) v = multiply(v, alpha);
-    return multiply_add(acc, broadcast<W>(v), b(indices[p]));
+  template <int N>
+  NEVRAD_INLINE lanes<T, N> prepare(lanes<T, N> v) const {
+    if constexpr (is_complex<T>) {
+      return v;
+    } else {
+      return multiply(v, broadcast<N>(alpha));
+    }
+  }
+  NEVRAD_INLINE lanes<T, W> add(lanes<T, W> acc, lane<T> v, std::int64_t index) const {
+    return multiply_add(acc, broadcast<W>(v), b(index));
   }
   NEVRAD_INLINE void finish(T* c, lanes<T, W> acc) const {
     if constexpr (is_complex<T>) {
@@ -186,19 +162,15 @@ std::int32_t direct_rows(const compressed_matrix<T>& a,
       ascent.look_at(own.indices, p, stop);
       if (!ascent.ascends()) break;
     }
-    lanes<T, W> acc = own.start(c);
-    // Most rows are short: unrolled, their ends cost more than the entries.
-#pragma clang loop unroll(disable)
-    for (; p < stop; ++p) acc = own.add(acc, p);
-    own.finish(c, acc);
+    own.finish(c, add_entries(own.start(c), own, p, stop));
+    p = stop;
   }
   return row;
 }
 
-// Two rows at a time: the sums of one row are a chain, of which long rows leave hardware no other
-// to see.
+// The same for long rows.
 template <order Order, int W, class T>
-std::int32_t direct_row_pairs(const compressed_matrix<T>& a,
+std::int32_t direct_long_rows(const compressed_matrix<T>& a,
                               std::int32_t row,
                               std::int32_t hi,
                               const direct_chunk<W, T>& chunk,
@@ -210,7 +182,6 @@ std::int32_t direct_row_pairs(const compressed_matrix<T>& a,
   for (; row + 1 < hi; row += 2, c += 2 * ldc) {
     const std::int64_t middle = end[row];
     const std::int64_t stop = end[row + 1];
-    std::int64_t q = middle;
     if constexpr (Order == order::looked_at) {
       ascent_check ascent;
       ascent.look_at(own.indices, p, middle);
@@ -219,15 +190,7 @@ std::int32_t direct_row_pairs(const compressed_matrix<T>& a,
     }
     lanes<T, W> upper = own.start(c);
     lanes<T, W> lower = own.start(c + ldc);
-#pragma clang loop unroll(disable)
-    for (std::int64_t both = std::min(middle - p, stop - q); both > 0; --both, ++p, ++q) {
-      upper = own.add(upper, p);
-      lower = own.add(lower, q);
-    }
-#pragma clang loop unroll(disable)
-    for (; p < middle; ++p) upper = own.add(upper, p);
-#pragma clang loop unroll(disable)
-    for (; q < stop; ++q) lower = own.add(lower, q);
+    add_entries_in_step(upper, lower, own, p, middle, stop);
     own.finish(c, upper);
     own.finish(c + ldc, lower);
     p = stop;
@@ -280,7 +243,7 @@ void mm_rows_direct(const rows_in_order<T>& source,
                     std::int32_t hi,
                     const mm_operands<T>& o) {
   const compressed_matrix<T>& shape = source.shape();
-  const bool pairs = row_entries<T>(shape, 0, shape.rows).are_long();
+  const bool are_long = row_entries<T>(shape, 0, shape.rows).are_long();
   // Real columns behind the last whole chunk round as those within, so narrower chunks take them.
   constexpr int widest = mm_chunk<T>;
   const std::int32_t in_chunks = is_complex<T> ? o.n / widest * widest : o.n / 4 * 4;
@@ -295,7 +258,7 @@ void mm_rows_direct(const rows_in_order<T>& source,
         const direct_chunk<w(), T> chunk{a.values, a.indices, of_b, to_lane(o.alpha),
                                          to_lane(o.beta)};
         if constexpr (w() <= widest) {
-          if (pairs) return direct_row_pairs<how()>(a, first, stop, chunk, c, o.ldc);
+          if (are_long) return direct_long_rows<how()>(a, first, stop, chunk, c, o.ldc);
         }
         return direct_rows<how()>(a, first, stop, chunk, c, o.ldc);
       }
