@@ -1,7 +1,7 @@
 // C := alpha * A * B + beta * C with column-major B and C, entries where they lie.
 //
-// A panel of columns at a time, and as many rows as a cache line of a column holds: their part of C
-// is turned into rows, updated (see row_parts.h for the order of sums), and turned back. B is
+// A panel of columns at a time, and as many rows as a few cache lines of a column hold: their part
+// of C is turned into rows, updated (see row_parts.h for the order of sums), and turned back. B is
 // packed as the rows reach it. Columns behind the narrowest panel, at most 3, go one at a time.
 #pragma once
 
@@ -53,18 +53,17 @@ class column_panels {
   bool shared_ = false;
 };
 
-// Asks for the rows of B, W elements each, that rows r up to but excluding `stop` meet; `place`
-// finds that of an index.
-template <int W, class T, class Place>
-void fetch_rows_ahead(const compressed_matrix<T>& a,
+// Asks for the rows of a whole panel that rows r up to but excluding `stop` meet.
+template <int W, class T>
+void fetch_panel_rows(const compressed_matrix<T>& a,
                       std::int32_t r,
                       std::int32_t stop,
-                      const Place& place) {
+                      const packed_rows<W, T>& rows) {
   constexpr int line = static_cast<int>(cache_line / sizeof(T));
   if (r >= stop) return;
   const std::int64_t last = a.end[stop - 1] - a.base;
   for (std::int64_t p = a.begin[r] - a.base; p < last; ++p) {
-    const T* const row = place(a.indices[p]);
+    const T* const row = rows.panel + std::int64_t{a.indices[p]} * W;
     for (int i = 0; i < W; i += line) prefetch<cache::level2>(row + i, 0);
   }
 }
@@ -143,8 +142,7 @@ void multiply_panel_in_place(rows_of_part<T>& part,
     T* const c = line_at(o.c, j, o.ldc) + r;
     load_tile_of_c<W>(tile, c, o.ldc, stop - r);
     if (ahead) {
-      fetch_rows_ahead<W>(part.shape(), stop, stop + std::min(tile_rows<T>, hi - stop),
-                          [=](std::int64_t index) { return packed.panel + index * W; });
+      fetch_panel_rows(part.shape(), stop, stop + std::min(tile_rows<T>, hi - stop), packed);
     }
     // Rows from `first` on, up to the first that is found out of order.
     const auto update = [&](auto how, const compressed_matrix<T>& a, std::int32_t first) {
@@ -175,16 +173,11 @@ void multiply_column_in_place(rows_of_part<T>& part,
   T* const y = line_at(o.c, j, o.ldc);
   // Within short rows there is little to hide a look behind.
   const bool are_long = row_entries<T>(part.shape(), part.lo(), part.hi() - part.lo()).are_long();
-  const bool ahead = meets_distant_rows(part.shape());
   std::int32_t stop = part.lo();
   for (std::int32_t r = stop; r < part.hi(); r = stop) {
     stop = r + std::min(mm_rows_at_once, part.hi() - r);
     const T* const b = line_at(o.b, j, o.ldb) - part.shape().base;
     const auto x = [=](std::int32_t index) { return b[index]; };
-    if (ahead) {
-      fetch_rows_ahead<1>(part.shape(), stop, stop + std::min(mm_rows_at_once, part.hi() - stop),
-                          [=](std::int64_t index) { return b + index; });
-    }
     std::int32_t first = r;
     if (are_long && part.look(stop)) {
       const row_entries<T> entries(part.shape(), r, stop - r);

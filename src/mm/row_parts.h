@@ -84,14 +84,35 @@ struct row_entries {
   }
 };
 
+// Two values by turns in R lanes, and the first or second of them in W lanes.
+template <int... I, class T>
+NEVRAD_INLINE lanes<T, sizeof...(I)> repeat_pair(lanes<T, 2> a, std::integer_sequence<int, I...>) {
+  return {__builtin_shufflevector(a.v, a.v, (I & 1)...)};
+}
+template <int Second, class T, int R, int... I>
+NEVRAD_INLINE lanes<T, sizeof...(I)> spread_of_pair(lanes<T, R> a,
+                                                    std::integer_sequence<int, I...>) {
+  return {__builtin_shufflevector(a.v, a.v, (I % R & ~1) + Second...)};
+}
+
 // Entries p and p + 1, in turn, on top of a sum: loads bound these loops, and two entries need less
 // of them. `source` has the entries, what becomes of their values first, and what one adds.
 template <class T, int W, class Source>
 NEVRAD_INLINE lanes<T, W> add_two_entries(lanes<T, W> sum, const Source& source, std::int64_t p) {
   const index_pair i = load_indices(source.indices + p);
-  const lanes<T, 2> v = source.prepare(load<2>(source.values + p));
-  sum = source.add(sum, lane_at<0>(v), i.first);
-  return source.add(sum, lane_at<1>(v), i.second);
+  const lanes<T, 2> pair = load<2>(source.values + p);
+  constexpr int half_line = static_cast<int>(cache_line / 2 / sizeof(T));
+  if constexpr (!fixed_hints && !is_complex<T> && W >= half_line) {
+    // Moves within halves of a 256-bit register take less than those across.
+    using all = std::make_integer_sequence<int, W>;
+    const auto v = source.prepare(repeat_pair(pair, std::make_integer_sequence<int, half_line>{}));
+    sum = source.add(sum, spread_of_pair<0>(v, all{}), i.first);
+    return source.add(sum, spread_of_pair<1>(v, all{}), i.second);
+  } else {
+    const lanes<T, 2> v = source.prepare(pair);
+    sum = source.add(sum, broadcast<W>(lane_at<0>(v)), i.first);
+    return source.add(sum, broadcast<W>(lane_at<1>(v)), i.second);
+  }
 }
 
 // Entries p up to but excluding `end`.
@@ -104,7 +125,8 @@ NEVRAD_INLINE lanes<T, W> add_entries(lanes<T, W> sum,
 #pragma clang loop unroll(disable)
   for (; p + 1 < end; p += 2) sum = add_two_entries(sum, source, p);
   if (p < end) {
-    sum = source.add(sum, source.prepare(load<1>(source.values + p)), source.indices[p]);
+    sum = source.add(sum, broadcast<W>(source.prepare(load<1>(source.values + p))),
+                     source.indices[p]);
   }
   return sum;
 }
@@ -141,8 +163,8 @@ struct value_times_row {
     return v;
   }
   template <int W>
-  NEVRAD_INLINE lanes<T, W> add(lanes<T, W> sum, lane<T> v, std::int64_t index) const {
-    return multiply_add(sum, rows(index), broadcast<W>(v));
+  NEVRAD_INLINE lanes<T, W> add(lanes<T, W> sum, lanes<T, W> v, std::int64_t index) const {
+    return multiply_add(sum, rows(index), v);
   }
 };
 

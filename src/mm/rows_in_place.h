@@ -132,8 +132,8 @@ struct direct_chunk {
       return multiply(v, broadcast<N>(alpha));
     }
   }
-  NEVRAD_INLINE lanes<T, W> add(lanes<T, W> acc, lane<T> v, std::int64_t index) const {
-    return multiply_add(acc, broadcast<W>(v), b(index));
+  NEVRAD_INLINE lanes<T, W> add(lanes<T, W> acc, lanes<T, W> v, std::int64_t index) const {
+    return multiply_add(acc, v, b(index));
   }
   NEVRAD_INLINE void finish(T* c, lanes<T, W> acc) const {
     if constexpr (is_complex<T>) {
