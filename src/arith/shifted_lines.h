@@ -9,17 +9,17 @@ inline constexpr int shifted_together = 4;
 
 namespace detail {
 
-using four_indices = vector_of<std::uint32_t, 4>::type;
+using four_unsigned = vector_of<std::uint32_t, 4>::type;
 
-NEVRAD_INLINE four_indices load_four(const std::int32_t* at) {
-  four_indices r;
+NEVRAD_INLINE four_unsigned load_four(const std::int32_t* at) {
+  four_unsigned r;
   __builtin_memcpy(&r, at, sizeof r);
   return r;
 }
 
 // Zero where the next three lines follow the line of `at` by 1, 2 and 3.
-NEVRAD_INLINE four_indices off_step(const std::int32_t* at, std::int64_t length) {
-  const four_indices first = load_four(at);
+NEVRAD_INLINE four_unsigned off_step(const std::int32_t* at, std::int64_t length) {
+  const four_unsigned first = load_four(at);
   return ((first + 1) ^ load_four(at + length)) | ((first + 2) ^ load_four(at + 2 * length)) |
          ((first + 3) ^ load_four(at + 3 * length));
 }
@@ -36,7 +36,7 @@ NEVRAD_INLINE bool starts_one_on(const std::int32_t* line, const std::int32_t* n
 // of the line before it plus 1. Shorter lines than four are never told so.
 NEVRAD_INLINE bool lines_move_on(const std::int32_t* indices, std::int64_t length) {
   if (length < 4) return false;
-  detail::four_indices off = detail::off_step(indices, length);
+  detail::four_unsigned off = detail::off_step(indices, length);
   for (std::int64_t k = 4; k + 4 <= length; k += 4) off |= detail::off_step(indices + k, length);
   off |= detail::off_step(indices + length - 4, length);
   return __builtin_reduce_or(off) == 0;
