@@ -10,6 +10,7 @@ namespace detail {
 
 using four_indices = vector_of<std::int32_t, 4>::type;
 using eight_indices = vector_of<std::int32_t, 8>::type;
+using eight_unsigned = vector_of<std::uint32_t, 8>::type;
 
 template <class V>
 NEVRAD_INLINE V load_as(const std::int32_t* at) {
@@ -33,10 +34,10 @@ inline constexpr std::int32_t shortest_run = 16;
 NEVRAD_INLINE bool is_run(const std::int32_t* indices, std::int32_t length) {
   using namespace detail;
   if (length < shortest_run || indices[length - 1] - indices[0] != length - 1) return false;
-  eight_indices expected = eight_indices{0, 1, 2, 3, 4, 5, 6, 7} + indices[0];
+  auto expected = eight_unsigned{0, 1, 2, 3, 4, 5, 6, 7} + static_cast<std::uint32_t>(indices[0]);
   std::int32_t t = 0;
   for (; t + 8 <= length; t += 8) {
-    if (!all_of(load_as<eight_indices>(indices + t) == expected)) return false;
+    if (!all_of(load_as<eight_unsigned>(indices + t) == expected)) return false;
     expected += 8;
   }
   for (; t < length; ++t) {

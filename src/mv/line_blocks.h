@@ -9,6 +9,7 @@
 // entries from the other side of the diagonal, is left to the walk line by line.
 #pragma once
 
+#include "arith/tile.h"
 #include "mv/index_runs.h"
 #include "mv/lines.h"
 
@@ -43,19 +44,6 @@ NEVRAD_INLINE void for_each_block(std::int32_t line_begin,
 }
 
 namespace detail {
-
-// a[k][r] = what was a[r][k].
-template <class T>
-NEVRAD_INLINE void transpose(lanes<T, 4> (&a)[4]) {
-  const auto low01 = __builtin_shufflevector(a[0].v, a[1].v, 0, 4, 2, 6);
-  const auto high01 = __builtin_shufflevector(a[0].v, a[1].v, 1, 5, 3, 7);
-  const auto low23 = __builtin_shufflevector(a[2].v, a[3].v, 0, 4, 2, 6);
-  const auto high23 = __builtin_shufflevector(a[2].v, a[3].v, 1, 5, 3, 7);
-  a[0].v = __builtin_shufflevector(low01, low23, 0, 1, 4, 5);
-  a[1].v = __builtin_shufflevector(high01, high23, 0, 1, 4, 5);
-  a[2].v = __builtin_shufflevector(low01, low23, 2, 3, 6, 7);
-  a[3].v = __builtin_shufflevector(high01, high23, 2, 3, 6, 7);
-}
 
 template <class T>
 NEVRAD_INLINE lanes<T, 4> splat(T a) {
@@ -241,9 +229,9 @@ template <origin From, class T>
     hint_trip<From>(a1 + j);
     hint_trip<From>(a2 + j);
     hint_trip<From>(a3 + j);
-    lanes<T, 4> a[] = {load<4>(a0 + j), load<4>(a1 + j), load<4>(a2 + j), load<4>(a3 + j)};
-    detail::transpose(a);
-    for (int k = 0; k < 4; ++k) sums = multiply_add(sums, a[k], detail::splat(x[j + k]));
+    const tile<T> a =
+        transpose(tile<T>{{load<4>(a0 + j), load<4>(a1 + j), load<4>(a2 + j), load<4>(a3 + j)}});
+    for (int k = 0; k < 4; ++k) sums = multiply_add(sums, a.line[k], detail::splat(x[j + k]));
   }
   return sums;
 }

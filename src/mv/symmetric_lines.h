@@ -78,9 +78,8 @@ NEVRAD_INLINE bool take_stepped_lines(const compressed_view<T>& a,
   const std::int64_t j[] = {l.indices[0], l.indices[1], l.indices[2], l.indices[3]};
   fetch_stepped(l, x_at + j[3], y_at + j[3]);
 
-  lanes<T, 4> element[4];
-  for (int r = 0; r < lines_a_block; ++r) element[r] = load<4>(l.values + r * l.length);
-  detail::transpose(element);
+  const tile<T> entries = transpose(load_tile(l.values, l.length));
+  const lanes<T, 4>(&element)[4] = entries.line;
   lanes<T, 4> acc = zero_lanes<T, 4>();
   for (int s = 0; s < l.length; ++s) acc = multiply_add(acc, element[s], load<4>(x_at + j[s]));
 

@@ -161,11 +161,43 @@ TYPED_TEST(mv_tables, take_lines_of_one_shape_in_the_documented_order) {
   generator random(3);
   for_each_kernel<TypeParam>([&](auto kernel, mv_call call) {
     if (call.code[0] == 'D') return;
-    for (const std::vector<int>& away : {std::vector{1, 5, 20}, std::vector{4, 9, 26}, band}) {
+    // The second group of shapes meets itself within four lines.
+    for (const std::vector<int>& away :
+         {std::vector{1, 5, 20}, std::vector{4, 9, 26}, band, std::vector{1, 4, 20},
+          std::vector{3, 7, 20}, std::vector{1, 5, 8}, std::vector{4, 8, 9, 20}}) {
       const mv_case<TypeParam> one(call, lines_of_one_shape<TypeParam>(call, away, random), random);
       call.budget = random.chance(4) ? 3 : 1;
       SCOPED_TRACE(testing::Message() << "shape of " << away.size() << ", " << random);
       one.expect(kernel, call);
+    }
+  });
+}
+
+// beta = 0 leaves a y of +0, but for where it was negative; products too small for a number leave
+// zeros of both signs.
+TYPED_TEST(mv_tables, keep_the_signs_of_zeros) {
+  using T = TypeParam;
+  const T tiny = make<T>(is_single<T> ? 1e-30 : 1e-200);
+  const budget_scope one_thread(1);
+  generator random(4);
+  for_each_kernel<T>([&](auto kernel, mv_call call) {
+    if (is_general_row_product(call)) return;
+    mv_case<T> one(call, lines_of_one_shape<T>(call, {1, 5, 20}, random), random);
+    one.beta = T{};
+    for (T& value : one.a.values) {
+      if (!random.chance(3)) value = exact_product(value, tiny);
+    }
+    for (T& value : one.x) {
+      if (!random.chance(3)) value = exact_product(value, tiny);
+    }
+    for (const bool negative : {false, true}) {
+      SCOPED_TRACE(testing::Message() << (negative ? "one -0, " : "all +0, ") << random);
+      for (T& value : one.before) value = make<T>(1);
+      if (negative) one.before[one.before.size() / 2] = make<T>(-1);
+      array<T> y = one.before;
+      ASSERT_EQ(kernel(one.a.view(), one.x.data(), y.data(), one.alpha, one.beta), 0);
+      ASSERT_SAME_ARRAYS(y,
+                         mv_model<T>(call, one.a, one.x, one.alpha, one.beta).product(one.before));
     }
   });
 }
