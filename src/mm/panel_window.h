@@ -117,7 +117,8 @@ class panel_window {
   bool hold(column_span used) {
     if (used.low >= begin_ && used.high <= end_) return true;
     if (used.high - used.low > size_) return false;
-    if (used.low < begin_ || used.low > end_) {
+    // A ring that is the whole panel starts at its first row and never has to go back.
+    if (mask_ >= 0 && (used.low < begin_ || used.low > end_)) {
       if (patience_ < 0) return false;
       begin_ = used.low;
       end_ = used.low;

@@ -175,15 +175,18 @@ bool stay_in_cache(std::int32_t rows, std::int32_t elements) {
   return std::int64_t{rows} * elements * std::int64_t{sizeof(T)} < cached;
 }
 
-// Whether the entries of a row meet rows of B that lie far apart, in no order that hardware
-// follows: out of cache, they are asked for ahead. Judged by some rows.
+// Whether rows meet rows of B that lie far apart, and the next row others, in no order that
+// hardware follows: out of cache, they are asked for ahead. Judged by some rows.
 template <class T>
 bool meets_distant_rows(const compressed_matrix<T>& a) {
   constexpr std::int32_t samples = 24;
-  constexpr std::int64_t far_apart = 8192;
+  constexpr std::int64_t far_apart = 512;
+  constexpr std::int64_t long_step = 64;
   if (fixed_hints) return false;
-  std::int64_t reach = 0;
+  std::int64_t reach = 0;  // from the first to the last entry of a row
   std::int64_t entries = 1;
+  std::int64_t step = 0;  // from the first to the first of the next one, and so the last
+  std::int64_t pairs = 1;
   for (std::int32_t s = 0; s < samples; ++s) {
     const auto r = static_cast<std::int32_t>(std::int64_t{a.rows} * s / samples);
     const std::int64_t first = a.begin[r] - a.base;
@@ -191,8 +194,13 @@ bool meets_distant_rows(const compressed_matrix<T>& a) {
     if (last <= first) continue;
     reach += a.indices[last - 1] - a.indices[first];
     entries += last - first;
+    if (r + 1 == a.rows || a.end[r + 1] - a.base <= last) continue;
+    const std::int64_t next_last = a.end[r + 1] - a.base;
+    step += std::abs(a.indices[last] - a.indices[first]) +
+            std::abs(a.indices[next_last - 1] - a.indices[last - 1]);
+    pairs += 2;
   }
-  return reach / entries > far_apart;
+  return reach / entries > far_apart && step / pairs > long_step;
 }
 
 // Calls add_next(), which moves p on by one, for the entries from p on that lie in front of `end`
