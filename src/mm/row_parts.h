@@ -203,6 +203,42 @@ bool meets_distant_rows(const compressed_matrix<T>& a) {
   return reach / entries > far_apart && step / pairs > long_step;
 }
 
+// Rows of a row-major B, and whether each row of A meets those next to what the row before it met:
+// out of cache, they and C are asked for some rows ahead.
+template <int W, class T>
+struct passing_rows : strided_rows<W, T> {
+  bool ahead;
+};
+template <class T>
+bool pass_in_order(const compressed_matrix<T>& a, std::int32_t ldb) {
+  return !fixed_hints && !stay_in_cache<T>(a.cols, ldb) && !meets_distant_rows(a);
+}
+
+// Asks for what comes behind entries p to end - 1 of a row and its part of C.
+template <class T, class Rows>
+NEVRAD_INLINE void fetch_rows_behind(const Rows& /*rows*/,
+                                     const std::int32_t* /*indices*/,
+                                     std::int64_t /*p*/,
+                                     std::int64_t /*end*/,
+                                     const T* /*c*/,
+                                     std::int64_t /*ldc*/) {}
+template <int W, class T>
+NEVRAD_INLINE void fetch_rows_behind(const passing_rows<W, T>& rows,
+                                     const std::int32_t* indices,
+                                     std::int64_t p,
+                                     std::int64_t end,
+                                     const T* c,
+                                     std::int64_t ldc) {
+  constexpr std::int64_t size = sizeof(T);
+  constexpr std::int64_t on = std::max<std::int64_t>(8 * cache_line / (W * size), 1);
+  if (fixed_hints || !rows.ahead || p >= end) return;
+  for (std::int64_t j = 0; j < W; j += cache_line / size) {
+    prefetch<cache::level1>(rows.at + indices[p] * rows.ld, (on * rows.ld + j) * size);
+    prefetch<cache::level1>(rows.at + indices[end - 1] * rows.ld, (on * rows.ld + j) * size);
+    prefetch<cache::level1>(c, (on * ldc + j) * size);
+  }
+}
+
 // Calls add_next(), which moves p on by one, for the entries from p on that lie in front of `end`
 // and whose indices are below `stop`, of which there is one at least. One test an entry: of a part
 // that is not the row's last one, the entry behind it ends the loop.
@@ -330,6 +366,7 @@ NEVRAD_INLINE std::int32_t update_rows(const row_entries<T>& entries,
       ascent.look_at(a.indices, p, end);
       if (!ascent.ascends()) break;
     }
+    fetch_rows_behind(rows, a.indices, p, end, c, ldc);
     lanes<T, W> row = multiply_fused(load<W>(c), scale_c);
     while (p < end) {
       const std::int32_t stop = bounds.stop_of(a.indices[p] - a.base) + a.base;

@@ -94,11 +94,12 @@ void multiply_rows_in_place(const rows_in_order<T>& source,
                             std::int32_t hi,
                             const mm_operands<T>& o) {
   const block_bounds bounds(source.shape().cols);
+  const bool ahead = pass_in_order(source.shape(), o.ldb);
   const auto multiply = [&](const rows_in_order<T>& rows, std::int32_t r, std::int32_t stop) {
     const auto kernel = [&](auto how, auto w, std::int32_t at, const compressed_matrix<T>& a,
                             std::int32_t first) {
       const row_entries<T> entries(a, first, stop - first);
-      const strided_rows<w(), T> of_b{o.b + at, o.ldb};
+      const passing_rows<w(), T> of_b{{o.b + at, o.ldb}, ahead};
       T* const c = line_at(o.c, first, o.ldc) + at;
       if constexpr (w() == 1) {
         const auto x = [=](std::int32_t index) { return to_element(of_b(index)); };
@@ -117,7 +118,7 @@ template <int W, class T>
 struct direct_chunk {
   const T* values;
   const std::int32_t* indices;
-  strided_rows<W, T> b;
+  passing_rows<W, T> b;
   lane<T> alpha;
   lane<T> beta;
 
@@ -162,6 +163,7 @@ std::int32_t direct_rows(const compressed_matrix<T>& a,
       ascent.look_at(own.indices, p, stop);
       if (!ascent.ascends()) break;
     }
+    fetch_rows_behind(own.b, own.indices, p, stop, c, ldc);
     own.finish(c, add_entries(own.start(c), own, p, stop));
     p = stop;
   }
@@ -244,13 +246,14 @@ void mm_rows_direct(const rows_in_order<T>& source,
                     const mm_operands<T>& o) {
   const compressed_matrix<T>& shape = source.shape();
   const bool are_long = row_entries<T>(shape, 0, shape.rows).are_long();
+  const bool ahead = pass_in_order(shape, o.ldb);
   // Real columns behind the last whole chunk round as those within, so narrower chunks take them.
   constexpr int widest = mm_chunk<T>;
   const std::int32_t in_chunks = is_complex<T> ? o.n / widest * widest : o.n / 4 * 4;
   const auto multiply = [&](const rows_in_order<T>& rows, std::int32_t r, std::int32_t stop) {
     const auto kernel = [&](auto how, auto w, std::int32_t at, const compressed_matrix<T>& a,
                             std::int32_t first) {
-      const strided_rows<w(), T> of_b{o.b + at, o.ldb};
+      const passing_rows<w(), T> of_b{{o.b + at, o.ldb}, ahead};
       T* const c = line_at(o.c, first, o.ldc) + at;
       if constexpr (w() == 1) {
         return direct_column<how()>(a, first, stop, of_b, c, o.ldc, o.alpha, o.beta);
