@@ -203,15 +203,22 @@ bool meets_distant_rows(const compressed_matrix<T>& a) {
   return reach / entries > far_apart && step / pairs > long_step;
 }
 
-// Rows of a row-major B, and whether each row of A meets those next to what the row before it met:
-// out of cache, they and C are asked for some rows ahead.
+// Rows of a row-major B of which each row of A meets those next to what the row before it met: out
+// of cache, they and C are asked for some rows ahead.
 template <int W, class T>
-struct passing_rows : strided_rows<W, T> {
-  bool ahead;
-};
+struct passing_rows : strided_rows<W, T> {};
 template <class T>
 bool pass_in_order(const compressed_matrix<T>& a, std::int32_t ldb) {
   return !fixed_hints && !stay_in_cache<T>(a.cols, ldb) && !meets_distant_rows(a);
+}
+
+// Calls body with the rows of W columns of B, `at` at the first, of the one kind or the other.
+template <int W, class T, class Body>
+NEVRAD_INLINE std::int32_t with_rows_of(const T* at, std::int64_t ld, bool pass, const Body& body) {
+  if constexpr (!fixed_hints && sizeof(T) * W >= cache_line) {
+    if (pass) return body(passing_rows<W, T>{{at, ld}});
+  }
+  return body(strided_rows<W, T>{at, ld});
 }
 
 // Asks for what comes behind entries p to end - 1 of a row and its part of C.
@@ -231,7 +238,7 @@ NEVRAD_INLINE void fetch_rows_behind(const passing_rows<W, T>& rows,
                                      std::int64_t ldc) {
   constexpr std::int64_t size = sizeof(T);
   constexpr std::int64_t on = std::max<std::int64_t>(8 * cache_line / (W * size), 1);
-  if (fixed_hints || !rows.ahead || p >= end) return;
+  if (p >= end) return;
   for (std::int64_t j = 0; j < W; j += cache_line / size) {
     prefetch<cache::level1>(rows.at + indices[p] * rows.ld, (on * rows.ld + j) * size);
     prefetch<cache::level1>(rows.at + indices[end - 1] * rows.ld, (on * rows.ld + j) * size);

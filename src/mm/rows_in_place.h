@@ -94,18 +94,20 @@ void multiply_rows_in_place(const rows_in_order<T>& source,
                             std::int32_t hi,
                             const mm_operands<T>& o) {
   const block_bounds bounds(source.shape().cols);
-  const bool ahead = pass_in_order(source.shape(), o.ldb);
+  const bool pass = pass_in_order(source.shape(), o.ldb);
   const auto multiply = [&](const rows_in_order<T>& rows, std::int32_t r, std::int32_t stop) {
     const auto kernel = [&](auto how, auto w, std::int32_t at, const compressed_matrix<T>& a,
                             std::int32_t first) {
       const row_entries<T> entries(a, first, stop - first);
-      const passing_rows<w(), T> of_b{{o.b + at, o.ldb}, ahead};
       T* const c = line_at(o.c, first, o.ldc) + at;
       if constexpr (w() == 1) {
+        const strided_rows<1, T> of_b{o.b + at, o.ldb};
         const auto x = [=](std::int32_t index) { return to_element(of_b(index)); };
         return first + update_column<how()>(entries, bounds, x, c, o.ldc, o.alpha, o.beta);
       } else {
-        return first + update_rows<w(), how()>(entries, bounds, of_b, c, o.ldc, o.alpha, o.beta);
+        return with_rows_of<w()>(o.b + at, o.ldb, pass, [&](const auto& of_b) {
+          return first + update_rows<w(), how()>(entries, bounds, of_b, c, o.ldc, o.alpha, o.beta);
+        });
       }
     };
     multiply_chunks(rows, r, stop, o.n / 4 * 4, o.n, kernel);
@@ -114,11 +116,11 @@ void multiply_rows_in_place(const rows_in_order<T>& source,
 }
 
 // Direct: W columns, and how an element of C comes about.
-template <int W, class T>
+template <int W, class T, class Rows>
 struct direct_chunk {
   const T* values;
   const std::int32_t* indices;
-  passing_rows<W, T> b;
+  Rows b;
   lane<T> alpha;
   lane<T> beta;
 
@@ -146,14 +148,14 @@ struct direct_chunk {
 };
 
 // Rows from `row` on, `c` at the chunk of the first one. Answers with the row where it stops.
-template <order Order, int W, class T>
+template <order Order, int W, class T, class Rows>
 std::int32_t direct_rows(const compressed_matrix<T>& a,
                          std::int32_t row,
                          std::int32_t hi,
-                         const direct_chunk<W, T>& chunk,
+                         const direct_chunk<W, T, Rows>& chunk,
                          T* c,
                          std::int64_t ldc) {
-  const direct_chunk<W, T> own = chunk;  // in registers, whatever is stored
+  const direct_chunk<W, T, Rows> own = chunk;  // in registers, whatever is stored
   const std::int32_t* const end = a.end;
   std::int64_t p = a.begin[row];
   for (; row < hi; ++row, c += ldc) {
@@ -171,14 +173,14 @@ std::int32_t direct_rows(const compressed_matrix<T>& a,
 }
 
 // The same for long rows.
-template <order Order, int W, class T>
+template <order Order, int W, class T, class Rows>
 std::int32_t direct_long_rows(const compressed_matrix<T>& a,
                               std::int32_t row,
                               std::int32_t hi,
-                              const direct_chunk<W, T>& chunk,
+                              const direct_chunk<W, T, Rows>& chunk,
                               T* c,
                               std::int64_t ldc) {
-  const direct_chunk<W, T> own = chunk;
+  const direct_chunk<W, T, Rows> own = chunk;
   const std::int32_t* const end = a.end;
   std::int64_t p = a.begin[row];
   for (; row + 1 < hi; row += 2, c += 2 * ldc) {
@@ -246,24 +248,27 @@ void mm_rows_direct(const rows_in_order<T>& source,
                     const mm_operands<T>& o) {
   const compressed_matrix<T>& shape = source.shape();
   const bool are_long = row_entries<T>(shape, 0, shape.rows).are_long();
-  const bool ahead = pass_in_order(shape, o.ldb);
+  const bool pass = pass_in_order(shape, o.ldb);
   // Real columns behind the last whole chunk round as those within, so narrower chunks take them.
   constexpr int widest = mm_chunk<T>;
   const std::int32_t in_chunks = is_complex<T> ? o.n / widest * widest : o.n / 4 * 4;
   const auto multiply = [&](const rows_in_order<T>& rows, std::int32_t r, std::int32_t stop) {
     const auto kernel = [&](auto how, auto w, std::int32_t at, const compressed_matrix<T>& a,
                             std::int32_t first) {
-      const passing_rows<w(), T> of_b{{o.b + at, o.ldb}, ahead};
       T* const c = line_at(o.c, first, o.ldc) + at;
       if constexpr (w() == 1) {
+        const strided_rows<1, T> of_b{o.b + at, o.ldb};
         return direct_column<how()>(a, first, stop, of_b, c, o.ldc, o.alpha, o.beta);
       } else {
-        const direct_chunk<w(), T> chunk{a.values, a.indices, of_b, to_lane(o.alpha),
-                                         to_lane(o.beta)};
-        if constexpr (w() <= widest) {
-          if (are_long) return direct_long_rows<how()>(a, first, stop, chunk, c, o.ldc);
-        }
-        return direct_rows<how()>(a, first, stop, chunk, c, o.ldc);
+        return with_rows_of<w()>(o.b + at, o.ldb, pass, [&](const auto& of_b) {
+          const direct_chunk<w(), T, std::decay_t<decltype(of_b)>> chunk{a.values, a.indices, of_b,
+                                                                         to_lane(o.alpha),
+                                                                         to_lane(o.beta)};
+          if constexpr (w() <= widest) {
+            if (are_long) return direct_long_rows<how()>(a, first, stop, chunk, c, o.ldc);
+          }
+          return direct_rows<how()>(a, first, stop, chunk, c, o.ldc);
+        });
       }
     };
     multiply_chunks(rows, r, stop, in_chunks, o.n, kernel);
