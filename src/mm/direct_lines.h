@@ -7,6 +7,7 @@
 
 #include "arith/dense.h"
 #include "mm/held_lines.h"
+#include "mm/line_runs.h"
 #include "mm/operands.h"
 #include "mm/panel_window.h"
 #include "mm/rows_in_place.h"
@@ -47,8 +48,105 @@ NEVRAD_INLINE lanes<T, W> add_direct(lanes<T, W> own,
   return own;
 }
 
-// Lines r to stop - 1, for rows lo to hi - 1 of C. Rows that get images ahead of their own line are
-// scaled by beta already; those of a lower triangle are not.
+// How a line of a run begins and what becomes of its values (see line_runs.h).
+template <class T>
+struct direct_form {
+  lane<T> alpha;
+  lane<T> beta;
+  std::int64_t ldb;
+  std::int64_t ldc;
+
+  template <int W>
+  NEVRAD_INLINE lanes<T, W> start(const T* c) const {
+    return multiply(load<W>(c), broadcast<W>(beta));
+  }
+  NEVRAD_INLINE lane<T> prepare(lane<T> value) const { return multiply(value, alpha); }
+  template <int W>
+  NEVRAD_INLINE void fetch(const T* b, const T* c) const {
+    constexpr std::int64_t rows_ahead = 16;
+    constexpr auto bytes = static_cast<std::int64_t>(sizeof(T));
+    if constexpr (!fixed_hints) {
+      for (std::int64_t j = 0; j < W; j += column_line<T>) {
+        prefetch<cache::level1>(b, (rows_ahead * ldb + j) * bytes);
+        prefetch<cache::level1>(c, (rows_ahead * ldc + j) * bytes);
+      }
+    }
+  }
+};
+
+// Line i, for rows lo to hi - 1 of C. Rows that get images ahead of their own line are scaled by
+// beta already; those of a lower triangle are not.
+template <taken Which, bool Own, bool Cut, int W, class T>
+NEVRAD_INLINE void add_direct_line(const line_reader<Which, T>& a,
+                                   std::int32_t i,
+                                   std::int32_t lo,
+                                   std::int32_t hi,
+                                   const direct_columns<W, T>& d) {
+  const line_parts part = a.parts(i);
+  if constexpr (!Cut) {
+    fetch_rows_ahead<W>(d.b.at + i * d.b.ld, d.b.ld, 8);
+    fetch_rows_ahead<W>(d.row(i), d.ldc, 8);
+  }
+  std::int64_t p = part.first;
+  std::int64_t q = part.last;
+  if constexpr (Cut) {
+    while (p < q && a.indices[p] < lo) ++p;
+    while (p < q && a.indices[q - 1] >= hi) --q;
+  }
+  const lanes<T, W> b_line = d.b(i);
+  if (Which == taken::all || (Cut && (i < lo || i >= hi))) {
+    add_direct<false, true>(b_line, b_line, a.values, a.indices, p, q, d);
+    return;
+  }
+  const auto add_diagonal = [&](lanes<T, W> own) {
+    if (a.plain) {
+      const lanes<T, W> v = broadcast<W>(load<1>(a.values + part.diag_first));
+      return multiply_add(own, multiply(v, d.alpha), b_line);
+    }
+    own = add_direct<true, false>(own, b_line, a.values, a.indices, part.diag_first, part.diag_last,
+                                  d);
+    return a.ones ? multiply_add(own, d.alpha, b_line) : own;
+  };
+  lanes<T, W> own = load<W>(d.row(i));
+  own = Which == taken::lower ? multiply(own, d.beta) : add_diagonal(own);
+  if constexpr (Own) {
+    if constexpr (Cut) {
+      own = add_direct<true, false>(own, b_line, a.values, a.indices, part.first, p, d);
+    }
+    own = add_direct<true, true>(own, b_line, a.values, a.indices, p, q, d);
+    if constexpr (Cut) {
+      own = add_direct<true, false>(own, b_line, a.values, a.indices, q, part.last, d);
+    }
+  } else {
+    add_direct<false, true>(b_line, b_line, a.values, a.indices, p, q, d);
+  }
+  if constexpr (Which == taken::lower) own = add_diagonal(own);
+  store(d.row(i), own);
+}
+
+// Lines from i on of one shape, `lines` of them, where they are a run that pays and all its rows
+// are among rows lo to hi - 1. The lines are plain ones of a lower triangle.
+template <int W, class T>
+NEVRAD_INLINE bool add_direct_run(const line_reader<taken::lower, T>& a,
+                                  std::int32_t i,
+                                  std::int32_t lines,
+                                  std::int32_t lo,
+                                  std::int32_t hi,
+                                  const direct_columns<W, T>& d) {
+  const std::int32_t first = a.begin[i];
+  const std::int32_t length = a.end[i] - first;
+  const std::int32_t* const indices = a.indices + first;
+  if (lines < shortest_line_run || indices[0] < lo || i + lines > hi) return false;
+  const direct_form<T> form{lane_at<0>(d.alpha), lane_at<0>(d.beta), d.b.ld, d.ldc};
+  return with_entries(length - 1, [&](auto entries) {
+    add_lines_of_shape<entries(), W>(
+        a.values + first, indices, length, lines, d.b.ld, d.ldc,
+        [&](std::int64_t index) { return d.b.at + index * d.b.ld; },
+        [&](std::int64_t index) { return d.row(index); }, form);
+  });
+}
+
+// Lines r to stop - 1, as above.
 template <taken Which, bool Own, bool Cut, int W, class T>
 void add_direct_lines(const line_reader<Which, T> a,
                       std::int32_t r,
@@ -56,47 +154,26 @@ void add_direct_lines(const line_reader<Which, T> a,
                       std::int32_t lo,
                       std::int32_t hi,
                       const direct_columns<W, T> d) {
-  for (std::int32_t i = r; i < stop; ++i) {
-    const line_parts part = a.parts(i);
-    if constexpr (!Cut) {
-      fetch_rows_ahead<W>(d.b.at + i * d.b.ld, d.b.ld, 8);
-      fetch_rows_ahead<W>(d.row(i), d.ldc, 8);
-    }
-    std::int64_t p = part.first;
-    std::int64_t q = part.last;
-    if constexpr (Cut) {
-      while (p < q && a.indices[p] < lo) ++p;
-      while (p < q && a.indices[q - 1] >= hi) --q;
-    }
-    const lanes<T, W> b_line = d.b(i);
-    if (Which == taken::all || (Cut && (i < lo || i >= hi))) {
-      add_direct<false, true>(b_line, b_line, a.values, a.indices, p, q, d);
+  for (std::int32_t i = r; i < stop; ++i) add_direct_line<Which, Own, Cut>(a, i, lo, hi, d);
+}
+
+// The same for plain lines of a lower triangle, by runs.
+template <bool Cut, int W, class T>
+[[gnu::noinline]] void add_direct_runs(const line_reader<taken::lower, T>& lines,
+                                       std::int32_t r,
+                                       std::int32_t stop,
+                                       std::int32_t lo,
+                                       std::int32_t hi,
+                                       const direct_columns<W, T>& columns) {
+  const line_reader<taken::lower, T> a = lines;  // in registers, whatever is stored
+  const direct_columns<W, T> d = columns;
+  for (std::int32_t i = r; i < stop;) {
+    std::int32_t like_it = lines_of_shape(a, i, stop);
+    if (add_direct_run(a, i, like_it, lo, hi, d)) {
+      i += like_it;
       continue;
     }
-    const auto add_diagonal = [&](lanes<T, W> own) {
-      if (a.plain) {
-        const lanes<T, W> v = broadcast<W>(load<1>(a.values + part.diag_first));
-        return multiply_add(own, multiply(v, d.alpha), b_line);
-      }
-      own = add_direct<true, false>(own, b_line, a.values, a.indices, part.diag_first,
-                                    part.diag_last, d);
-      return a.ones ? multiply_add(own, d.alpha, b_line) : own;
-    };
-    lanes<T, W> own = load<W>(d.row(i));
-    own = Which == taken::lower ? multiply(own, d.beta) : add_diagonal(own);
-    if constexpr (Own) {
-      if constexpr (Cut) {
-        own = add_direct<true, false>(own, b_line, a.values, a.indices, part.first, p, d);
-      }
-      own = add_direct<true, true>(own, b_line, a.values, a.indices, p, q, d);
-      if constexpr (Cut) {
-        own = add_direct<true, false>(own, b_line, a.values, a.indices, q, part.last, d);
-      }
-    } else {
-      add_direct<false, true>(b_line, b_line, a.values, a.indices, p, q, d);
-    }
-    if constexpr (Which == taken::lower) own = add_diagonal(own);
-    store(d.row(i), own);
+    for (; like_it > 0; --like_it, ++i) add_direct_line<taken::lower, true, Cut>(a, i, lo, hi, d);
   }
 }
 
@@ -107,6 +184,7 @@ std::int32_t lines_in_a_chunk(const line_survey& found, const mm_operands<T>& o)
   constexpr std::int64_t at_hand = std::int64_t{1} << 20;
   const std::int64_t row = (std::int64_t{o.ldb} + o.ldc) * std::int64_t{sizeof(T)};
   const bool near = std::int64_t{found.below} + found.above <= at_hand / row;
+  if (o.n <= mm_chunk<T>) return 16 * mm_rows_at_once;  // there is no next chunk
   return near ? mm_rows_at_once : rows_at_once<T>(o.n);
 }
 
@@ -124,6 +202,7 @@ void multiply_taken_direct(const held_lines<T>& held,
   const std::int32_t last = reached(std::int64_t{hi} + found.below, lines);
   const std::int32_t at_once = lines_in_a_chunk(found, o);
   const line_reader<Which, T> a(held, found.plain);
+  const bool in_runs = found.plain && found.short_lines && at_once >= shortest_line_run;
   std::int32_t scaled = lo;
   std::int32_t stop = first;
   for (std::int32_t r = first; r < last; r = stop) {
@@ -139,7 +218,14 @@ void multiply_taken_direct(const held_lines<T>& held,
                                      broadcast<w()>(to_lane(o.alpha)),
                                      broadcast<w()>(to_lane(o.beta))};
       if (Which != taken::all && held.has_own()) {
-        if (lo == 0 && hi == lines) {
+        const bool all = lo == 0 && hi == lines;
+        if constexpr (Which == taken::lower && w() > 1 && w() <= widest_chunk<T>) {
+          if (in_runs) {
+            if (all) return add_direct_runs<false>(a, r, stop, lo, hi, d);
+            return add_direct_runs<true>(a, r, stop, lo, hi, d);
+          }
+        }
+        if (all) {
           add_direct_lines<Which, true, false>(a, r, stop, lo, hi, d);
         } else {
           add_direct_lines<Which, true, true>(a, r, stop, lo, hi, d);

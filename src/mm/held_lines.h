@@ -6,7 +6,7 @@
 // images that a row gets (lower triangle) or behind them (upper), in the walk as in a sorted row.
 #pragma once
 
-#include "arith/products.h"
+#include "arith/lanes.h"
 #include "matrix/expand.h"
 #include "matrix/sorted_rows.h"
 
@@ -84,6 +84,64 @@ struct line_reader {
   }
 };
 
+// Lines that are compared with the one before at once.
+inline constexpr std::int32_t compared_lines = 4;
+
+// Whether lines of L entries, whose indices these are, hold what the line before holds, one column
+// further on.
+template <int L>
+NEVRAD_INLINE bool move_on_by_one(const std::int32_t* indices) {
+  auto others = (load<4>(indices + L).v - load<4>(indices).v) ^ 1;
+  for (int j = 4; j < compared_lines * L; j += 4) {
+    others |= (load<4>(indices + L + j).v - load<4>(indices + j).v) ^ 1;
+  }
+  return __builtin_reduce_or(others) == 0;
+}
+
+// How many lines of L entries from line i on, in front of line `stop`, have the shape of line i.
+// The lines are packed.
+template <int L>
+NEVRAD_INLINE std::int32_t lines_of_shape(const std::int32_t* end,
+                                          const std::int32_t* at,
+                                          std::int32_t most) {
+  std::int32_t n = 1;
+  for (; n + compared_lines <= most; n += compared_lines, at += compared_lines * L) {
+    // Then all indices that are compared lie in these lines.
+    if (end[n + compared_lines - 1] - end[n - 1] != compared_lines * L) break;
+    const auto lengths = load<compared_lines>(end + n).v - load<compared_lines>(end + n - 1).v;
+    if (__builtin_reduce_or(lengths ^ L) != 0 || !move_on_by_one<L>(at)) break;
+  }
+  for (; n < most && end[n] - end[n - 1] == L; ++n, at += L) {
+    std::int32_t other = 0;
+    for (int j = 0; j < L; ++j) other |= (at[L + j] - at[j]) ^ 1;
+    if (other != 0) break;
+  }
+  return n;
+}
+
+// Entries of the longest lines that are compared, their diagonal among them.
+inline constexpr std::int32_t longest_compared = 4;
+
+// The same for lines of any length; long ones are not compared.
+template <taken Which, class T>
+NEVRAD_INLINE std::int32_t lines_of_shape(const line_reader<Which, T>& a,
+                                          std::int32_t i,
+                                          std::int32_t stop) {
+  const std::int32_t* const end = a.end + i;
+  const std::int32_t first = a.begin[i];
+  const std::int32_t* const at = a.indices + first;
+  switch (end[0] - first) {
+    case 2:
+      return lines_of_shape<2>(end, at, stop - i);
+    case 3:
+      return lines_of_shape<3>(end, at, stop - i);
+    case longest_compared:
+      return lines_of_shape<longest_compared>(end, at, stop - i);
+    default:
+      return 1;
+  }
+}
+
 // Calls body(constant) with the lines' kind as an integral constant.
 template <class T, class Body>
 auto with_taken(const held_lines<T>& held, const Body& body) {
@@ -107,6 +165,7 @@ struct line_survey {
   std::int32_t above = std::numeric_limits<std::int32_t>::max();
   bool diagonal_in_all_lines = false;
   bool plain = false;  // lines of a triangle that hold their diagonal once, and just taken entries
+  bool short_lines = false;  // see lines_of_shape; of those that are plain
 };
 
 // The lines from r up to but excluding `stop`, looked through; false where they do not ascend.
@@ -128,6 +187,42 @@ bool survey_each(const line_reader<Which, T>& a,
     found.below = std::max(found.below, i + a.base - a.indices[part.first]);
     found.above = std::max(found.above, a.indices[part.last - 1] - i - a.base);
   }
+  return true;
+}
+
+// The same for plain lines that have others on both sides, most of them in runs of one shape, of
+// which the first line tells all. False, and nothing found, where there are others.
+template <taken Which, class T>
+[[gnu::noinline]] bool survey_runs(const line_reader<Which, T>& lines,
+                                   std::int32_t r,
+                                   std::int32_t stop,
+                                   line_survey& found) {
+  constexpr bool lower = Which == taken::lower;
+  const line_reader<Which, T> a = lines;
+  const std::int32_t* const indices = a.indices;
+  std::int32_t runs = (stop - r) / 8;
+  std::int32_t farthest = 0;
+  std::int64_t first = a.begin[r];
+  const std::int64_t start = first;
+  for (std::int32_t i = r; i < stop;) {
+    const std::int64_t last = a.end[i];
+    if (last <= first || --runs < 0) return false;
+    const std::int32_t at = i + a.base;
+    const std::int32_t n = lines_of_shape(a, i, stop);
+    if (indices[lower ? last - 1 : first] != at) return false;
+    std::int32_t steps_down = 0;
+    for (std::int64_t p = first + 1; p < last; ++p) {
+      steps_down += indices[p] <= indices[p - 1] ? 1 : 0;
+    }
+    if (steps_down != 0) return false;
+    farthest = std::max(farthest, lower ? at - indices[first] : indices[last - 1] - at);
+    first += n * (last - first);
+    i += n;
+  }
+  found.off_diagonal += first - start - (stop - r);
+  found.on_diagonal += stop - r;
+  std::int32_t& reached = lower ? found.below : found.above;
+  reached = std::max(reached, farthest);
   return true;
 }
 
@@ -229,6 +324,9 @@ line_survey survey_lines(const held_lines<T>& held) {
   line_survey found{true, 0, 0, 0, 0, true, Which != taken::all};
   const line_reader<Which, T> a(held);
   const std::int32_t rows = held.lines.rows;
+  // Lines without runs are looked at for some only now and then.
+  found.short_lines = csr_entries(held.lines) <= longest_compared * std::int64_t{rows};
+  std::int32_t without_runs = 0;
   if (a.begin[0] != a.base || !survey_each(a, 0, std::min(1, rows), found)) return {false};
   std::int32_t stop = 1;
   for (std::int32_t r = stop; r < rows; r = stop) {
@@ -236,7 +334,13 @@ line_survey survey_lines(const held_lines<T>& held) {
     // Some entry lies in front of these lines, and one behind them.
     const bool within = a.begin[r] > a.base && a.end[stop - 1] < a.end[rows - 1];
     if constexpr (Which != taken::all) {
-      if (within && found.plain && !a.ones && survey_plain(a, r, stop, found)) continue;
+      if (within && found.plain && !a.ones) {
+        if (found.short_lines && without_runs++ % 16 == 0 && survey_runs(a, r, stop, found)) {
+          without_runs = 0;
+          continue;
+        }
+        if (survey_plain(a, r, stop, found)) continue;
+      }
     }
     if (within && survey_taken(a, r, stop, found)) {
       found.plain = false;

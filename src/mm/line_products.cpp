@@ -105,10 +105,13 @@ template <class T>
 bool ring_pays(const held_lines<T>& held,
                const line_survey& found,
                dense_layout layout,
+               std::int64_t size,
                std::int32_t n,
                std::int32_t nnz) {
   const bool in_rows = layout == dense_layout::row_major;
-  const std::int32_t chunk = (in_rows ? 2 : 1) * mm_chunk<T>;
+  const std::int32_t chunk = in_rows                        ? 2 * mm_chunk<T>
+                             : goes_by_wide_chunks<T>(size) ? widest_chunk<T>
+                                                            : mm_chunk<T>;
   const std::int32_t chunks = (n + chunk - 1) / chunk;
   const double rows = held.result_rows();
   const double reach = (static_cast<double>(found.below) + found.above) / mm_block_cols;
@@ -150,7 +153,7 @@ bool multiply_held_lines(const held_lines<T>& held,
   const std::int64_t size = ring_size<T>(found, rows, held.lines.base);
   const std::int64_t elements = ring_elements<T>(layout, size, o.n);
   if (nnz < elements || nnz < 2 * size || room.words_of(held) < 2 * size) return false;
-  if (!ring_pays(held, found, layout, o.n, nnz)) return false;
+  if (!ring_pays(held, found, layout, size, o.n, nnz)) return false;
   *result = room.take(held, found, nnz);
   if (*result != success) return true;
   const ring_room<T> ring{room.copy->values, room.copy->indices, size};

@@ -4,11 +4,12 @@
 // C * beta, rounded, then alpha times the sum of each part of a row in turn (see row_parts.h). The
 // sum of a part is open while the lines pass that add to it, so the rows within reach of a line
 // have their sums in a ring, for a panel or chunk of columns at a time: few enough to stay in
-// cache. In a column-major product the rows of C lie beside the sums, read when they enter and
-// written when they leave.
+// cache. In a column-major product the rows of C lie beside the sums, written when they leave and
+// read when they enter, or later where most rows have a single part.
 #pragma once
 
 #include "mm/held_lines.h"
+#include "mm/line_runs.h"
 #include "mm/operands.h"
 #include "mm/panel_window.h"
 #include "mm/panels.h"
@@ -30,16 +31,19 @@ std::int64_t ring_size(const line_survey& found, std::int32_t rows, std::int32_t
   return std::min<std::int64_t>(size, std::int64_t{rows} + base);
 }
 
-// Columns of the widest chunk of a row-major product. On AArch64 the registers hold the sums of a
-// line and of its mirrored entries in one width.
+// Whether the sums and rows of C of as many columns stay in cache, in a column-major product.
 template <class T>
-inline constexpr int widest_chunk = fixed_hints ? mm_chunk<T> : 2 * mm_chunk<T>;
+constexpr bool goes_by_wide_chunks(std::int64_t size) {
+  constexpr std::int64_t at_hand = std::int64_t{1} << 20;
+  constexpr auto row = std::int64_t{2 * widest_chunk<T>} * static_cast<std::int64_t>(sizeof(T));
+  return widest_chunk<T> > mm_chunk<T> && size * row <= at_hand;
+}
 
 template <class T>
 constexpr std::int64_t ring_elements(dense_layout layout, std::int64_t size, std::int32_t n) {
-  const std::int32_t chunk = 2 * mm_chunk<T>;
-  return size *
-         (layout == dense_layout::row_major ? std::min(chunk, n) : 2 * std::min(chunk / 2, n));
+  if (layout == dense_layout::row_major) return size * std::min(2 * mm_chunk<T>, n);
+  const std::int32_t chunk = goes_by_wide_chunks<T>(size) ? widest_chunk<T> : mm_chunk<T>;
+  return size * 2 * std::min(chunk, n);
 }
 
 // Where a ring lies: its elements, and twice `size` words.
@@ -50,8 +54,12 @@ struct ring_room {
   std::int64_t size;
 };
 
+// Where the rows of C are while their sums are in a ring: row-major, in place; column-major, beside
+// the sums, from their entry on or, `late`, from the first part that is closed ahead of the last.
+enum class rows_of_c { in_place, beside, beside_late };
+
 // Rows of C in use; row r has the slot of index r + base. W columns beginning with `c`.
-template <int W, dense_layout Layout, class T>
+template <int W, rows_of_c Rows, class T>
 class row_ring {
  public:
   row_ring(const ring_room<T>& room,
@@ -75,6 +83,10 @@ class row_ring {
         parts_(parts) {}
 
   NEVRAD_INLINE T* sum(std::int64_t index) const { return sums_ + (index & mask_) * W; }
+  // How many sums lie one behind another from that of a row on.
+  NEVRAD_INLINE std::int64_t sums_in_line(std::int64_t index) const {
+    return size_ - (index & mask_);
+  }
 
   // Makes the given part the open one of a row.
   NEVRAD_INLINE void open(std::int32_t index, std::int32_t part) const {
@@ -113,6 +125,7 @@ class row_ring {
   NEVRAD_INLINE void add_part(std::int32_t index, lanes<T, W> sum) const {
     const lanes<T, W> scale = broadcast<W>(to_lane(alpha_));
     if constexpr (by_columns) {
+      if constexpr (late) keep(index);
       T* const row = kept_ + (index & mask_) * W;
       store(row, multiply_add(load<W>(row), sum, scale));
     } else {
@@ -157,8 +170,22 @@ class row_ring {
   }
 
  private:
-  static constexpr bool by_columns = Layout == dense_layout::column_major;
+  static constexpr bool by_columns = Rows != rows_of_c::in_place;
+  static constexpr bool late = Rows == rows_of_c::beside_late;
   static constexpr std::int32_t no_part = -1;
+
+  // Column-major: reads a row of C that is to be kept, when it has not been.
+  NEVRAD_INLINE void keep(std::int64_t index) const {
+    std::int32_t& kept = closed_[index & mask_];
+    if (kept == 0) read_row(kept_ + (index & mask_) * W, c_ + (index - base_), ldc_, beta_);
+    kept = 1;
+  }
+  // Apart, so that it takes no registers of its callers, which hardly ever call it.
+  [[gnu::noinline]] static void read_row(T* row, const T* c, std::int64_t ldc, T beta) {
+    for (int j = 0; j < W; ++j) {
+      store(row + j, multiply_fused(load<1>(c + j * ldc), to_lane(beta)));
+    }
+  }
 
   [[gnu::noinline]] void close_early(std::int32_t index, std::int32_t next) const {
     close(index, next);
@@ -167,6 +194,7 @@ class row_ring {
   // Adds the open part, if any, ahead of part `next`. One of the last columns gets a sum of zero
   // for the parts that hold nothing of a row, once for a run of them.
   NEVRAD_INLINE void close(std::int32_t index, std::int32_t next) const {
+    if constexpr (late) keep(index);
     T* const row = by_columns ? kept_ + (index & mask_) * W : c_ + (index - base_) * ldc_;
     const T* const sums = sum(index);
     const std::int32_t open = part_[index & mask_];
@@ -199,35 +227,92 @@ class row_ring {
   void enter(std::int32_t count) {
     in_runs(entered_, count, [&](std::int32_t row, std::int64_t at, std::int32_t run) {
       for (std::int32_t i = 0; i < run; ++i) part_[at + i] = no_part;
-      if constexpr (by_columns) {
-        for (std::int32_t i = 0; i < run; i += column_line<T>) {
-          fetch_columns_ahead<W>(c_ + row + i, ldc_);
-        }
-        load_panel_columns<W>(kept_ + at * W, c_ + row, ldc_, run, elements_times<T>{beta_});
-      } else {
+      if constexpr (!by_columns || late) {
         for (std::int32_t i = 0; i < run; ++i) closed_[at + i] = 0;
+      } else {
+        const elements_times<T> scaled{beta_};
+        std::int32_t i = 0;
+        for (; W > 1 && i + column_line<T> <= run; i += column_line<T>) {
+          fetch_columns_ahead<W>(c_ + row + i, ldc_);
+          load_panel_lines<W>(kept_ + (at + i) * W, c_ + row + i, ldc_, scaled);
+        }
+        load_panel_columns<W>(kept_ + (at + i) * W, c_ + row + i, ldc_, run - i, scaled);
       }
     });
     entered_ += count;
   }
   void leave(std::int32_t count) {
     const row_ring own = *this;  // in registers, whatever is stored
-    for (std::int32_t i = left_; i < left_ + count; ++i) {
-      if constexpr (!by_columns) fetch_rows_ahead<W>(own.c_ + i * own.ldc_, own.ldc_, 16);
-      own.close(i + base_, parts_);
-    }
     if constexpr (by_columns) {
       in_runs(left_, count, [&](std::int32_t row, std::int64_t at, std::int32_t run) {
-        store_panel_columns<W>(kept_ + at * W, c_ + row, ldc_, run);
+        own.store_rows(row, at, run);
       });
+    } else {
+      for (std::int32_t i = left_; i < left_ + count; ++i) {
+        fetch_rows_ahead<W>(own.c_ + i * own.ldc_, own.ldc_, 16);
+        own.close(i + base_, parts_);
+      }
     }
     left_ += count;
+  }
+  // Column-major: closes `count` rows and stores them, the first from slot `at`.
+  NEVRAD_INLINE void store_rows(std::int32_t row, std::int64_t at, std::int32_t count) const {
+    constexpr std::int32_t line = column_line<T>;
+    for (std::int32_t i = 0; i < count; i += line) {
+      T* const c = c_ + row + i;
+      if constexpr (W > 1) {
+        if constexpr (late) fetch_columns_ahead<W>(c, ldc_);
+        if (i + line <= count && none_of(at + i, part_, no_part)) {
+          if (!late || none_of(at + i, closed_, 1)) {
+            store_closed_line(at + i, c);
+            continue;
+          }
+        }
+      }
+      const std::int32_t some = std::min(line, count - i);
+      for (std::int32_t k = i; k < i + some; ++k) close(row + k + base_, parts_);
+      store_panel_columns<W>(kept_ + (at + i) * W, c, ldc_, some);
+    }
+  }
+  // Whether the words of as many rows as fill a line of a column differ from `word`.
+  static NEVRAD_INLINE bool none_of(std::int64_t at, const std::int32_t* words, std::int32_t word) {
+    const auto some = load<column_line<T>>(words + at).v;
+    return __builtin_reduce_or(some == word) == 0;
+  }
+  // Closes such rows, all of which have an open part, on their way to C, which `late` is read here.
+  NEVRAD_INLINE void store_closed_line(std::int64_t at, T* c) const {
+    constexpr int tiles = column_line<T> / tile_size;
+    const lanes<T, tile_size> scale = broadcast<tile_size>(to_lane(alpha_));
+    const lanes<T, tile_size> scale_c = broadcast<tile_size>(to_lane(beta_));
+    for (int j = 0; j < W; j += tile_size) {
+      T* const columns = c + j * ldc_;
+      tile<T> t[tiles];
+      for (int k = 0; k < tiles; ++k) {
+        const std::int64_t from = (at + k * tile_size) * W + j;
+        if constexpr (late) {
+          t[k] = transpose(load_tile(columns + k * tile_size, ldc_));
+        } else {
+          t[k] = load_tile(kept_ + from, W);
+        }
+        const tile<T> sums = load_tile(sums_ + from, W);
+        for (int r = 0; r < tile_size; ++r) {
+          if constexpr (late) t[k].line[r] = multiply_fused(t[k].line[r], scale_c);
+          t[k].line[r] = multiply_add(t[k].line[r], sums.line[r], scale);
+        }
+        t[k] = transpose(t[k]);
+      }
+      for (int r = 0; r < tile_size; ++r) {
+        for (int k = 0; k < tiles; ++k) {
+          store(columns + r * ldc_ + k * tile_size, t[k].line[r]);
+        }
+      }
+    }
   }
 
   T* sums_;
   T* kept_;
   std::int32_t* part_;    // that is open
-  std::int32_t* closed_;  // whether a row-major row has been written: it is scaled by beta then
+  std::int32_t* closed_;  // whether a row has been scaled by beta
   std::int64_t size_;
   std::int64_t mask_;
   std::int32_t rows_;
@@ -258,19 +343,37 @@ NEVRAD_INLINE T used_value(T value, entry_use use) {
   return value;
 }
 
+// A line of a run begins with sums of zero (see line_runs.h).
+template <class T, class B>
+struct ring_form {
+  B b;
+
+  template <int W>
+  NEVRAD_INLINE lanes<T, W> start(const T* /*sum*/) const {
+    return zero_lanes<T, W>();
+  }
+  NEVRAD_INLINE lane<T> prepare(lane<T> value) const { return value; }
+  template <int W>
+  NEVRAD_INLINE void fetch(const T* b_line, const T* /*sum*/) const {
+    if constexpr (std::is_same_v<B, strided_rows<W, T>>) {
+      fetch_rows_ahead<W>(b_line, b.ld, 16);
+    }
+  }
+};
+
 // Lines one by one; b(index) is a row of B. All members are copies, so that stores leave them in
 // registers.
-template <taken Which, bool Own, int W, dense_layout Layout, class T, class B>
+template <taken Which, bool Own, int W, rows_of_c Rows, class T, class B>
 struct ring_walk {
   line_reader<Which, T> a;
   expansion_form form;
   block_bounds bounds;
-  row_ring<W, Layout, T> ring;
+  row_ring<W, Rows, T> ring;
   B b;
   bool diagonals;  // in all lines
 
   NEVRAD_INLINE void fetch_ahead_of(std::int32_t i) const {
-    if constexpr (Layout == dense_layout::row_major) {
+    if constexpr (Rows == rows_of_c::in_place) {
       fetch_rows_ahead<W>(b.at + (i + a.base) * b.ld, b.ld, 16);
     }
   }
@@ -400,10 +503,53 @@ struct ring_walk {
     }
   }
 
+  // Of `lines` lines of one shape from line i on, as many as are a run within their block and whose
+  // sums and rows of B lie one behind another.
+  NEVRAD_INLINE std::int32_t add_run_of(std::int32_t i, std::int32_t lines) const {
+    const std::int32_t first = a.begin[i];
+    const std::int32_t length = a.end[i] - first;
+    const std::int32_t* const indices = a.indices + first;
+    if (lines < shortest_line_run || indices[0] < bounds.start_of(i) + a.base) return 0;
+    std::int64_t together = lines;
+    for (std::int32_t k = 0; k < length; ++k) {
+      together = std::min(together, ring.sums_in_line(indices[k]));
+      together = std::min(together, rows_in_line(b, indices[k]));
+    }
+    const auto count = static_cast<std::int32_t>(together);
+    if (count < shortest_line_run) return 0;
+    const std::int32_t image_part = bounds.block_of(i);
+    const auto add = [&](auto entries) {
+      for (std::int32_t k = 0; k < count; ++k) ring.open_first(i + a.base + k, image_part);
+      add_lines_of_shape<entries(), W>(
+          a.values + first, indices, length, count, row_step(b), W,
+          [&](std::int64_t index) { return row_at(b, index); },
+          [&](std::int64_t index) { return ring.sum(index); }, ring_form<T, B>{b});
+    };
+    return with_entries(length - 1, add) ? count : 0;
+  }
+
+  // Where the row of B with an index lies, how far the next one is, and how many lie so.
+  static NEVRAD_INLINE const T* row_at(const strided_rows<W, T>& rows, std::int64_t index) {
+    return rows.at + index * rows.ld;
+  }
+  static NEVRAD_INLINE const T* row_at(const ring_rows<W, T>& rows, std::int64_t index) {
+    return rows.panel + (index & rows.mask) * W;
+  }
+  static NEVRAD_INLINE std::int64_t row_step(const strided_rows<W, T>& rows) { return rows.ld; }
+  static NEVRAD_INLINE std::int64_t row_step(const ring_rows<W, T>& /*rows*/) { return W; }
+  static NEVRAD_INLINE std::int64_t rows_in_line(const strided_rows<W, T>& /*rows*/,
+                                                 std::int64_t /*index*/) {
+    return std::numeric_limits<std::int64_t>::max();
+  }
+  static NEVRAD_INLINE std::int64_t rows_in_line(const ring_rows<W, T>& rows, std::int64_t index) {
+    return rows.mask < 0 ? std::numeric_limits<std::int64_t>::max()
+                         : rows.mask + 1 - (index & rows.mask);
+  }
+
   // Asks for what the lines some way on meet when they have an early part as well: their rows of B
   // and C, and those of their first images. There are too many streams for hardware by then.
   NEVRAD_INLINE void fetch_distant_rows(std::int32_t index, std::int32_t first) const {
-    if constexpr (!fixed_hints && Layout == dense_layout::row_major) {
+    if constexpr (!fixed_hints && Rows == rows_of_c::in_place) {
       constexpr std::int32_t own_ahead = 20;
       constexpr std::int32_t image_ahead = 12;
       if (b.ld != W) return;  // wide rows are asked for line by line
@@ -454,9 +600,32 @@ template <taken Which, bool Own, class Walk>
   for (; r < stop; ++r) own.add_line(r);
 }
 
+// The same for plain lines of a lower triangle, many of them in runs of one shape. Real types.
+template <class Walk>
+[[gnu::noinline]] void walk_runs(const Walk& walk, std::int32_t r, std::int32_t stop) {
+  const Walk own = walk;
+  while (r < stop) {
+    const std::int32_t end = std::min(stop, own.bounds.stop_of(r));
+    const std::int32_t like_it = lines_of_shape(own.a, r, end);
+    const std::int32_t lines = own.add_run_of(r, like_it);
+    if (lines == 0) walk_lines<taken::lower, true>(walk, r, r + like_it);
+    r += lines == 0 ? like_it : lines;
+  }
+}
+
+// Whether more than one row in `rows` may have its entries and images in several blocks.
+inline bool often_in_several_blocks(const line_survey& found, std::int32_t rows) {
+  return rows * (std::int64_t{found.below} + found.above) > mm_block_cols;
+}
+
+// Whether most lines of a lower triangle may be in runs within a block.
+inline bool mostly_runs(const line_survey& found) {
+  return found.plain && found.short_lines && !often_in_several_blocks(found, 2);
+}
+
 // A product of the lines with W columns, from column j on, some lines at a time. The store is room
 // for the rows of B within reach of a panel, where they are packed.
-template <taken Which, bool Own, int W, dense_layout Layout, class T>
+template <taken Which, bool Own, int W, rows_of_c Rows, class T>
 class ring_product {
  public:
   ring_product(const held_lines<T>& held,
@@ -473,6 +642,7 @@ class ring_product {
         bounds_(bounds),
         rows_(held.result_rows()),
         lines_(held.lines.rows),
+        in_runs_(mostly_runs(found)),
         b_(by_columns ? line_at(o.b, j, o.ldb) : o.b + j),
         ldb_(o.ldb),
         ring_(room,
@@ -505,16 +675,19 @@ class ring_product {
   void finish() { ring_.finish(); }
 
  private:
-  static constexpr bool by_columns = Layout == dense_layout::column_major;
+  static constexpr bool by_columns = Rows != rows_of_c::in_place;
 
   static std::int32_t within(std::int64_t i, std::int32_t end) {
     return static_cast<std::int32_t>(std::clamp<std::int64_t>(i, 0, end));
   }
   template <class B>
   void walk(const B& b, std::int32_t r, std::int32_t stop) const {
-    walk_lines<Which, Own>(ring_walk<Which, Own, W, Layout, T, B>{reader_, form_, bounds_, ring_, b,
-                                                                  found_.diagonal_in_all_lines},
-                           r, stop);
+    const ring_walk<Which, Own, W, Rows, T, B> lines{reader_, form_, bounds_,
+                                                     ring_,   b,     found_.diagonal_in_all_lines};
+    if constexpr (Which == taken::lower && Own && W > 1 && !is_complex<T>) {
+      if (in_runs_) return walk_runs(lines, r, stop);
+    }
+    walk_lines<Which, Own>(lines, r, stop);
   }
 
   line_reader<Which, T> reader_;
@@ -524,9 +697,10 @@ class ring_product {
   block_bounds bounds_;
   std::int32_t rows_;
   std::int32_t lines_;
+  bool in_runs_;
   const T* b_;
   std::int64_t ldb_;
-  row_ring<W, Layout, T> ring_;
+  row_ring<W, Rows, T> ring_;
   panel_window<W, T> window_;
 };
 
@@ -540,9 +714,9 @@ struct ring_products {
   T* store;
   block_bounds bounds{held.lines.rows};
 
-  template <int W, dense_layout Layout>
+  template <int W, rows_of_c Rows>
   void multiply(std::int32_t j) const {
-    ring_product<Which, Own, W, Layout, T> product(held, found, bounds, room, j, o, store);
+    ring_product<Which, Own, W, Rows, T> product(held, found, bounds, room, j, o, store);
     const std::int32_t lines = held.lines.rows;
     std::int32_t stop = 0;
     for (std::int32_t r = 0; r < lines; r = stop) {
@@ -557,7 +731,7 @@ struct ring_products {
   template <int W>
   void multiply_two(std::int32_t j) const {
     constexpr std::int32_t at_once = 8;
-    using product = ring_product<Which, Own, W, dense_layout::row_major, T>;
+    using product = ring_product<Which, Own, W, rows_of_c::in_place, T>;
     const ring_room<T> behind{room.elements + room.size * W, room.words + 2 * room.size, room.size};
     product first(held, found, bounds, room, j, o, store);
     product second(held, found, bounds, behind, j + W, o, store);
@@ -573,14 +747,28 @@ struct ring_products {
   }
 
   // All columns. Of row-major chunks, two go side by side where the room is for as many.
+  template <rows_of_c Rows>
   void multiply_columns() const {
-    constexpr auto columns = dense_layout::column_major;
-    const std::int32_t j =
-        for_each_panel<T>(o.n, [&](auto w, std::int32_t at) { multiply<w(), columns>(at); });
-    for (std::int32_t at = j; at < o.n; ++at) multiply<1, columns>(at);
+    constexpr int wide = widest_chunk<T>;
+    std::int32_t j = 0;
+    if (goes_by_wide_chunks<T>(room.size)) {
+      for (; o.n - j >= wide; j += wide) multiply<wide, Rows>(j);
+    }
+    const std::int32_t rest = j;
+    j += for_each_panel<T>(o.n - rest,
+                           [&](auto w, std::int32_t at) { multiply<w(), Rows>(rest + at); });
+    for (; j < o.n; ++j) multiply<1, rows_of_c::beside>(j);
+  }
+  void multiply_columns() const {
+    // Late rows are worth it, and made, where runs make the rest quick.
+    if constexpr (Which == taken::lower && Own && !is_complex<T>) {
+      const bool late = mostly_runs(found) && !often_in_several_blocks(found, 8);
+      if (late) return multiply_columns<rows_of_c::beside_late>();
+    }
+    multiply_columns<rows_of_c::beside>();
   }
   void multiply_rows(bool two) const {
-    constexpr auto rows = dense_layout::row_major;
+    constexpr auto rows = rows_of_c::in_place;
     constexpr int wide = widest_chunk<T>;
     std::int32_t j = 0;
     for (; two && o.n - j >= 2 * wide; j += 2 * wide) multiply_two<wide>(j);

@@ -3,8 +3,10 @@
 #include "mm/expanded.h"
 #include "support/threads.h"
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
+#include <vector>
 
 namespace nevrad_test {
 namespace {
@@ -177,6 +179,60 @@ TYPED_TEST(mm_lines, give_the_bits_of_rows_for_a_triangle_alone) {
       const budget_scope scope(1);
       const panel<T> want = run(in_columns ? "G00F" : "G00C", 0, general, alpha, b, beta, before);
       const panel<T> c = run(code, 0, a, alpha, b, beta, before);
+      EXPECT_SAME_ARRAYS(c.elements(), want.elements());
+    }
+  }
+}
+
+// Lines of a grid, each with the shape of the line before but where the grid ends, and one odd
+// line.
+TYPED_TEST(mm_lines, give_the_bits_of_rows_for_lines_of_one_shape) {
+  using T = TypeParam;
+  constexpr int chunk = 64 / static_cast<int>(sizeof(T));
+  struct shape_case {
+    const char* code;
+    int rows;
+    int line;  // of the grid
+    std::vector<int> steps;
+  };
+  const shape_case cases[] = {
+      {"SLNF", 5300, 40, {1, 40, 600}},  {"SLNF", 5300, 40, {1, 40, 2000}},
+      {"SLNF", 5300, 30, {3, 60, 3000}}, {"SLNF", 1500, 50, {1, 50}},
+      {"SUNF", 1500, 50, {1, 50}},       {"SLNC", 700, 20, {1, 20, 100}},
+      {"SLNC", 600, 30, {2, 3, 31}},     {"SLNC", 1500, 60, {1, 60, 300}},
+      {"SLNC", 1500, 20, {2, 7, 8}},     {"SLNC", 1500, 1500, {1}},
+      {"HLNC", 1500, 90, {5, 90}},       {"SLNC", 1500, 90, {1, 90}},
+  };
+  generator random(4);
+  for (const shape_case& each : cases) {
+    lines<T> source(at(each.rows));
+    for (int i = 0; i < each.rows; ++i) {
+      auto& line = source[at(i)];
+      const bool lower = each.code[1] == 'L';
+      line.emplace_back(i, random.value<T>());
+      for (const int step : each.steps) {
+        const bool at_end = step < 4 && (lower ? i : i + 1) % each.line == 0;
+        const int other = lower ? i - step : i + step;
+        if (at_end || other < 0 || other >= each.rows || (i == 444 && step > 1)) continue;
+        line.emplace_back(other, random.value<T>());
+      }
+      if (lower) std::reverse(line.begin(), line.end());
+    }
+    const layout order = layout_of(each.code);
+    const bool in_columns = order == layout::column_major;
+    const auto a = compress<T>(source, each.rows, by_rows, in_columns ? 1 : 0);
+    const auto general = expanded(a, each.code, 0);
+    const int n = 2 * chunk + 9;
+    const auto b = panel<T>::random(random, each.rows, n, order, 1);
+    const auto before = panel<T>::random(random, each.rows, n, order, 2);
+    const T alpha = random.value<T>();
+    const T beta = random.value<T>();
+    for (const int budget : {1, 3}) {
+      SCOPED_TRACE(testing::Message() << each.code << ", " << each.rows << " rows, first step "
+                                      << each.steps[0] << ", budget " << budget);
+      const budget_scope scope(budget);
+      const panel<T> want = run(in_columns ? "G00F" : "G00C", 0, general, alpha, b, beta, before);
+      const panel<T> c = run(each.code, 0, a, alpha, b, beta, before);
       EXPECT_SAME_ARRAYS(c.elements(), want.elements());
     }
   }
