@@ -180,21 +180,35 @@ void run_diagonal(diagonal_product& p) {
                     diagonal_product::beta, p.c.data(), p.ld());
 }
 
-// What the call cannot do without, in one plain pass.
+// What the call cannot do without, in one plain pass: of a stored diagonal the pointers, indices
+// and values, of B every element, and every element of C to and fro.
 void run_pass(diagonal_product& p) {
   const auto size = static_cast<std::int64_t>(p.c.size());
   const T* const b = p.b.data();
   T* const c = p.c.data();
+  const int base = p.d.begin[0];
+  const auto diagonal = [&](int i) {
+    const int at_i = p.d.begin[at(i)] - base;
+    return p.d.indices[at(at_i)] - base == i ? 0.5 * p.d.values[at(at_i)] : 0.0;
+  };
   if (p.unit) {
 #pragma omp parallel for schedule(static)
     for (std::int64_t i = 0; i < size; ++i) c[i] = 0.25 * c[i] + 0.5 * b[i];
   } else if (p.order == layout::rows) {
 #pragma omp parallel for schedule(static)
-    for (std::int64_t i = 0; i < p.rows; ++i) {
-      const T v = 0.5 * p.d.values[at(i)];
-      for (int j = 0; j < p.n; ++j) c[i * p.n + j] = 0.25 * c[i * p.n + j] + v * b[i * p.n + j];
+    for (int i = 0; i < p.rows; ++i) {
+      const T v = diagonal(i);
+      const T* const from = b + std::int64_t{i} * p.n;
+      T* const to = c + std::int64_t{i} * p.n;
+      for (int j = 0; j < p.n; ++j) to[j] = 0.25 * to[j] + v * from[j];
     }
   } else {
+    bool alone = true;
+#pragma omp parallel for schedule(static) reduction(&& : alone)
+    for (int i = 0; i < p.rows; ++i) {
+      alone = alone && p.d.begin[at(i)] - base == i && p.d.indices[at(i)] - base == i;
+    }
+    if (!alone) return;  // the wrong result is found
 #pragma omp parallel for schedule(static)
     for (int j = 0; j < p.n; ++j) {
       const T* const from = b + std::int64_t{j} * p.rows;

@@ -111,12 +111,18 @@ status diag_rows(const compressed_matrix<T>& a, const mm_operands<T>& dense) {
   if (!room) return alloc_failed;
   const scaled_diagonal<C, T> diag{a, dense.alpha};
   const dense_lines<T> lines = lines_of(dense, dense.n);
+  constexpr std::int32_t at_once = 512;
   const auto value = [&](std::int32_t i) {
+    // What the next rows hold comes in evenly with the lines of these.
+    constexpr auto words = static_cast<std::int32_t>(cache_line / sizeof(std::int32_t));
+    if (!fixed_hints && i % words == 0) {
+      prefetch<cache::level1>(a.begin + i, at_once * sizeof(std::int32_t));
+      prefetch<cache::level1>(a.indices + i, at_once * sizeof(std::int32_t));
+    }
     return multiply_fused(dense.alpha, conj_if<C>(a.values[i]));
   };
   // Some rows at a time, so that what they hold is looked at while their lines come in.
   return run_diag<Shared>(a.rows, [&](std::int32_t first, std::int32_t last) {
-    constexpr std::int32_t at_once = 512;
     for (std::int32_t i = first; i < last; i += at_once) {
       const std::int32_t stop = i + std::min(at_once, last - i);
       if (holds_just_its_diagonal(a, i, stop)) {
