@@ -14,6 +14,8 @@
 #include "arith/lanes.h"
 #include "arith/prefetch.h"
 
+#include <algorithm>
+
 namespace nevrad {
 
 // Bytes by which a group of four runs ahead of the read positions of its two streams: `near` to
@@ -42,6 +44,16 @@ NEVRAD_INLINE std::int64_t scalar(std::int64_t a) {
   asm("" : "+r"(a));
 #endif
   return a;
+}
+
+// The same address, of which the compiler knows no more. Of a pointer that moves on in a loop it
+// makes one for each distance at which something is asked for, and moves all of them on.
+template <class T>
+NEVRAD_INLINE T* one_address(T* at) {
+#if defined(__aarch64__)
+  asm("" : "+r"(at));
+#endif
+  return at;
 }
 
 // Where the W elements that go with an index lie. The loop takes any of these for its panel.
@@ -101,6 +113,8 @@ NEVRAD_INLINE lanes<T, W> add_panel_group(lanes<T, W> acc,
   load_ahead(acc, r1);
   values += panel_group;
   columns += panel_group;
+  values = one_address(values);
+  columns = one_address(columns);
   if constexpr (fixed_hints) {
     prefetch<cache::level1>(columns, Hints.indices_near);
     prefetch<cache::level1>(values, Hints.values_near);
@@ -166,11 +180,12 @@ NEVRAD_INLINE lanes_pair<T, W> multiply_panel_row_pair(const T* values,
                                                        std::int32_t second_length,
                                                        const Rows& rows) {
   lanes_pair<T, W> sum{zero_lanes<T, W>(), zero_lanes<T, W>()};
-  while (length >= panel_group && second_length >= panel_group) {
+  const std::int32_t groups = std::max(std::min(length, second_length), 0) / panel_group;
+  length -= groups * panel_group;
+  second_length -= groups * panel_group;
+  for (std::int32_t g = groups; g > 0; --g) {
     sum.first = add_panel_group<Hints>(sum.first, values, columns, rows);
     sum.second = add_panel_group<Hints>(sum.second, second_values, second_columns, rows);
-    length -= panel_group;
-    second_length -= panel_group;
   }
   sum.first = add_panel_entries<Hints>(sum.first, values, columns, length, rows);
   sum.second =
