@@ -27,10 +27,10 @@ void advise_large_pages(void* p, std::uint64_t size) {
 
 }  // namespace
 
-void* rounded_aligned_alloc(std::uint64_t alignment, std::uint64_t size) {
+void* rounded_aligned_alloc(std::uint64_t alignment, std::uint64_t size, memory_use use) {
   if (alignment == 0) return nullptr;
   void* const p = aligned_alloc(alignment, rounded_size(alignment, size));
-  if (p != nullptr && size >= large_block) advise_large_pages(p, size);
+  if (p != nullptr && use == memory_use::filled && size >= large_block) advise_large_pages(p, size);
   return p;
 }
 

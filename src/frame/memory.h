@@ -7,9 +7,16 @@ namespace nevrad {
 
 inline constexpr std::uint64_t cache_line = 64;
 
+// What memory is asked for: to be filled, or to have it should it be needed. Large pages are
+// cleared whole at the first touch, and the allocator itself touches the places between its blocks:
+// memory that is only set aside is not asked for in such pages.
+enum class memory_use : bool { filled, set_aside };
+
 // aligned_alloc with the size rounded up to a multiple of the alignment, as that function wants it.
 // Null when the alignment is 0 or memory is short. Released with release_memory.
-void* rounded_aligned_alloc(std::uint64_t alignment, std::uint64_t size);
+void* rounded_aligned_alloc(std::uint64_t alignment,
+                            std::uint64_t size,
+                            memory_use use = memory_use::filled);
 
 // The same, cleared over the whole rounded size.
 void* zeroed_aligned_alloc(std::uint64_t alignment, std::uint64_t size);

@@ -25,9 +25,9 @@ void init_view(compressed_view<T>& view,
 }
 
 template <class T>
-scratch<T> aligned_array(std::int64_t count) {
+scratch<T> aligned_array(std::int64_t count, memory_use use) {
   return scratch<T>(
-      rounded_aligned_alloc(cache_line, sizeof(T) * static_cast<std::uint64_t>(count)));
+      rounded_aligned_alloc(cache_line, sizeof(T) * static_cast<std::uint64_t>(count), use));
 }
 
 template <class T>
@@ -35,14 +35,15 @@ status alloc_owned(std::int32_t major,
                    std::int32_t rows,
                    std::int32_t cols,
                    std::int32_t nnz,
-                   owned_matrix<T>** out) {
+                   owned_matrix<T>** out,
+                   memory_use use) {
   scratch<owned_matrix<T>> record(plain_alloc(sizeof(owned_matrix<T>)));
   if (!record) return alloc_failed;
-  auto pointers = aligned_array<std::int32_t>(static_cast<std::int64_t>(major) + 2);
+  auto pointers = aligned_array<std::int32_t>(static_cast<std::int64_t>(major) + 2, use);
   if (!pointers) return alloc_failed;
-  auto indices = aligned_array<std::int32_t>(nnz);
+  auto indices = aligned_array<std::int32_t>(nnz, use);
   if (!indices) return alloc_failed;
-  auto values = aligned_array<T>(nnz);
+  auto values = aligned_array<T>(nnz, use);
   if (!values) return alloc_failed;
 
   owned_matrix<T>& a = record[0];
@@ -77,11 +78,14 @@ struct caller_arrays {
 
 // Checks the arguments and allocates. Only compressed rows refuse a matrix without entries.
 template <class T>
-status room_for_copy(const caller_arrays<T>& from, compression kind, owned_matrix<T>** out) {
+status room_for_copy(const caller_arrays<T>& from,
+                     compression kind,
+                     owned_matrix<T>** out,
+                     memory_use use = memory_use::filled) {
   if (from.invalid()) return invalid_value;
   const std::int32_t nnz = from.entries(kind);
   if (kind == compression::rows && nnz < 1) return invalid_value;
-  return alloc_owned(from.major(kind), from.rows, from.cols, nnz, out);
+  return alloc_owned(from.major(kind), from.rows, from.cols, nnz, out, use);
 }
 
 // nnz may be below 1.
@@ -150,8 +154,9 @@ template <class T>
 status owned_csr_alloc(std::int32_t rows,
                        std::int32_t cols,
                        std::int32_t nnz,
-                       owned_matrix<T>** out) {
-  return alloc_owned(rows, rows, cols, nnz, out);
+                       owned_matrix<T>** out,
+                       memory_use use) {
+  return alloc_owned(rows, rows, cols, nnz, out, use);
 }
 
 template <class T>
@@ -159,7 +164,7 @@ status owned_csc_alloc(std::int32_t rows,
                        std::int32_t cols,
                        std::int32_t nnz,
                        owned_matrix<T>** out) {
-  return alloc_owned(cols, rows, cols, nnz, out);
+  return alloc_owned(cols, rows, cols, nnz, out, memory_use::filled);
 }
 
 template <class T>
@@ -197,10 +202,11 @@ status matrix_operand<T>::take(compression kind,
                                const std::int32_t* indx,
                                const T* val) {
   const caller_arrays<T> from{one_based, rows, cols, pntrb, pntre, indx, val};
-  const status result = room_for_copy(from, kind, memory_.out());
-  if (result != success) return result;
   const auto base = static_cast<std::int32_t>(one_based);
-  const bool packed = pntre == pntrb + 1 && pntrb[0] == base;
+  const bool packed = !from.invalid() && pntre == pntrb + 1 && pntrb[0] == base;
+  const status result =
+      room_for_copy(from, kind, memory_.out(), packed ? memory_use::set_aside : memory_use::filled);
+  if (result != success) return result;
   if (packed) {
     init_view(record_, val, pntrb, pntre, indx, rows, cols, base);
     record_.sorted = 0;
@@ -228,7 +234,8 @@ void owned_csc_free(owned_matrix<T>* matrix) {
   template void view_csc_init(compressed_view<T>&, const T*, const std::int32_t*,                \
                               const std::int32_t*, const std::int32_t*, std::int32_t,            \
                               std::int32_t, std::int32_t);                                       \
-  template status owned_csr_alloc(std::int32_t, std::int32_t, std::int32_t, owned_matrix<T>**);  \
+  template status owned_csr_alloc(std::int32_t, std::int32_t, std::int32_t, owned_matrix<T>**,   \
+                                  memory_use);                                                   \
   template status owned_csc_alloc(std::int32_t, std::int32_t, std::int32_t, owned_matrix<T>**);  \
   template status owned_csr_from_arrays(matrix_handle<T>*, unsigned, std::int32_t, std::int32_t, \
                                         const std::int32_t*, const std::int32_t*,                \

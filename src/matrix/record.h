@@ -75,7 +75,8 @@ template <class T>
 status owned_csr_alloc(std::int32_t rows,
                        std::int32_t cols,
                        std::int32_t nnz,
-                       owned_matrix<T>** out);
+                       owned_matrix<T>** out,
+                       memory_use use = memory_use::filled);
 template <class T>
 status owned_csc_alloc(std::int32_t rows,
                        std::int32_t cols,

@@ -13,9 +13,10 @@ status reserve_transpose(std::int32_t rows,
                          std::int32_t nnz,
                          scoped_matrix<T>& result) {
   const std::uint64_t count_size = sizeof(std::int32_t) * static_cast<std::uint64_t>(cols);
-  const scratch<std::int32_t> count(rounded_aligned_alloc(cache_line, count_size));
+  const scratch<std::int32_t> count(
+      rounded_aligned_alloc(cache_line, count_size, memory_use::set_aside));
   if (!count) return alloc_failed;
-  return owned_csr_alloc(cols, rows, nnz, result.out());
+  return owned_csr_alloc(cols, rows, nnz, result.out(), memory_use::set_aside);
 }
 
 // Up to here counting what goes before each entry is faster than moving entries about.

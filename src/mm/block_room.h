@@ -13,9 +13,11 @@ struct block_room {
 
   status take(std::int32_t rows, std::int32_t nnz, std::int32_t cols) {
     const std::uint64_t words = static_cast<std::uint64_t>(rows);
-    cursor = scratch<std::int32_t>(rounded_aligned_alloc(cache_line, words * sizeof(std::int32_t)));
+    cursor = scratch<std::int32_t>(
+        rounded_aligned_alloc(cache_line, words * sizeof(std::int32_t), memory_use::set_aside));
     if (!cursor) return alloc_failed;
-    return column_blocks_alloc(rows, nnz, block_count(cols, mm_block_cols), blocks.out());
+    return column_blocks_alloc(rows, nnz, block_count(cols, mm_block_cols), blocks.out(),
+                               memory_use::set_aside);
   }
 };
 

@@ -6,11 +6,13 @@ template <class T>
 status column_blocks_alloc(std::int32_t rows,
                            std::int32_t nnz,
                            std::int32_t count,
-                           column_block<T>** result) {
+                           column_block<T>** result,
+                           memory_use use) {
   const auto entries = static_cast<std::uint64_t>(static_cast<std::int64_t>(nnz));
-  scratch<std::int32_t> indices(rounded_aligned_alloc(cache_line, entries * sizeof(std::int32_t)));
+  scratch<std::int32_t> indices(
+      rounded_aligned_alloc(cache_line, entries * sizeof(std::int32_t), use));
   if (!indices) return alloc_failed;
-  scratch<T> values(rounded_aligned_alloc(cache_line, entries * sizeof(T)));
+  scratch<T> values(rounded_aligned_alloc(cache_line, entries * sizeof(T), use));
   if (!values) return alloc_failed;
   std::uint64_t pointer_bytes = 0;
   const auto blocks = static_cast<std::uint64_t>(count);
@@ -18,7 +20,7 @@ status column_blocks_alloc(std::int32_t rows,
                        &pointer_bytes) != success) {
     return alloc_failed;
   }
-  scratch<std::int32_t> pointers(rounded_aligned_alloc(cache_line, pointer_bytes));
+  scratch<std::int32_t> pointers(rounded_aligned_alloc(cache_line, pointer_bytes, use));
   if (!pointers) return alloc_failed;
   scratch<column_block<T>> records(plain_alloc(blocks * sizeof(column_block<T>)));
   if (!records) return alloc_failed;
@@ -87,10 +89,10 @@ status column_blocks_build(const owned_matrix<T>& a,
   return success;
 }
 
-#define NEVRAD_INSTANTIATE(letter, T)                                                     \
-  template status column_blocks_alloc(std::int32_t, std::int32_t, std::int32_t,           \
-                                      column_block<T>**);                                 \
-  template status column_blocks_build(const owned_matrix<T>&, std::int32_t, std::int32_t, \
+#define NEVRAD_INSTANTIATE(letter, T)                                                              \
+  template status column_blocks_alloc(std::int32_t, std::int32_t, std::int32_t, column_block<T>**, \
+                                      memory_use);                                                 \
+  template status column_blocks_build(const owned_matrix<T>&, std::int32_t, std::int32_t,          \
                                       std::int32_t, column_block<T>**, std::int32_t*);
 NEVRAD_FOR_EACH_TYPE(NEVRAD_INSTANTIATE)
 #undef NEVRAD_INSTANTIATE

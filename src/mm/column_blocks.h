@@ -35,7 +35,8 @@ template <class T>
 status column_blocks_alloc(std::int32_t rows,
                            std::int32_t nnz,
                            std::int32_t count,
-                           column_block<T>** result);
+                           column_block<T>** result,
+                           memory_use use = memory_use::filled);
 
 // Cuts rows lo up to but excluding hi of a matrix with ascending rows. Rows without any entry give
 // a null result and leave count_out. Answers 2 when memory is short.

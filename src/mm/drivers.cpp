@@ -24,6 +24,8 @@ bool rows_are_long(const compressed_matrix<T>& a) {
   return csr_entries(a) >= blocks_from_mean_row * pairs;
 }
 
+memory_use use_if(bool needed) { return needed ? memory_use::filled : memory_use::set_aside; }
+
 // Runs body(part, first row, last row) for each part of the rows, cut by entries, on a team of the
 // budget; answers with a failure of one of them, if any.
 template <class T, class Body>
@@ -137,12 +139,12 @@ status mm_rows_blocked(const rows_in_order<T>& a,
 template <class T>
 status mm_rows_packed(const rows_in_order<T>& a, const mm_operands<T>& o, int budget) {
   const compressed_matrix<T>& shape = a.shape();
-  const scratch<T> store = panel_store<T>(shape.cols, o.n);
+  const bool blocked = rows_are_long(shape);
+  const scratch<T> store = panel_store<T>(shape.cols, o.n, use_if(blocked));
   if (!store) {
     dense_scale_lines(shape.rows, o.n, o.beta, o.c, o.ldc);
     return alloc_failed;
   }
-  const bool blocked = rows_are_long(shape);
   if (blocked) pack_rows_all(shape.cols, o.b, o.n, o.ldb, store.get());
   return for_row_parts(shape, budget, [&](int /*part*/, std::int32_t lo, std::int32_t hi) {
     return blocked ? mm_rows_blocked(a, o, store.get(), lo, hi) : mm_rows_part(a, o, lo, hi);
@@ -156,9 +158,10 @@ status mm_rows_serial_chunked(const rows_in_order<T>& a, const mm_operands<T>& o
   constexpr std::int32_t chunk = mm_chunk<T>;
   const std::int32_t rows = a.shape().rows;
   const std::int32_t cols = a.shape().cols;
-  const scratch<T> store = panel_store<T>(cols, chunk);
+  const bool packed = rows_are_long(a.shape());
+  const scratch<T> store = panel_store<T>(cols, chunk, use_if(packed));
   if (!store) return alloc_failed;
-  if (!rows_are_long(a.shape())) {
+  if (!packed) {
     multiply_rows_in_place(a, 0, rows, o);
     return success;
   }

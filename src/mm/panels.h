@@ -58,10 +58,10 @@ NEVRAD_INLINE T* panel_at(T* store, std::int32_t j, std::int32_t h) {
 
 // Room for all panels of n columns; not cleared, as every element that a sweep reads is written.
 template <class T>
-scratch<T> panel_store(std::int32_t h, std::int32_t n) {
+scratch<T> panel_store(std::int32_t h, std::int32_t n, memory_use use = memory_use::filled) {
   const std::int64_t elements = static_cast<std::int64_t>(h) * n;
   return scratch<T>(
-      rounded_aligned_alloc(cache_line, static_cast<std::uint64_t>(elements) * sizeof(T)));
+      rounded_aligned_alloc(cache_line, static_cast<std::uint64_t>(elements) * sizeof(T), use));
 }
 
 // Fill the panels of `width` columns of B, `first` at their element (0, 0), each panel in a region
