@@ -4,18 +4,25 @@
 // lines have four chains; elements that they meet in are loaded and stored once. Every sum keeps
 // its order, and so does every element of y: that of the lines.
 //
-// Two shapes are known, which most lines of a stencil on a regular grid, of a band and of a matrix
-// of dense blocks have. Neither expects lines to be sorted: what has not the shape, or takes
-// entries from the other side of the diagonal, is left to the walk line by line.
+// Lines of one run each, as in a band and in a matrix of dense blocks; those of a grid are in
+// moving_lines.h. Lines are not expected to be sorted: what has not the shape, or takes entries
+// from the other side of the diagonal, is left to the walk line by line.
 #pragma once
 
 #include "arith/tile.h"
 #include "mv/index_runs.h"
-#include "mv/lines.h"
+#include "mv/moving_lines.h"
 
 namespace nevrad {
 
-inline constexpr std::int32_t lines_a_block = 4;
+namespace detail {
+
+template <class T>
+NEVRAD_INLINE lanes<T, 4> splat(T a) {
+  return broadcast<4>(to_lane(a));
+}
+
+}  // namespace detail
 
 // Lines line_begin to line_end - 1 in order: take(i) for each block of four that begins with a line
 // of which worth_a_look(i) holds, and where that answers false, and for all other lines,
@@ -40,92 +47,6 @@ NEVRAD_INLINE void for_each_block(std::int32_t line_begin,
     if (next > last_block) next = line_end;
     one_by_one(i, next);
     i = next;
-  }
-}
-
-namespace detail {
-
-template <class T>
-NEVRAD_INLINE lanes<T, 4> splat(T a) {
-  return broadcast<4>(to_lane(a));
-}
-
-}  // namespace detail
-
-// Lines of four entries, each with the indices of the line before plus one: the diagonal, and
-// three whose places, in x as in y, do not meet those of another within the block, but that the one
-// next to the diagonal may be its neighbour.
-template <class T>
-struct stepped_lines {
-  static constexpr std::int32_t length = 4;
-
-  const T* values;              // of all lines, one behind the other
-  const std::int32_t* indices;  // of the first line
-};
-
-// The steps of a stepped line but the diagonal: far ones first to first + 1, and the near one.
-template <triangle Side>
-struct steps_of {
-  static constexpr bool upper = Side == triangle::upper;
-  static constexpr int diagonal = upper ? 0 : 3;
-  static constexpr int near = upper ? 1 : 2;
-  static constexpr int first_far = upper ? 2 : 0;
-};
-
-template <triangle Side, class T>
-NEVRAD_INLINE bool find_stepped(const compressed_view<T>& a,
-                                std::int32_t i,
-                                std::int32_t offset,
-                                stepped_lines<T>& found) {
-  using namespace detail;
-  const std::int32_t first = a.begin[i];
-  const four_indices steps = {0, 4, 8, 12};
-  if (!all_of((load_as<four_indices>(a.begin + i) - first == steps) &
-              (load_as<four_indices>(a.end + i) - first == steps + 4))) {
-    return false;
-  }
-  found.values = a.values + (first - offset);
-  found.indices = a.indices + (first - offset);
-  const std::int32_t* const at = found.indices;
-  const auto line = load_as<four_indices>(at);
-  const eight_indices twice = __builtin_shufflevector(line, line, 0, 1, 2, 3, 0, 1, 2, 3);
-  if (!all_of((load_as<eight_indices>(at) - twice == eight_indices{0, 0, 0, 0, 1, 1, 1, 1}) &
-              (load_as<eight_indices>(at + 8) - twice == eight_indices{2, 2, 2, 2, 3, 3, 3, 3}))) {
-    return false;
-  }
-  const std::int64_t number = std::int64_t{i} + offset;
-  const std::int64_t j[] = {at[0], at[1], at[2], at[3]};
-  const auto apart = [&](int s) { return j[s + 1] - j[s] >= lines_a_block; };
-  if constexpr (Side == triangle::upper) {
-    return j[0] == number && (j[1] == number + 1 || apart(0)) && apart(1) && apart(2);
-  } else {
-    return j[3] == number && (j[2] == number - 1 || apart(2)) && apart(0) && apart(1);
-  }
-}
-
-// Asks ahead for what four stepped lines read. `lead` is the place in x and y that runs ahead of
-// all others.
-template <class T>
-NEVRAD_INLINE void fetch_stepped(const stepped_lines<T>& l, const T* x_lead, const T* y_lead) {
-  if constexpr (fixed_hints) {
-    for (int r = 0; r < lines_a_block; ++r) {
-      const T* const values = l.values + (r + 1) * l.length;
-      const std::int32_t* const indices = l.indices + (r + 1) * l.length;
-      prefetch<cache::level1>(indices, lines_table::near_ahead);
-      prefetch<cache::level1>(values, lines_table::near_ahead);
-      prefetch<cache::level2>(values, lines_table::far_ahead);
-      prefetch<cache::level2>(indices, lines_table::far_ahead);
-    }
-  } else {
-    constexpr int lead_ahead = 512;
-    constexpr int line_bytes = 64;
-    constexpr int bytes = lines_a_block * stepped_lines<T>::length * int{sizeof(T)};
-    for (int b = 0; b < bytes; b += line_bytes) {
-      prefetch<cache::level1>(l.values, stream_values_ahead + b);
-    }
-    prefetch<cache::level1>(l.indices, stream_indices_ahead);
-    prefetch<cache::level1>(x_lead, lead_ahead);
-    prefetch<cache::level1>(y_lead, lead_ahead);
   }
 }
 

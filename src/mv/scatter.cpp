@@ -2,6 +2,7 @@
 
 #include "frame/regions.h"
 #include "matrix/transpose.h"
+#include "mv/moving_lines.h"
 #include "mv/runs.h"
 
 namespace nevrad {
@@ -37,10 +38,18 @@ void scatter_lines(const compressed_view<T>& a,
     }
   };
   const std::int32_t offset = a.begin[0];
-  for (std::int32_t i = line_begin; i < line_end; ++i) {
+  const auto one_line = [&](std::int32_t i) NEVRAD_INLINED {
     const std::int64_t first = a.begin[i] - offset;
     const entry_run<T> line = {a.values + first, a.indices + first, a.end[i] - a.begin[i]};
     scatter_run<C, remainder::by_one>(acc - offset, line, x[i], hint);
+  };
+  if constexpr (is_complex<T>) {
+    for (std::int32_t i = line_begin; i < line_end; ++i) one_line(i);
+  } else {
+    const auto factors = [&](std::int32_t i) { return load<4>(x + i); };
+    const auto nothing = [](std::int32_t) {};
+    scatter_in_blocks<kept::all, true>(a, offset, acc, line_begin, line_end, factors, nothing,
+                                       nothing, one_line);
   }
 }
 

@@ -7,18 +7,12 @@ namespace nevrad {
 
 namespace {
 
-template <class T>
-status sym_mv_driver(const compressed_view<T>& a,
-                     const T* x,
-                     T* y,
-                     line_kernel<T> lines,
-                     T alpha,
-                     T beta) {
+template <mirror_form Form, class T>
+status sym_mv_driver(const compressed_view<T>& a, const T* x, T* y, T alpha, T beta) {
   const int budget = current_thread_budget();
   const std::int32_t rows = a.rows;
   if (budget < 2) {
-    dense_scale(rows, y, beta);
-    lines(alpha, a, x, y, 0, rows);
+    sym_mv_all_lines<Form>(alpha, a, x, beta, y);
     return success;
   }
   chunk_vectors<T> vectors;
@@ -26,7 +20,7 @@ status sym_mv_driver(const compressed_view<T>& a,
   scale_on_team(budget, rows, y, beta);
   const std::int32_t n = partition_by_fours(rows, budget, vectors.bounds.get());
   for_each_chunk_on_default_team(n, [&](int c) {
-    lines(alpha, a, x, vectors.cleared(c), vectors.bounds[c], vectors.bounds[c + 1]);
+    sym_mv_lines<Form>(alpha, a, x, vectors.cleared(c), vectors.bounds[c], vectors.bounds[c + 1]);
   });
   for_static_blocks_on_team(budget, rows, [&](std::int32_t first, std::int32_t last) {
     add_vectors(first, last, y, n, vectors);
@@ -38,7 +32,7 @@ status sym_mv_driver(const compressed_view<T>& a,
 
 template <sym_mode Mode, diagonal Ones, class T>
 status sym_mv_rows(const compressed_view<T>& a, const T* x, T* y, T alpha, T beta) {
-  return sym_mv_driver(a, x, y, sym_mv_lines<row_form(Mode, Ones), T>, alpha, beta);
+  return sym_mv_driver<row_form(Mode, Ones)>(a, x, y, alpha, beta);
 }
 
 #define NEVRAD_INSTANTIATE_MODE(T, mode)                                                           \

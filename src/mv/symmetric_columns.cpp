@@ -76,8 +76,7 @@ status sym_mv_short_columns(const compressed_view<T>& a, const T* x, T* y, T alp
   if (current_thread_budget() >= 2) {
     return sym_mv_columns_driver<Mode, Ones>(a, x, y, alpha, beta);
   }
-  dense_scale(a.rows, y, beta);
-  sym_mv_lines<column_form(Mode, Ones)>(alpha, a, x, y, 0, a.rows);
+  sym_mv_all_lines<column_form(Mode, Ones)>(alpha, a, x, beta, y);
   return success;
 }
 

@@ -1,6 +1,7 @@
 // Line kernels of the symmetric and Hermitian products.
 #pragma once
 
+#include "mv/late_scale.h"
 #include "mv/line_blocks.h"
 #include "mv/symmetric.h"
 
@@ -61,66 +62,264 @@ template <mirror_form Form, class T>
   }
 }
 
-// Lines i to i + 3, if they are stepped.
-template <mirror_form Form, class T>
-NEVRAD_INLINE bool take_stepped_lines(const compressed_view<T>& a,
-                                      const T* x,
-                                      T* y,
-                                      std::int32_t i,
-                                      std::int32_t offset,
-                                      lanes<T, 4> alpha) {
-  using steps = steps_of<Form.side>;
+// The place in y, less the number of the line, that runs ahead of all others.
+template <triangle Side>
+NEVRAD_INLINE std::int32_t lead_of(const moving_shape& shape) {
+  if (Side == triangle::lower || shape.run_count == 0) return 0;
+  const run_of_entries& last = shape.runs[shape.run_count - 1];
+  return static_cast<std::int32_t>(last.place) + last.length - 1;
+}
+
+// Blocks of lines from line_begin on, as long as they have the shape, none beginning behind
+// last_block, and the first not either. Answers the line behind them. No line of an upper triangle
+// mirrors into a line before it, none of a lower one behind it: the own elements come where the
+// diagonal stands. Fresh: each block is the first to meet the elements of y at the lead, and
+// multiplies them by beta.
+template <mirror_form Form, bool Fresh, class T>
+[[gnu::noinline]] std::int32_t take_moving_lines(const moving_shape& shape,
+                                                 const compressed_view<T>& a,
+                                                 const T* x,
+                                                 T* y,
+                                                 std::int32_t line_begin,
+                                                 std::int32_t last_block,
+                                                 T alpha_at,
+                                                 const T& beta_at) {
   constexpr bool upper = Form.side == triangle::upper;
-  stepped_lines<T> l;
-  if (!find_stepped<Form.side>(a, i, offset, l)) return false;
-  const T* const x_at = x - offset;
-  T* const y_at = y - offset;
-  const std::int64_t j[] = {l.indices[0], l.indices[1], l.indices[2], l.indices[3]};
-  fetch_stepped(l, x_at + j[3], y_at + j[3]);
+  const std::int32_t offset = a.begin[0];
+  const std::int64_t length = shape.length;
+  const lanes<T, 4> alpha = detail::splat(alpha_at);
+  const lanes<T, 4> beta = detail::splat(beta_at);
+  // The run next to the diagonal is told from the others.
+  const int runs = shape.run_count;
+  const run_of_entries last = runs > 0 ? shape.runs[runs - 1] : run_of_entries{0, 0, 0};
+  const run_of_entries near = upper && runs > 0 ? shape.runs[0] : last;
+  const run_of_entries* const far = shape.runs + (upper ? 1 : 0);
+  const int far_count = runs - 1;
+  const bool has_diagonal = runs > 0 && (upper ? near.place == 0 : near.place + near.length == 1);
+  const std::int32_t lead = lead_of<Form.side>(shape);
 
-  const tile<T> entries = transpose(load_tile(l.values, l.length));
-  const lanes<T, 4>(&element)[4] = entries.line;
-  lanes<T, 4> acc = zero_lanes<T, 4>();
-  for (int s = 0; s < l.length; ++s) acc = multiply_add(acc, element[s], load<4>(x_at + j[s]));
+  shaped_blocks<T> blocks(shape, a, line_begin, offset);
+  block_fetch<true, T> fetch(shape);
+  std::int32_t i = line_begin;
+  while (blocks.has_shape(i, i + offset)) {
+    fetch.begin_block(blocks.values, blocks.indices);
+    if constexpr (!fixed_hints) {
+      prefetch<cache::level1>(x + i + lead, lead_ahead);
+      prefetch<cache::level1>(y + i + lead, lead_ahead);
+    }
+    T* const own = y + i;
+    const lanes<T, 4> xi = load<4>(x + i);
+    const lanes<T, 4> xa = multiply_fused(xi, alpha);
+    lanes<T, 4> acc = Form.ones == diagonal::unit ? xi : zero_lanes<T, 4>();
+    const auto add_run = [&](const run_of_entries& run, const auto& entries) NEVRAD_INLINED {
+      acc = gather_entries(acc, entries, x + i + run.place);
+    };
+    const auto old_at = [&](const T* at, bool is_lead) NEVRAD_INLINED {
+      const lanes<T, 4> old = load<4>(at);
+      return Fresh && is_lead ? multiply_fused(old, beta) : old;
+    };
+    const auto take_far = [&]() NEVRAD_INLINED {
+      for (int r = 0; r < far_count; ++r) {
+        const run_of_entries run = far[r];
+        fetch.begin_run();
+        with_run_length(run.length, [&](auto n) NEVRAD_INLINED {
+          constexpr int count = decltype(n)::value;
+          const auto entries = load_entries<count>(blocks.values + run.entry, length);
+          add_run(run, entries);
+          T* const at = own + run.place;
+          scatter_entries<0, count>(entries, at, xa,
+                                    old_at(at + count - 1, upper && r == far_count - 1));
+        });
+      }
+    };
+    const auto results = [&](lanes<T, 4> old) NEVRAD_INLINED {
+      return multiply_add(multiply_add(old, acc, alpha), zero_lanes<T, 4>(), alpha);
+    };
 
-  const lanes<T, 4> xa = multiply_fused(load<4>(x + i), alpha);
-  const auto mirror = [&](int s) {
-    store(y_at + j[s], multiply_add(load<4>(y_at + j[s]), element[s], xa));
-  };
-  const auto results = [&](lanes<T, 4> own) {
-    return multiply_add(multiply_add(own, acc, alpha), zero_lanes<T, 4>(), alpha);
-  };
-  mirror(steps::first_far);
-  mirror(steps::first_far + 1);
-  // A near step that is the diagonal's neighbour meets the block's own elements. In an upper
-  // triangle the term of the line before comes ahead of an element's own sum, in a lower one that
-  // of the line behind comes after it. They are handed on in registers: a load from two stores that
-  // are still on their way would wait for both.
-  T* const own = y + i;
-  constexpr int near = steps::near;
-  if constexpr (upper) {
-    const lanes<T, 4> mirrored = multiply_add(load<4>(y_at + j[near]), element[near], xa);
-    if (j[near] == j[steps::diagonal] + 1) {
-      const lanes<T, 4> first = detail::splat(own[0]);
-      store(own, results({__builtin_shufflevector(mirrored.v, first.v, 4, 0, 1, 2)}));
-      own[4] = mirrored.v[3];
+    if constexpr (upper) {
+      lanes<T, 4> behind = zero_lanes<T, 4>();  // what the first mirrored entry has met
+      if (runs > 0) {
+        fetch.begin_run();
+        with_run_length(near.length, [&](auto n) NEVRAD_INLINED {
+          constexpr int count = decltype(n)::value;
+          const auto entries = load_entries<count>(blocks.values + near.entry, length);
+          add_run(near, entries);
+          T* const at = own + near.place;
+          if (!has_diagonal) {
+            behind =
+                scatter_entries<0, count>(entries, at, xa, old_at(at + count - 1, far_count == 0));
+          } else if constexpr (count > 1) {
+            behind =
+                scatter_entries<1, count>(entries, at, xa, old_at(at + count - 1, far_count == 0));
+          }
+        });
+        take_far();
+      }
+      const bool next_door = has_diagonal ? near.length > 1 : runs > 0 && near.place == 1;
+      store(own, results(next_door ? one_before(behind, own) : old_at(own, lead == 0)));
+    } else if (runs > 0) {
+      take_far();
+      fetch.begin_run();
+      with_run_length(near.length, [&](auto n) NEVRAD_INLINED {
+        constexpr int count = decltype(n)::value;
+        const auto entries = load_entries<count>(blocks.values + near.entry, length);
+        add_run(near, entries);
+        const lanes<T, 4> sums = results(old_at(own, true));
+        store(own, sums);
+        T* const at = own + near.place;
+        if (!has_diagonal) {
+          const bool next_door = near.place + count == 0;
+          scatter_entries<0, count>(entries, at, xa,
+                                    next_door ? one_before(sums, own - 1)
+                                              : load<4>(at + count - 1));
+        } else if constexpr (count > 1) {
+          scatter_entries<0, count - 1>(entries, at, xa, one_before(sums, own - 1));
+        }
+      });
     } else {
-      store(y_at + j[near], mirrored);
-      store(own, results(load<4>(own)));
+      store(own, results(old_at(own, true)));
     }
-  } else {
-    const lanes<T, 4> sums = results(load<4>(own));
-    if (j[near] == j[steps::diagonal] - 1) {
-      const lanes<T, 4> before = detail::splat(own[-1]);
-      const lanes<T, 4> shifted = {__builtin_shufflevector(sums.v, before.v, 4, 0, 1, 2)};
-      own[3] = sums.v[3];
-      store(own - 1, multiply_add(shifted, element[near], xa));
-    } else {
-      store(own, sums);
-      mirror(near);
-    }
+    blocks.next();
+    i += lines_a_block;
+    if (i > last_block) break;
   }
-  return true;
+  return i;
+}
+
+// Whether the lines are those of take_lines_of_four: the diagonal and three entries whose elements
+// do not meet, but that the one next to the diagonal may be its neighbour.
+template <triangle Side>
+NEVRAD_INLINE bool is_of_four(const moving_shape& shape) {
+  const std::int32_t* const p = shape.places;
+  const auto apart = [&](int s) { return p[s + 1] - p[s] >= lines_a_block; };
+  const auto near = [&](int s) { return p[s + 1] - p[s] == 1 || apart(s); };
+  if (shape.length != 4) return false;
+  return Side == triangle::upper ? p[0] == 0 && near(0) && apart(1) && apart(2)
+                                 : p[3] == 0 && near(2) && apart(0) && apart(1);
+}
+
+// take_moving_lines for these: everything that the comparison with the shape needs moves on in
+// registers, which leaves none for beta.
+template <mirror_form Form, bool Fresh, class T>
+[[gnu::noinline]] std::int32_t take_lines_of_four(const moving_shape& shape,
+                                                  const compressed_view<T>& a,
+                                                  const T* x,
+                                                  T* y,
+                                                  std::int32_t line_begin,
+                                                  std::int32_t last_block,
+                                                  T alpha_at,
+                                                  const T& beta) {
+  using namespace detail;
+  constexpr bool upper = Form.side == triangle::upper;
+  constexpr int near = upper ? 1 : 2;
+  constexpr int far = upper ? 2 : 0;
+  constexpr std::uint32_t entries = 16;  // of a block
+  const std::int32_t offset = a.begin[0];
+  const lanes<T, 4> alpha = splat(alpha_at);
+  const std::int32_t first = a.begin[line_begin];
+  const T* values = a.values + (first - offset);
+  const std::int32_t* indices = a.indices + (first - offset);
+  four_unsigned begins = four_unsigned{0, 4, 8, 12} + static_cast<std::uint32_t>(first);
+  const auto number = static_cast<std::uint32_t>(line_begin + offset);
+  eight_unsigned low = load_as<eight_unsigned>(shape.places) + number;
+  eight_unsigned high = load_as<eight_unsigned>(shape.places + 8) + number;
+  const std::int64_t place[] = {shape.places[0], shape.places[1], shape.places[2], shape.places[3]};
+  const bool next_door = upper ? place[1] == 1 : place[2] == -1;
+  const std::int32_t* const begin = a.begin;
+  const std::int32_t* const end = a.end;
+  std::int64_t i = line_begin;
+  while (true) {
+    const four_unsigned moved = (load_as<four_unsigned>(begin + i) ^ begins) |
+                                (load_as<four_unsigned>(end + i) ^ (begins + 4));
+    if (__builtin_reduce_or(moved) != 0) break;
+    const eight_unsigned differ =
+        (load_as<eight_unsigned>(indices) ^ low) | (load_as<eight_unsigned>(indices + 8) ^ high);
+    if (__builtin_reduce_or(differ) != 0) break;
+    T* const own = y + i;
+    if constexpr (fixed_hints) {
+      hint_lines(values, indices, entries);
+    } else {
+      prefetch<cache::level1>(values, stream_values_ahead);
+      if constexpr (sizeof(T) == 8) prefetch<cache::level1>(values, stream_values_ahead + 64);
+      prefetch<cache::level1>(indices, stream_indices_ahead);
+      prefetch<cache::level1>(x + i + place[3], lead_ahead);
+      prefetch<cache::level1>(own + place[3], lead_ahead);
+    }
+
+    const tile<T> element = transpose(load_tile(values, 4));
+    lanes<T, 4> acc = zero_lanes<T, 4>();
+    for (int s = 0; s < 4; ++s) {
+      acc = multiply_add(acc, element.line[s], load<4>(x + i + place[s]));
+    }
+    const lanes<T, 4> xa = multiply_fused(load<4>(x + i), alpha);
+    const auto mirrored = [&](int s) {
+      lanes<T, 4> old = load<4>(own + place[s]);
+      if (Fresh && upper && s == 3) old = multiply_fused(old, splat(beta));
+      return multiply_add(old, element.line[s], xa);
+    };
+    const auto results = [&](lanes<T, 4> old) {
+      return multiply_add(multiply_add(old, acc, alpha), zero_lanes<T, 4>(), alpha);
+    };
+    store(own + place[far], mirrored(far));
+    store(own + place[far + 1], mirrored(far + 1));
+    if constexpr (upper) {
+      const lanes<T, 4> behind = mirrored(near);
+      if (next_door) {
+        store(own, results(one_before(behind, own)));
+        own[4] = behind.v[3];
+      } else {
+        store(own + place[near], behind);
+        store(own, results(load<4>(own)));
+      }
+    } else {
+      const lanes<T, 4> old = load<4>(own);
+      const lanes<T, 4> sums = results(Fresh ? multiply_fused(old, splat(beta)) : old);
+      if (next_door) {
+        const lanes<T, 4> before = one_before(sums, own - 1);
+        own[3] = sums.v[3];
+        store(own - 1, multiply_add(before, element.line[near], xa));
+      } else {
+        store(own, sums);
+        store(own + place[near], mirrored(near));
+      }
+    }
+    values += entries;
+    indices += entries;
+    begins += entries;
+    low += 4;
+    high += 4;
+    i += lines_a_block;
+    if (i > last_block) break;
+  }
+  return static_cast<std::int32_t>(i);
+}
+
+// Blocks of the shape from line i on; answers the line behind them.
+template <mirror_form Form, class T>
+NEVRAD_INLINE std::int32_t take_shaped_lines(const moving_shape& shape,
+                                             const compressed_view<T>& a,
+                                             const T* x,
+                                             T* y,
+                                             std::int32_t i,
+                                             std::int32_t last_block,
+                                             T alpha,
+                                             late_scale<T>& scale) {
+  const bool of_four = Form.ones == diagonal::stored && is_of_four<Form.side>(shape);
+  const std::int32_t lead = lead_of<Form.side>(shape);
+  const T beta = scale.factor();
+  if (scale.done() == i + lead) {
+    const auto take =
+        of_four ? take_lines_of_four<Form, true, T> : take_moving_lines<Form, true, T>;
+    i = take(shape, a, x, y, i, last_block, alpha, beta);
+    scale.advance_to(i + lead);
+    return i;
+  }
+  scale.up_to(i + lead + lines_a_block);
+  const std::int32_t last_scaled = scale.done() - lead - lines_a_block;
+  if (last_scaled < last_block) last_block = last_scaled > i ? last_scaled : i;
+  const auto take =
+      of_four ? take_lines_of_four<Form, false, T> : take_moving_lines<Form, false, T>;
+  return take(shape, a, x, y, i, last_block, alpha, beta);
 }
 
 // Lines i to i + 3, if they are runs.
@@ -130,10 +329,12 @@ template <mirror_form Form, class T>
                                       const T* x,
                                       T* y,
                                       std::int32_t i,
-                                      std::int32_t offset) {
+                                      std::int32_t offset,
+                                      late_scale<T>& scale) {
   constexpr origin from = origin::first_begin;
   run_lines<T> l;
   if (!find_runs<Form.side>(a, i, offset, l)) return false;
+  scale.template for_lines<Form.side>(a, i, i + lines_a_block, offset);
   const T alpha = alpha_at;
   const lanes<T, 4> xi = load<4>(x + i);
   const lanes<T, 4> xa = multiply_fused(xi, detail::splat(alpha));
@@ -149,6 +350,51 @@ template <mirror_form Form, class T>
   return true;
 }
 
+// sym_mv_lines for real elements. `scale` sees to the elements of y that a line is the first to
+// meet.
+template <mirror_form Form, class T>
+void sym_mv_real_lines(T alpha,
+                       const compressed_view<T>& a,
+                       const T* x,
+                       T* y,
+                       std::int32_t line_begin,
+                       std::int32_t line_end,
+                       late_scale<T> scale) {
+  const std::int32_t offset = a.begin[0];
+  const std::int32_t last_block = line_end - lines_a_block;
+  constexpr std::int32_t most_scaled_at_once = 64;  // lines, whose indices are still in level 1
+  moving_shape shape;
+  const auto may_have_shape = [&](std::int32_t i) {
+    return shape.length > 0 && a.end[i] - a.begin[i] == shape.length;
+  };
+  const auto may_be_block = [&](std::int32_t i) {
+    return may_have_shape(i) || may_be_run(a, i) || may_move_on(a, i, offset);
+  };
+  for (std::int32_t i = line_begin; i < line_end;) {
+    if (i <= last_block) {
+      if (may_have_shape(i)) {
+        const std::int32_t from = i;
+        i = take_shaped_lines<Form>(shape, a, x, y, i, last_block, alpha, scale);
+        if (i != from) continue;
+      }
+      if (may_be_run(a, i) && take_run_lines<Form>(alpha, a, x, y, i, offset, scale)) {
+        i += lines_a_block;
+        continue;
+      }
+      if (may_move_on(a, i, offset) &&
+          learn_shape<kept_on(Form.side, Form.ones)>(a, i, offset, shape))
+        continue;
+    }
+    std::int32_t next = i + 1;
+    while (next <= last_block && !may_be_block(next)) ++next;
+    if (next > last_block) next = line_end;
+    if (!scale.finished() && next - i > most_scaled_at_once) next = i + most_scaled_at_once;
+    scale.template for_lines<Form.side>(a, i, next, offset);
+    sym_mv_single_lines<Form>(alpha, a, x, y, i, next);
+    i = next;
+  }
+}
+
 template <mirror_form Form, class T>
 void sym_mv_lines(const T& alpha,
                   const compressed_view<T>& a,
@@ -159,20 +405,18 @@ void sym_mv_lines(const T& alpha,
   if constexpr (is_complex<T>) {
     sym_mv_single_lines<Form>(alpha, a, x, y, line_begin, line_end);
   } else {
-    const std::int32_t offset = a.begin[0];
-    const lanes<T, 4> alphas = detail::splat(alpha);
-    const auto may_be_stepped = [&](std::int32_t i) {
-      return Form.ones == diagonal::stored && a.end[i] - a.begin[i] == stepped_lines<T>::length;
-    };
-    for_each_block(
-        line_begin, line_end, [&](std::int32_t i) { return may_be_stepped(i) || may_be_run(a, i); },
-        [&](std::int32_t i) {
-          return may_be_stepped(i) ? take_stepped_lines<Form>(a, x, y, i, offset, alphas)
-                                   : take_run_lines<Form>(alpha, a, x, y, i, offset);
-        },
-        [&](std::int32_t first, std::int32_t last) {
-          sym_mv_single_lines<Form>(alpha, a, x, y, first, last);
-        });
+    sym_mv_real_lines<Form>(alpha, a, x, y, line_begin, line_end, late_scale<T>());
+  }
+}
+
+// All lines, added to beta y.
+template <mirror_form Form, class T>
+void sym_mv_all_lines(T alpha, const compressed_view<T>& a, const T* x, T beta, T* y) {
+  if constexpr (is_complex<T>) {
+    dense_scale(a.rows, y, beta);
+    sym_mv_single_lines<Form>(alpha, a, x, y, 0, a.rows);
+  } else {
+    sym_mv_real_lines<Form>(alpha, a, x, y, 0, a.rows, late_scale<T>(y, a.rows, beta));
   }
 }
 

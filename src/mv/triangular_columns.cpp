@@ -65,7 +65,17 @@ void for_each_scattered_column_on_team(int budget, const compressed_view<T>& a, 
 template <triangle Side, diagonal Ones, class T>
 [[gnu::noinline]] void tri_mv_all_columns(const compressed_view<T>& at, const T* x, T* v, T alpha) {
   const compressed_view<T> a = at;
-  for (std::int32_t c = 0; c < a.cols; ++c) tri_mv_column<Side, Ones>(a, c, x, v, alpha);
+  const auto one_column = [&](std::int32_t c) { tri_mv_column<Side, Ones>(a, c, x, v, alpha); };
+  if constexpr (is_complex<T>) {
+    for (std::int32_t c = 0; c < a.cols; ++c) one_column(c);
+  } else {
+    const auto factors = [&](std::int32_t c) {
+      return multiply_fused(load<4>(x + c), broadcast<4>(to_lane(alpha)));
+    };
+    const auto nothing = [](std::int32_t) {};
+    scatter_in_blocks<kept_on(opposite(Side), Ones), false>(a, a.base, v, 0, a.cols, factors,
+                                                            nothing, nothing, one_column);
+  }
 }
 
 // On one thread. A prepared y that is all +0 is as good as the cleared vector: columns are

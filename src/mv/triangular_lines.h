@@ -97,7 +97,7 @@ void tri_mv_lines_scatter(const T& alpha_at,
   const T alpha = alpha_at;
   const std::int32_t offset = origin_of<From>(a);
   T* const y_at = y - offset;
-  for (std::int32_t i = line_begin; i < line_end; ++i) {
+  const auto one_line = [&](std::int32_t i) NEVRAD_INLINED {
     const T xa = multiply_fused(x[i], alpha);
     const auto scatter = [&](no_sum none, T element, std::int64_t j) {
       y_at[j] = add_product<Sum, C>(y_at[j], element, xa);
@@ -110,6 +110,21 @@ void tri_mv_lines_scatter(const T& alpha_at,
     if constexpr (Ones == diagonal::unit) {
       y[i] = add_product<Sum, conjugation::no>(y[i], x[i], alpha);
     }
+  };
+  if constexpr (is_complex<T>) {
+    for (std::int32_t i = line_begin; i < line_end; ++i) one_line(i);
+  } else {
+    const lanes<T, 4> alphas = broadcast<4>(to_lane(alpha));
+    const auto factors = [&](std::int32_t i) { return multiply_fused(load<4>(x + i), alphas); };
+    // No line of an upper triangle adds to a line before it, none of a lower one behind it.
+    const auto add_ones = [&](std::int32_t i, bool now) {
+      if (Ones == diagonal::stored || !now) return;
+      store(y + i, multiply_add(load<4>(y + i), load<4>(x + i), alphas));
+    };
+    scatter_in_blocks<kept_on(Side, Ones), From == origin::first_begin>(
+        a, offset, y, line_begin, line_end, factors,
+        [&](std::int32_t i) { add_ones(i, Side == triangle::lower); },
+        [&](std::int32_t i) { add_ones(i, Side == triangle::upper); }, one_line);
   }
 }
 

@@ -1,0 +1,393 @@
+// Four neighbouring lines, one behind the other in memory, of which each is the line before moved
+// on by one place, as inside of a grid. Real elements.
+//
+// With the lines as lanes, the elements of x or of y that an entry meets in the four lines are
+// neighbours: one load for four. The chains of four sums run side by side, each taking its entries
+// in the same order as ever. Every element of y takes the lines in order, too: a later line meets
+// it through an earlier entry, so entries whose elements overlap are scattered from the last to the
+// first.
+#pragma once
+
+#include "arith/shifted_lines.h"
+#include "arith/tile.h"
+#include "matrix/record.h"
+#include "mv/index_runs.h"
+#include "mv/lines.h"
+
+namespace nevrad {
+
+// Behind the parameters of a lambda: its captures stay in registers.
+#define NEVRAD_INLINED __attribute__((always_inline))
+
+inline constexpr std::int32_t lines_a_block = tile_size;
+
+// Bytes ahead in x and y, where no hint is fixed, at the place that runs ahead of all others.
+inline constexpr int lead_ahead = 512;
+
+// Entries side by side in a line. Those of other runs of the line meet other elements.
+struct run_of_entries {
+  std::int32_t entry;   // the first one's number within the line
+  std::int32_t length;  // 1 to longest_run
+  std::int64_t place;   // of the first one: its index less the number of the line
+};
+inline constexpr std::int32_t longest_run = 4;
+
+// Longer lines are left to other kernels.
+inline constexpr std::int32_t longest_moving = 64;
+
+// Which entries of an ascending line count.
+enum class kept { all, upper, strictly_upper, lower, strictly_lower };
+
+constexpr kept kept_on(triangle side, diagonal ones) {
+  if (side == triangle::upper) {
+    return ones == diagonal::unit ? kept::strictly_upper : kept::upper;
+  }
+  return ones == diagonal::unit ? kept::strictly_lower : kept::lower;
+}
+
+template <kept Kept>
+NEVRAD_INLINE bool is_kept(std::int32_t place) {
+  switch (Kept) {
+    case kept::all:
+      return true;
+    case kept::upper:
+      return place >= 0;
+    case kept::strictly_upper:
+      return place > 0;
+    case kept::lower:
+      return place <= 0;
+    case kept::strictly_lower:
+      return place < 0;
+  }
+}
+
+// What a block of such lines looks like. Most blocks of a grid look like the one before, so that
+// one comparison with it tells all that is to be known.
+struct moving_shape {
+  std::int32_t length = 0;  // of a line; 0 as long as none is known
+  std::int32_t run_count = 0;
+  run_of_entries runs[longest_moving];                  // of the kept entries
+  std::int32_t places[lines_a_block * longest_moving];  // of all entries, from the block's number
+};
+
+// Blocks of lines, one behind the other, and their comparison with a shape.
+template <class T>
+class shaped_blocks {
+ public:
+  // From line i on.
+  NEVRAD_INLINE shaped_blocks(const moving_shape& shape,
+                              const compressed_view<T>& a,
+                              std::int32_t i,
+                              std::int32_t offset)
+      : values(a.values + (a.begin[i] - offset)),
+        indices(a.indices + (a.begin[i] - offset)),
+        begin_(a.begin),
+        end_(a.end),
+        places_(shape.places),
+        count_(lines_a_block * shape.length) {
+    const auto length = static_cast<std::uint32_t>(shape.length);
+    begins_ = detail::four_unsigned{0, 1, 2, 3} * length + static_cast<std::uint32_t>(a.begin[i]);
+    ends_ = begins_ + length;
+  }
+
+  // Whether the block has the shape. Its first line is i and has the number `number`.
+  NEVRAD_INLINE bool has_shape(std::int64_t i, std::int32_t number) const {
+    using namespace detail;
+    const four_unsigned moved =
+        (load_as<four_unsigned>(end_ + i) ^ ends_) | (load_as<four_unsigned>(begin_ + i) ^ begins_);
+    if (__builtin_reduce_or(moved) != 0) return false;
+    const auto differ_at = [&](std::int64_t k) NEVRAD_INLINED {
+      return (load_as<eight_unsigned>(indices + k) - static_cast<std::uint32_t>(number)) ^
+             load_as<eight_unsigned>(places_ + k);
+    };
+    eight_unsigned differ = differ_at(count_ - 8);
+#pragma clang loop unroll(disable)
+    for (std::int64_t k = 0; k < count_ - 8; k += 8) differ |= differ_at(k);
+    return __builtin_reduce_or(differ) == 0;
+  }
+
+  NEVRAD_INLINE void next() {
+    values += count_;
+    indices += count_;
+    begins_ += static_cast<std::uint32_t>(count_);
+    ends_ += static_cast<std::uint32_t>(count_);
+  }
+
+  const T* values;
+  const std::int32_t* indices;
+
+ private:
+  const std::int32_t* begin_;
+  const std::int32_t* end_;
+  const std::int32_t* places_;
+  std::int64_t count_;  // entries
+  detail::four_unsigned begins_;
+  detail::four_unsigned ends_;
+};
+
+// Whether line i and the next look like the first of four that move on. Few others do.
+template <class T>
+NEVRAD_INLINE bool may_move_on(const compressed_view<T>& a, std::int32_t i, std::int32_t offset) {
+  const std::int32_t first = a.begin[i];
+  const std::int32_t next = a.end[i];
+  const std::int32_t length = next - first;
+  if (length < tile_size || length > longest_moving || a.begin[i + 1] != next ||
+      a.end[i + 1] - next != length) {
+    return false;
+  }
+  const std::int32_t* const indices = a.indices + (first - offset);
+  const bool is_band = length > longest_run && indices[longest_run] - indices[0] == longest_run;
+  return !is_band && starts_one_on(indices, indices + length);
+}
+
+// Takes the shape of lines i to i + 3, of which may_move_on holds, if they are moved on and what is
+// kept of them falls into short runs. Else the shape stays, or is none.
+template <kept Kept, class T>
+[[gnu::noinline]] bool learn_shape(const compressed_view<T>& a,
+                                   std::int32_t i,
+                                   std::int32_t offset,
+                                   moving_shape& shape) {
+  const std::int32_t first = a.begin[i];
+  const std::int32_t length = a.end[i] - first;
+  for (int r = 2; r < lines_a_block; ++r) {
+    if (a.begin[i + r] != a.end[i + r - 1] || a.end[i + r] - a.begin[i + r] != length) return false;
+  }
+  const std::int32_t* const indices = a.indices + (first - offset);
+  if (!lines_move_on(indices, length)) return false;
+  constexpr std::int64_t before_all = INT64_MIN / 2;
+  shape.length = 0;
+  shape.run_count = 0;
+  const std::int32_t number = i + offset;
+  for (std::int32_t k = 0; k < length; ++k) {
+    const std::int32_t place = indices[k] - number;
+    if (k > 0 && indices[k] <= indices[k - 1]) return false;
+    if (!is_kept<Kept>(place)) continue;
+    run_of_entries* const last = shape.run_count > 0 ? shape.runs + shape.run_count - 1 : nullptr;
+    const std::int64_t behind = last != nullptr ? last->place + last->length : before_all;
+    if (place == behind) {
+      if (++last->length > longest_run) return false;
+    } else {
+      if (place < behind + lines_a_block - 1) return false;
+      shape.runs[shape.run_count++] = {k, 1, place};
+    }
+  }
+  for (std::int32_t k = 0; k < lines_a_block * length; ++k) shape.places[k] = indices[k] - number;
+  shape.length = length;
+  return true;
+}
+
+// The fixed hints of so many entries of the walk line by line.
+template <class T>
+NEVRAD_INLINE void hint_lines(const T* values, const std::int32_t* indices, std::int64_t entries) {
+  for (std::int64_t k = tile_size; k <= entries; k += tile_size) {
+    prefetch<cache::level1>(indices + k, lines_table::near_ahead);
+    prefetch<cache::level1>(values + k, lines_table::near_ahead);
+    prefetch<cache::level2>(values + k, lines_table::far_ahead);
+    prefetch<cache::level2>(indices + k, lines_table::far_ahead);
+  }
+}
+
+// Asks ahead for the entries of blocks to come. Where no hint is fixed, evenly over the runs of a
+// block, as all at once they would hold up each other and the block.
+template <bool Hinted, class T>
+class block_fetch {
+ public:
+  NEVRAD_INLINE explicit block_fetch(const moving_shape& shape)
+      : length_(shape.length), pieces_((shape.length + 3) / 4), runs_(shape.run_count) {}
+
+  NEVRAD_INLINE void begin_block(const T* values, const std::int32_t* indices) {
+    values_ = values;
+    indices_ = indices;
+    due_ = 0;
+    if constexpr (fixed_hints && Hinted) hint_lines(values, indices, lines_a_block * length_);
+  }
+
+  NEVRAD_INLINE void begin_run() {
+    if constexpr (!fixed_hints) {
+      for (due_ += pieces_; due_ >= runs_; due_ -= runs_) {
+        if (length_ < far_from) {
+          fetch_piece<cache::level1, stream_values_ahead>();
+        } else {
+          fetch_piece<cache::level2, 2 * stream_values_ahead>();
+        }
+        values_ += piece;
+        indices_ += piece;
+      }
+    }
+  }
+
+ private:
+  static constexpr int piece = 16;  // entries
+  // Lines so long that a block takes a good part of the usual distance are asked for further ahead.
+  static constexpr std::int32_t far_from = 20;
+
+  template <cache Level, int Bytes>
+  NEVRAD_INLINE void fetch_piece() const {
+    prefetch<Level>(values_, Bytes);
+    if constexpr (sizeof(T) == 8) prefetch<Level>(values_, Bytes + 64);
+    prefetch<Level>(indices_, Bytes / 2);
+  }
+
+  const T* values_ = nullptr;
+  const std::int32_t* indices_ = nullptr;
+  std::int32_t length_;
+  std::int32_t pieces_;
+  std::int32_t runs_;
+  std::int32_t due_ = 0;
+};
+
+// The elements of N neighbouring entries of four lines, with the lines as lanes.
+template <class T, int N>
+struct entry_lanes {
+  lanes<T, 4> of[N];
+};
+
+template <int N, class T>
+NEVRAD_INLINE entry_lanes<T, N> load_entries(const T* at, std::int64_t stride) {
+  entry_lanes<T, N> r;
+  if constexpr (N == tile_size) {
+    const tile<T> t = transpose(load_tile(at, stride));
+    for (int e = 0; e < N; ++e) r.of[e] = t.line[e];
+  } else {
+    if constexpr (N >= 2) {
+      const auto pairs = [&](std::int64_t line) {
+        return __builtin_shufflevector(load<2>(at + line * stride).v,
+                                       load<2>(at + (line + 2) * stride).v, 0, 1, 2, 3);
+      };
+      const auto even = pairs(0);
+      const auto odd = pairs(1);
+      r.of[0] = {__builtin_shufflevector(even, odd, 0, 4, 2, 6)};
+      r.of[1] = {__builtin_shufflevector(even, odd, 1, 5, 3, 7)};
+    }
+    if constexpr (N % 2 == 1) {
+      const T* const last = at + (N - 1);
+      r.of[N - 1] = {{last[0], last[stride], last[2 * stride], last[3 * stride]}};
+    }
+  }
+  return r;
+}
+
+// Calls take(N) with the length of a run as a constant.
+template <class Take>
+NEVRAD_INLINE void with_run_length(std::int32_t length, const Take& take) {
+  switch (length) {
+    case 1:
+      take(std::integral_constant<int, 1>{});
+      break;
+    case 2:
+      take(std::integral_constant<int, 2>{});
+      break;
+    case 3:
+      take(std::integral_constant<int, 3>{});
+      break;
+    default:
+      take(std::integral_constant<int, 4>{});
+      break;
+  }
+}
+
+// sum + a x over the entries of a run, in their order.
+template <int N, class T>
+NEVRAD_INLINE lanes<T, 4> gather_entries(lanes<T, 4> sum, const entry_lanes<T, N>& a, const T* x) {
+  for (int e = 0; e < N; ++e) sum = multiply_add(sum, a.of[e], load<4>(x + e));
+  return sum;
+}
+
+// Four elements from `at` on, of which those but the first are the first three of `behind`: handed
+// on in registers, as a load from two stores that are still on their way would wait for both.
+template <class T>
+NEVRAD_INLINE lanes<T, 4> one_before(lanes<T, 4> behind, const T* at) {
+  const lanes<T, 4> first = broadcast<4>(load<1>(at));
+  return {__builtin_shufflevector(behind.v, first.v, 4, 0, 1, 2)};
+}
+
+// y + a factor over entries First to Last - 1 of a run, the last first. `top` is what the last
+// meets. Answers what the first has met.
+template <int First, int Last, int N, class T>
+NEVRAD_INLINE lanes<T, 4> scatter_entries(const entry_lanes<T, N>& a,
+                                          T* y,
+                                          lanes<T, 4> factor,
+                                          lanes<T, 4> top) {
+  static_assert(Last <= N);
+  for (int e = Last - 1; e >= First; --e) {
+    if (e < Last - 1) top = one_before(top, y + e);
+    top = multiply_add(top, a.of[e], factor);
+    store(y + e, top);
+  }
+  return top;
+}
+
+// to += a_i factor for the kept entries of blocks of lines from line_begin on, as long as they have
+// the shape, none beginning behind last_block; factors(i) are those of lines i to i + 3, before(i)
+// and after(i) are called ahead of them and behind. Answers the line behind the blocks.
+template <bool Hinted, class T, class Factors, class Before, class After>
+NEVRAD_INLINE std::int32_t scatter_moving_lines(const moving_shape& shape,
+                                                const compressed_view<T>& a,
+                                                std::int32_t offset,
+                                                T* to,
+                                                std::int32_t line_begin,
+                                                std::int32_t last_block,
+                                                const Factors& factors,
+                                                const Before& before,
+                                                const After& after) {
+  const std::int64_t length = shape.length;
+  const int runs = shape.run_count;
+  shaped_blocks<T> blocks(shape, a, line_begin, offset);
+  block_fetch<Hinted, T> fetch(shape);
+  const std::int64_t lead = runs > 0 ? shape.runs[runs - 1].place : 0;
+  std::int32_t i = line_begin;
+  while (blocks.has_shape(i, i + offset)) {
+    fetch.begin_block(blocks.values, blocks.indices);
+    if constexpr (!fixed_hints) {
+      prefetch<cache::level1>(to + i + lead, lead_ahead);
+    }
+    before(i);
+    const lanes<T, 4> factor = factors(i);
+    for (int r = 0; r < runs; ++r) {
+      const run_of_entries run = shape.runs[r];
+      T* const at = to + i + run.place;
+      fetch.begin_run();
+      with_run_length(run.length, [&](auto n) NEVRAD_INLINED {
+        constexpr int count = decltype(n)::value;
+        scatter_entries<0, count>(load_entries<count>(blocks.values + run.entry, length), at,
+                                  factor, load<4>(at + count - 1));
+      });
+    }
+    after(i);
+    blocks.next();
+    i += lines_a_block;
+    if (i > last_block) break;
+  }
+  return i;
+}
+
+// The same for all lines from line_begin up to but excluding line_end; one_line(i) does those that
+// are not in such blocks.
+template <kept Kept, bool Hinted, class T, class Factors, class Before, class After, class OneLine>
+NEVRAD_INLINE void scatter_in_blocks(const compressed_view<T>& a,
+                                     std::int32_t offset,
+                                     T* to,
+                                     std::int32_t line_begin,
+                                     std::int32_t line_end,
+                                     const Factors& factors,
+                                     const Before& before,
+                                     const After& after,
+                                     const OneLine& one_line) {
+  const std::int32_t last_block = line_end - lines_a_block;
+  moving_shape shape;
+  for (std::int32_t i = line_begin; i < line_end;) {
+    if (i <= last_block) {
+      if (shape.length > 0 && a.end[i] - a.begin[i] == shape.length) {
+        const std::int32_t from = i;
+        i = scatter_moving_lines<Hinted>(shape, a, offset, to, i, last_block, factors, before,
+                                         after);
+        if (i != from) continue;
+      }
+      if (may_move_on(a, i, offset) && learn_shape<Kept>(a, i, offset, shape)) continue;
+    }
+    one_line(i);
+    ++i;
+  }
+}
+
+}  // namespace nevrad
