@@ -166,7 +166,32 @@ struct line_survey {
   bool diagonal_in_all_lines = false;
   bool plain = false;  // lines of a triangle that hold their diagonal once, and just taken entries
   bool short_lines = false;  // see lines_of_shape; of those that are plain
+  // Of short plain lines of a lower triangle, where all were looked at so: the next smaller
+  // distance below that there is. Negative, where that is not known.
+  std::int32_t near = -1;
+  std::int32_t far = 0;  // see far_apart
 };
+
+// Where entries at the greatest distance below lie farther than `apart` from all others, they can
+// be told from these: found with that distance as `far`, and the others alone within reach.
+inline line_survey far_apart(line_survey found, std::int32_t apart) {
+  if (!found.plain || found.near < 0 || found.below - found.near < apart) return found;
+  found.far = found.below;
+  found.below = found.near;
+  return found;
+}
+
+// Takes a line's two greatest distances below, in this order, into account.
+inline void add_distances(line_survey& found, std::int32_t farthest, std::int32_t next) {
+  if (found.near < 0) return;
+  if (farthest > found.below) {
+    found.near = std::max(found.near, found.below);
+    found.below = farthest;
+  } else if (farthest < found.below) {
+    found.near = std::max(found.near, farthest);
+  }
+  found.near = std::max(found.near, next);
+}
 
 // The lines from r up to but excluding `stop`, looked through; false where they do not ascend.
 template <taken Which, class T>
@@ -184,6 +209,11 @@ bool survey_each(const line_reader<Which, T>& a,
     found.plain &= part.diag_last - part.diag_first == 1 &&
                    part.last - part.first + 1 == a.end[i] - a.begin[i];
     if (part.first == part.last) continue;
+    if constexpr (Which == taken::lower) {
+      const std::int32_t at = i + a.base;
+      const bool more = part.last - part.first > 1;
+      add_distances(found, at - a.indices[part.first], more ? at - a.indices[part.first + 1] : 0);
+    }
     found.below = std::max(found.below, i + a.base - a.indices[part.first]);
     found.above = std::max(found.above, a.indices[part.last - 1] - i - a.base);
   }
@@ -202,6 +232,7 @@ template <taken Which, class T>
   const std::int32_t* const indices = a.indices;
   std::int32_t runs = (stop - r) / 8;
   std::int32_t farthest = 0;
+  line_survey distances = found;
   std::int64_t first = a.begin[r];
   const std::int64_t start = first;
   for (std::int32_t i = r; i < stop;) {
@@ -216,9 +247,13 @@ template <taken Which, class T>
     }
     if (steps_down != 0) return false;
     farthest = std::max(farthest, lower ? at - indices[first] : indices[last - 1] - at);
+    if (lower && last - first > 1) {
+      add_distances(distances, at - indices[first], at - indices[first + 1]);
+    }
     first += n * (last - first);
     i += n;
   }
+  found.near = distances.near;
   found.off_diagonal += first - start - (stop - r);
   found.on_diagonal += stop - r;
   std::int32_t& reached = lower ? found.below : found.above;
@@ -324,6 +359,7 @@ line_survey survey_lines(const held_lines<T>& held) {
   line_survey found{true, 0, 0, 0, 0, true, Which != taken::all};
   const line_reader<Which, T> a(held);
   const std::int32_t rows = held.lines.rows;
+  found.near = Which == taken::lower ? 0 : -1;
   // Lines without runs are looked at for some only now and then.
   found.short_lines = csr_entries(held.lines) <= longest_compared * std::int64_t{rows};
   std::int32_t without_runs = 0;
@@ -339,10 +375,12 @@ line_survey survey_lines(const held_lines<T>& held) {
           without_runs = 0;
           continue;
         }
+        found.near = -1;
         if (survey_plain(a, r, stop, found)) continue;
       }
     }
     if (within && survey_taken(a, r, stop, found)) {
+      found.near = -1;
       found.plain = false;
       continue;
     }

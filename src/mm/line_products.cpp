@@ -150,14 +150,18 @@ bool multiply_held_lines(const held_lines<T>& held,
     return true;
   }
   if (!found.ascending || budget > 1) return false;
-  const std::int64_t size = ring_size<T>(found, rows, held.lines.base);
+  // An entry in a block that holds no other one of its row, nor of that of its image, is a part of
+  // its own. Single columns would have something to add for the parts between.
+  const bool to_tell = in_rows && held.has_own() && o.n % 4 == 0;
+  const line_survey reached = to_tell ? far_apart(found, mm_block_cols) : found;
+  const std::int64_t size = ring_size<T>(reached, rows, held.lines.base);
   const std::int64_t elements = ring_elements<T>(layout, size, o.n);
   if (nnz < elements || nnz < 2 * size || room.words_of(held) < 2 * size) return false;
-  if (!ring_pays(held, found, layout, size, o.n, nnz)) return false;
+  if (!ring_pays(held, reached, layout, size, o.n, nnz)) return false;
   *result = room.take(held, found, nnz);
   if (*result != success) return true;
   const ring_room<T> ring{room.copy->values, room.copy->indices, size};
-  *result = multiply_swept(held, layout, found, ring, o, nnz);
+  *result = multiply_swept(held, layout, reached, ring, o, nnz);
   return true;
 }
 

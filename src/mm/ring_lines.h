@@ -146,6 +146,12 @@ class row_ring {
     }
   }
 
+  // Row-major: adds the sum of the last part of a row that has left.
+  NEVRAD_INLINE void add_last_part(std::int32_t index, lanes<T, W> sum) const {
+    T* const row = c_ + (index - base_) * ldc_;
+    store(row, multiply_add(load<W>(row), sum, broadcast<W>(to_lane(alpha_))));
+  }
+
   // Makes the part the open one of a row that has none, with the sum to come.
   NEVRAD_INLINE void open_first(std::int32_t index, std::int32_t part) const {
     part_[index & mask_] = part;
@@ -370,7 +376,8 @@ struct ring_walk {
   block_bounds bounds;
   row_ring<W, Rows, T> ring;
   B b;
-  bool diagonals;  // in all lines
+  bool diagonals;    // in all lines
+  std::int32_t far;  // entries at that distance are their rows' first and last parts; 0 for none
 
   NEVRAD_INLINE void fetch_ahead_of(std::int32_t i) const {
     if constexpr (Rows == rows_of_c::in_place) {
@@ -493,6 +500,10 @@ struct ring_walk {
         ring.open(index, image_part);
         own = load<W>(ring.sum(index));
       } else {
+        if (far > 0 && p < part.last && a.indices[p] == index - far) {
+          add_far_entry(index, b_line, p);
+          ++p;
+        }
         while (p < part.last && a.indices[p] < start) {
           p = add_early_part(index, b_line, image_part, p, part.last);
         }
@@ -544,6 +555,28 @@ struct ring_walk {
   static NEVRAD_INLINE std::int64_t rows_in_line(const ring_rows<W, T>& rows, std::int64_t index) {
     return rows.mask < 0 ? std::numeric_limits<std::int64_t>::max()
                          : rows.mask + 1 - (index & rows.mask);
+  }
+
+  // The entry at the far distance, a part of its own in both rows.
+  NEVRAD_INLINE void add_far_entry(std::int32_t index, lanes<T, W> b_line, std::int64_t p) const {
+    if constexpr (Rows == rows_of_c::in_place) {
+      const std::int32_t other = a.indices[p];
+      const T value = a.values[p];
+      if constexpr (!fixed_hints) {
+        constexpr std::int32_t own_ahead = 20;
+        constexpr std::int32_t ahead = 16;
+        constexpr auto bytes = static_cast<std::int64_t>(sizeof(T));
+        for (std::int64_t j = 0; j < W; j += column_line<T>) {
+          prefetch<cache::level1>(b.at, ((index + own_ahead) * b.ld + j) * bytes);
+          prefetch<cache::level1>(b.at, ((other + ahead) * b.ld + j) * bytes);
+        }
+        ring.fetch_row(index + own_ahead);
+        ring.fetch_row(other + ahead);
+      }
+      const lanes<T, W> none = zero_lanes<T, W>();
+      ring.add_last_part(other, add_to_sum(none, b_line, used_value(value, form.image)));
+      ring.add_part(index, add_to_sum(none, b(other), used_value(value, form.own)));
+    }
   }
 
   // Asks for what the lines some way on meet when they have an early part as well: their rows of B
@@ -620,7 +653,7 @@ inline bool often_in_several_blocks(const line_survey& found, std::int32_t rows)
 
 // Whether most lines of a lower triangle may be in runs within a block.
 inline bool mostly_runs(const line_survey& found) {
-  return found.plain && found.short_lines && !often_in_several_blocks(found, 2);
+  return found.plain && found.short_lines && found.far == 0 && !often_in_several_blocks(found, 2);
 }
 
 // A product of the lines with W columns, from column j on, some lines at a time. The store is room
@@ -682,8 +715,9 @@ class ring_product {
   }
   template <class B>
   void walk(const B& b, std::int32_t r, std::int32_t stop) const {
-    const ring_walk<Which, Own, W, Rows, T, B> lines{reader_, form_, bounds_,
-                                                     ring_,   b,     found_.diagonal_in_all_lines};
+    const ring_walk<Which, Own, W, Rows, T, B> lines{reader_,   form_, bounds_,
+                                                     ring_,     b,     found_.diagonal_in_all_lines,
+                                                     found_.far};
     if constexpr (Which == taken::lower && Own && W > 1 && !is_complex<T>) {
       if (in_runs_) return walk_runs(lines, r, stop);
     }

@@ -196,12 +196,13 @@ TYPED_TEST(mm_lines, give_the_bits_of_rows_for_lines_of_one_shape) {
     std::vector<int> steps;
   };
   const shape_case cases[] = {
-      {"SLNF", 5300, 40, {1, 40, 600}},  {"SLNF", 5300, 40, {1, 40, 2000}},
-      {"SLNF", 5300, 30, {3, 60, 3000}}, {"SLNF", 1500, 50, {1, 50}},
-      {"SUNF", 1500, 50, {1, 50}},       {"SLNC", 700, 20, {1, 20, 100}},
-      {"SLNC", 600, 30, {2, 3, 31}},     {"SLNC", 1500, 60, {1, 60, 300}},
-      {"SLNC", 1500, 20, {2, 7, 8}},     {"SLNC", 1500, 1500, {1}},
-      {"HLNC", 1500, 90, {5, 90}},       {"SLNC", 1500, 90, {1, 90}},
+      {"SLNF", 5300, 40, {1, 40, 600}},   {"SLNF", 5300, 40, {1, 40, 2000}},
+      {"SLNF", 5300, 30, {3, 60, 3000}},  {"SLNF", 1500, 50, {1, 50}},
+      {"SUNF", 1500, 50, {1, 50}},        {"SLNC", 700, 20, {1, 20, 100}},
+      {"SLNC", 600, 30, {2, 3, 31}},      {"SLNC", 1500, 60, {1, 60, 300}},
+      {"SLNC", 1500, 20, {2, 7, 8}},      {"SLNC", 1500, 1500, {1}},
+      {"HLNC", 1500, 90, {5, 90}},        {"SLNC", 1500, 90, {1, 90}},
+      {"SLNC", 65540, 75, {1, 75, 5700}},  // in blocks, and the last step leads to another one
   };
   generator random(4);
   for (const shape_case& each : cases) {
@@ -222,7 +223,7 @@ TYPED_TEST(mm_lines, give_the_bits_of_rows_for_lines_of_one_shape) {
     const bool in_columns = order == layout::column_major;
     const auto a = compress<T>(source, each.rows, by_rows, in_columns ? 1 : 0);
     const auto general = expanded(a, each.code, 0);
-    const int n = 2 * chunk + 9;
+    const int n = each.rows > 40000 ? chunk : 2 * chunk + 9;
     const auto b = panel<T>::random(random, each.rows, n, order, 1);
     const auto before = panel<T>::random(random, each.rows, n, order, 2);
     const T alpha = random.value<T>();
