@@ -7,7 +7,7 @@ namespace nevrad {
 
 inline constexpr std::uint64_t cache_line = 64;
 
-// What memory is asked for: to be filled, or to have it should it be needed. Large pages are
+// What memory is asked for: to be filled, or to have it, mostly not to be used. Large pages are
 // cleared whole at the first touch, and the allocator itself touches the places between its blocks:
 // memory that is only set aside is not asked for in such pages.
 enum class memory_use : bool { filled, set_aside };

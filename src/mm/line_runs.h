@@ -36,7 +36,7 @@ struct run_rows {
 
 // Of a lower triangle, in W columns: adds to each line's own row, from form.start(c) on, its N
 // entries and the diagonal, and each entry to the row of its image. `Near`: the last entry is the
-// one next to the diagonal, so its image is the row of the line before, which waits for it in
+// only one next to the diagonal, so its image is the row of the line before, which waits for it in
 // registers.
 template <bool Near, int N, int W, class T, class Form>
 [[gnu::noinline]] void add_run(const run_rows<N, T>& rows, const Form& how) {
@@ -99,7 +99,9 @@ NEVRAD_INLINE void add_lines_of_shape(const T* values,
     rows.b[k] = b_at(indices[k]);
     rows.c[k] = c_at(indices[k]);
   }
-  if (indices[N - 1] + 1 == indices[N]) {
+  // One entry alone: a second one at its place would find the row not in memory.
+  const bool alone = N == 1 || indices[N > 1 ? N - 2 : 0] != indices[N - 1];
+  if (alone && indices[N - 1] + 1 == indices[N]) {
     add_run<true, N, W>(rows, form);
   } else {
     add_run<false, N, W>(rows, form);

@@ -146,8 +146,10 @@ class row_ring {
     }
   }
 
-  // Row-major: adds the sum of the last part of a row that has left.
+  // Row-major: adds the sum of the last part of a row that has left. Those at the far distance
+  // have: they lie a block behind the nearer ones, with which rows leave but for some lines.
   NEVRAD_INLINE void add_last_part(std::int32_t index, lanes<T, W> sum) const {
+    static_assert(lines_at_once<T> + column_line<T> <= mm_block_cols);
     T* const row = c_ + (index - base_) * ldc_;
     store(row, multiply_add(load<W>(row), sum, broadcast<W>(to_lane(alpha_))));
   }
@@ -590,7 +592,7 @@ struct ring_walk {
       for (std::int64_t j = 0; j < W; j += column_line<T>) {
         prefetch<cache::level1>(b.at, ((index + own_ahead) * b.ld + j) * bytes);
         prefetch<cache::level1>(b.at, ((first + image_ahead) * b.ld + j) * bytes);
-        prefetch<cache::level1>(ring.sum(first + image_ahead), j * bytes);
+        prefetch<cache::level1>(ring.sum(first), (image_ahead * W + j) * bytes);
       }
       ring.fetch_row(index + own_ahead);
       ring.fetch_row(first + image_ahead);

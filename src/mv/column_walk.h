@@ -74,6 +74,17 @@ NEVRAD_INLINE void hint_both(const T* values, const std::int32_t* indices) {
   }
 }
 
+template <conjugation C>
+struct scatter_pass_hints {
+  template <class T>
+  NEVRAD_INLINE void operator()(const T* values, const std::int32_t* indices, int /*half*/) const {
+    using table = scatter_pass_table<C>;
+    constexpr hint near_hint = table::plain ? hint::stream : hint::keep;
+    hint_both<cache::level1, table::near_ahead, near_hint>(values, indices);
+    hint_both<cache::level2, table::far_ahead, hint::stream>(values, indices);
+  }
+};
+
 // v[index] += element * factor over the segment, or conj(element).
 template <conjugation C, class T>
 NEVRAD_INLINE void scatter_segment(const compressed_view<T>& a,
@@ -81,14 +92,9 @@ NEVRAD_INLINE void scatter_segment(const compressed_view<T>& a,
                                    T* v,
                                    T factor) {
   using table = scatter_pass_table<C>;
-  constexpr hint near_hint = table::plain ? hint::stream : hint::keep;
   const entry_run<T> run = run_of(a, segment);
   hint_both<cache::level1, table::at_start>(run.values, run.indices);
-  const auto hint_half = [](const T* values, const std::int32_t* indices, int) {
-    hint_both<cache::level1, table::near_ahead, near_hint>(values, indices);
-    hint_both<cache::level2, table::far_ahead, hint::stream>(values, indices);
-  };
-  scatter_run<C, remainder::by_four>(v - a.base, run, factor, hint_half);
+  scatter_run<C, remainder::by_four>(v - a.base, run, factor, scatter_pass_hints<C>{});
 }
 
 // The sum of element * x[index] over the segment, or conj(element).

@@ -25,9 +25,11 @@ class late_scale {
   void advance_to(std::int32_t count) { done_ = count; }
 
   // Before any of the first `count` is met.
-  NEVRAD_INLINE void up_to(std::int32_t count) {
+  NEVRAD_INLINE void up_to(std::int64_t count) {
     if (count > done_) scale_to(count);
   }
+
+  void finish() { up_to(rows_); }
 
   // Before lines line_begin to line_end - 1 add to their own elements and to those at their indices
   // on the side.
@@ -70,8 +72,8 @@ class late_scale {
     return (of_eight > most ? of_eight : most) - offset + 1;
   }
 
-  [[gnu::noinline]] void scale_to(std::int32_t count) {
-    const std::int32_t to = count < rows_ ? count : rows_;
+  [[gnu::noinline]] void scale_to(std::int64_t count) {
+    const std::int32_t to = count < rows_ ? static_cast<std::int32_t>(count) : rows_;
     dense_scale(to - done_, y_ + done_, beta_);
     done_ = to;
   }

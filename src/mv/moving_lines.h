@@ -64,7 +64,9 @@ NEVRAD_INLINE bool is_kept(std::int32_t place) {
 // What a block of such lines looks like. Most blocks of a grid look like the one before, so that
 // one comparison with it tells all that is to be known.
 struct moving_shape {
-  std::int32_t length = 0;  // of a line; 0 as long as none is known
+  std::int32_t length = 0;     // of a line; 0 as long as none is known
+  std::int32_t patience = 1;   // lines until the next look, after one in vain
+  std::int64_t next_look = 0;  // no look at lines before this one
   std::int32_t run_count = 0;
   run_of_entries runs[longest_moving];                  // of the kept entries
   std::int32_t places[lines_a_block * longest_moving];  // of all entries, from the block's number
@@ -140,8 +142,18 @@ NEVRAD_INLINE bool may_move_on(const compressed_view<T>& a, std::int32_t i, std:
   return !is_band && starts_one_on(indices, indices + length);
 }
 
-// Takes the shape of lines i to i + 3, of which may_move_on holds, if they are moved on and what is
-// kept of them falls into short runs. Else the shape stays, or is none.
+// Whether line i may begin a block of a new shape. Lines that move on but cannot be taken are
+// mostly followed by more of them, and a look at each takes longer than the lines.
+template <class T>
+NEVRAD_INLINE bool may_be_learnt(const moving_shape& shape,
+                                 const compressed_view<T>& a,
+                                 std::int32_t i,
+                                 std::int32_t offset) {
+  return i >= shape.next_look && may_move_on(a, i, offset);
+}
+
+// Takes the shape of lines i to i + 3, of which may_be_learnt holds, if they are moved on and what
+// is kept of them falls into short runs. Else the shape stays, or is none.
 template <kept Kept, class T>
 [[gnu::noinline]] bool learn_shape(const compressed_view<T>& a,
                                    std::int32_t i,
@@ -155,8 +167,11 @@ template <kept Kept, class T>
   const std::int32_t* const indices = a.indices + (first - offset);
   if (!lines_move_on(indices, length)) return false;
   constexpr std::int64_t before_all = INT64_MIN / 2;
+  constexpr std::int32_t most_patience = 512;
   shape.length = 0;
   shape.run_count = 0;
+  if (shape.patience < most_patience) shape.patience *= 2;
+  shape.next_look = std::int64_t{i} + shape.patience;
   const std::int32_t number = i + offset;
   for (std::int32_t k = 0; k < length; ++k) {
     const std::int32_t place = indices[k] - number;
@@ -173,33 +188,72 @@ template <kept Kept, class T>
   }
   for (std::int32_t k = 0; k < lines_a_block * length; ++k) shape.places[k] = indices[k] - number;
   shape.length = length;
+  shape.patience = 1;
+  shape.next_look = 0;
   return true;
 }
 
-// The fixed hints of so many entries of the walk line by line.
+// The fixed hints of a trip of the walk line by line, from the positions behind it. `third`:
+// whether its third entry is taken.
 template <class T>
-NEVRAD_INLINE void hint_lines(const T* values, const std::int32_t* indices, std::int64_t entries) {
-  for (std::int64_t k = tile_size; k <= entries; k += tile_size) {
-    prefetch<cache::level1>(indices + k, lines_table::near_ahead);
-    prefetch<cache::level1>(values + k, lines_table::near_ahead);
-    prefetch<cache::level2>(values + k, lines_table::far_ahead);
-    prefetch<cache::level2>(indices + k, lines_table::far_ahead);
-  }
+NEVRAD_INLINE void hint_behind_trip(const T* values, const std::int32_t* indices, bool third) {
+  prefetch<cache::level1>(indices, lines_table::near_ahead);
+  prefetch<cache::level1>(values, lines_table::near_ahead);
+  prefetch<cache::level2>(values, lines_table::far_ahead);
+  if (third) prefetch<cache::level2>(indices, lines_table::far_ahead);
 }
+
+// What a line is asked for where hints are fixed, by the kernel whose lines the block takes.
+template <triangle Side>
+struct trip_hints {
+  template <class T>
+  void operator()(const moving_shape& shape, const T* values, const std::int32_t* indices) const {
+    for (std::int32_t k = tile_size; k <= shape.length; k += tile_size) {
+      hint_behind_trip(values + k, indices + k, is_beyond<Side>(shape.places[k - 2], 0));
+    }
+  }
+};
+// Of the kept entries, by halves of trips of eight.
+template <class HintHalf>
+struct half_hints {
+  HintHalf hint_half;
+
+  template <class T>
+  void operator()(const moving_shape& shape, const T* values, const std::int32_t* indices) const {
+    if (shape.run_count == 0) return;
+    const run_of_entries& last = shape.runs[shape.run_count - 1];
+    for (std::int32_t k = shape.runs[0].entry + 8; k <= last.entry + last.length; k += 8) {
+      hint_half(values + k - 4, indices + k - 4, 0);
+      hint_half(values + k, indices + k, 1);
+    }
+  }
+};
+struct no_hints {
+  template <class T>
+  void operator()(const moving_shape&, const T*, const std::int32_t*) const {}
+};
 
 // Asks ahead for the entries of blocks to come. Where no hint is fixed, evenly over the runs of a
 // block, as all at once they would hold up each other and the block.
-template <bool Hinted, class T>
+template <class T, class HintLine>
 class block_fetch {
  public:
-  NEVRAD_INLINE explicit block_fetch(const moving_shape& shape)
-      : length_(shape.length), pieces_((shape.length + 3) / 4), runs_(shape.run_count) {}
+  NEVRAD_INLINE block_fetch(const moving_shape& shape, const HintLine& hint_line)
+      : shape_(shape),
+        hint_line_(hint_line),
+        length_(shape.length),
+        pieces_((shape.length + 3) / 4),
+        runs_(shape.run_count) {}
 
   NEVRAD_INLINE void begin_block(const T* values, const std::int32_t* indices) {
     values_ = values;
     indices_ = indices;
     due_ = 0;
-    if constexpr (fixed_hints && Hinted) hint_lines(values, indices, lines_a_block * length_);
+    if constexpr (fixed_hints) {
+      for (std::int64_t r = 0; r < lines_a_block; ++r) {
+        hint_line_(shape_, values + r * length_, indices + r * length_);
+      }
+    }
   }
 
   NEVRAD_INLINE void begin_run() {
@@ -228,6 +282,8 @@ class block_fetch {
     prefetch<Level>(indices_, Bytes / 2);
   }
 
+  const moving_shape& shape_;
+  HintLine hint_line_;
   const T* values_ = nullptr;
   const std::int32_t* indices_ = nullptr;
   std::int32_t length_;
@@ -320,20 +376,21 @@ NEVRAD_INLINE lanes<T, 4> scatter_entries(const entry_lanes<T, N>& a,
 // to += a_i factor for the kept entries of blocks of lines from line_begin on, as long as they have
 // the shape, none beginning behind last_block; factors(i) are those of lines i to i + 3, before(i)
 // and after(i) are called ahead of them and behind. Answers the line behind the blocks.
-template <bool Hinted, class T, class Factors, class Before, class After>
+template <class T, class HintLine, class Factors, class Before, class After>
 NEVRAD_INLINE std::int32_t scatter_moving_lines(const moving_shape& shape,
                                                 const compressed_view<T>& a,
                                                 std::int32_t offset,
                                                 T* to,
                                                 std::int32_t line_begin,
                                                 std::int32_t last_block,
+                                                const HintLine& hint_line,
                                                 const Factors& factors,
                                                 const Before& before,
                                                 const After& after) {
   const std::int64_t length = shape.length;
   const int runs = shape.run_count;
   shaped_blocks<T> blocks(shape, a, line_begin, offset);
-  block_fetch<Hinted, T> fetch(shape);
+  block_fetch<T, HintLine> fetch(shape, hint_line);
   const std::int64_t lead = runs > 0 ? shape.runs[runs - 1].place : 0;
   std::int32_t i = line_begin;
   while (blocks.has_shape(i, i + offset)) {
@@ -363,12 +420,19 @@ NEVRAD_INLINE std::int32_t scatter_moving_lines(const moving_shape& shape,
 
 // The same for all lines from line_begin up to but excluding line_end; one_line(i) does those that
 // are not in such blocks.
-template <kept Kept, bool Hinted, class T, class Factors, class Before, class After, class OneLine>
+template <kept Kept,
+          class T,
+          class HintLine,
+          class Factors,
+          class Before,
+          class After,
+          class OneLine>
 NEVRAD_INLINE void scatter_in_blocks(const compressed_view<T>& a,
                                      std::int32_t offset,
                                      T* to,
                                      std::int32_t line_begin,
                                      std::int32_t line_end,
+                                     const HintLine& hint_line,
                                      const Factors& factors,
                                      const Before& before,
                                      const After& after,
@@ -379,11 +443,11 @@ NEVRAD_INLINE void scatter_in_blocks(const compressed_view<T>& a,
     if (i <= last_block) {
       if (shape.length > 0 && a.end[i] - a.begin[i] == shape.length) {
         const std::int32_t from = i;
-        i = scatter_moving_lines<Hinted>(shape, a, offset, to, i, last_block, factors, before,
-                                         after);
+        i = scatter_moving_lines(shape, a, offset, to, i, last_block, hint_line, factors, before,
+                                 after);
         if (i != from) continue;
       }
-      if (may_move_on(a, i, offset) && learn_shape<Kept>(a, i, offset, shape)) continue;
+      if (may_be_learnt(shape, a, i, offset) && learn_shape<Kept>(a, i, offset, shape)) continue;
     }
     one_line(i);
     ++i;

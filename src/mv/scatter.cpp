@@ -48,8 +48,9 @@ void scatter_lines(const compressed_view<T>& a,
   } else {
     const auto factors = [&](std::int32_t i) { return load<4>(x + i); };
     const auto nothing = [](std::int32_t) {};
-    scatter_in_blocks<kept::all, true>(a, offset, acc, line_begin, line_end, factors, nothing,
-                                       nothing, one_line);
+    scatter_in_blocks<kept::all>(a, offset, acc, line_begin, line_end,
+                                 half_hints<decltype(hint)>{hint}, factors, nothing, nothing,
+                                 one_line);
   }
 }
 

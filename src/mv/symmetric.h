@@ -94,7 +94,8 @@ void sym_mv_lines(const T& alpha,
 
 // Kernels of the tables. A real type has the two plain symmetric modes only.
 
-// Stored by rows. On one thread y is scaled and the line kernel runs on it directly. Otherwise each
+// Stored by rows. On one thread the line kernel runs on y directly, which is scaled before, or, of
+// real types, where lines first meet it. Otherwise each
 // of up to `budget` chunks of rows has a cleared vector of its own, and these are added to beta y
 // in ascending order: the same bits whatever the team. Answers 2, with y untouched, when the
 // scratch of budget * rows elements cannot be had.
@@ -108,7 +109,7 @@ status sym_mv_rows(const compressed_view<T>& a, const T* x, T* y, T alpha, T bet
 template <sym_mode Mode, diagonal Ones, class T>
 status sym_mv_columns_driver(const compressed_view<T>& a, const T* x, T* y, T alpha, T beta);
 
-// The same for short columns: on one thread the line kernel on scaled y, without scratch, and
+// The same for short columns: on one thread the line kernel on y itself, without scratch, and
 // indices may come in any order.
 template <sym_mode Mode, diagonal Ones, class T>
 status sym_mv_short_columns(const compressed_view<T>& a, const T* x, T* y, T alpha, T beta);

@@ -70,8 +70,8 @@ NEVRAD_INLINE std::int32_t lead_of(const moving_shape& shape) {
   return static_cast<std::int32_t>(last.place) + last.length - 1;
 }
 
-// Blocks of lines from line_begin on, as long as they have the shape, none beginning behind
-// last_block, and the first not either. Answers the line behind them. No line of an upper triangle
+// Blocks of lines from line_begin on, as long as they have the shape and begin no later than
+// last_block, as the first does. Answers the line behind them. No line of an upper triangle
 // mirrors into a line before it, none of a lower one behind it: the own elements come where the
 // diagonal stands. Fresh: each block is the first to meet the elements of y at the lead, and
 // multiplies them by beta.
@@ -99,7 +99,7 @@ template <mirror_form Form, bool Fresh, class T>
   const std::int32_t lead = lead_of<Form.side>(shape);
 
   shaped_blocks<T> blocks(shape, a, line_begin, offset);
-  block_fetch<true, T> fetch(shape);
+  block_fetch<T, trip_hints<Form.side>> fetch(shape, {});
   std::int32_t i = line_begin;
   while (blocks.has_shape(i, i + offset)) {
     fetch.begin_block(blocks.values, blocks.indices);
@@ -237,7 +237,9 @@ template <mirror_form Form, bool Fresh, class T>
     if (__builtin_reduce_or(differ) != 0) break;
     T* const own = y + i;
     if constexpr (fixed_hints) {
-      hint_lines(values, indices, entries);
+      for (int r = 1; r <= lines_a_block; ++r) {
+        hint_behind_trip(values + r * tile_size, indices + r * tile_size, true);
+      }
     } else {
       prefetch<cache::level1>(values, stream_values_ahead);
       if constexpr (sizeof(T) == 8) prefetch<cache::level1>(values, stream_values_ahead + 64);
@@ -307,14 +309,14 @@ NEVRAD_INLINE std::int32_t take_shaped_lines(const moving_shape& shape,
   const bool of_four = Form.ones == diagonal::stored && is_of_four<Form.side>(shape);
   const std::int32_t lead = lead_of<Form.side>(shape);
   const T beta = scale.factor();
-  if (scale.done() == i + lead) {
+  if (scale.done() == std::int64_t{i} + lead) {
     const auto take =
         of_four ? take_lines_of_four<Form, true, T> : take_moving_lines<Form, true, T>;
     i = take(shape, a, x, y, i, last_block, alpha, beta);
     scale.advance_to(i + lead);
     return i;
   }
-  scale.up_to(i + lead + lines_a_block);
+  scale.up_to(std::int64_t{i} + lead + lines_a_block);
   const std::int32_t last_scaled = scale.done() - lead - lines_a_block;
   if (last_scaled < last_block) last_block = last_scaled > i ? last_scaled : i;
   const auto take =
@@ -362,13 +364,13 @@ void sym_mv_real_lines(T alpha,
                        late_scale<T> scale) {
   const std::int32_t offset = a.begin[0];
   const std::int32_t last_block = line_end - lines_a_block;
-  constexpr std::int32_t most_scaled_at_once = 64;  // lines, whose indices are still in level 1
+  constexpr std::int32_t most_scaled_at_once = 64;  // lines
   moving_shape shape;
   const auto may_have_shape = [&](std::int32_t i) {
     return shape.length > 0 && a.end[i] - a.begin[i] == shape.length;
   };
   const auto may_be_block = [&](std::int32_t i) {
-    return may_have_shape(i) || may_be_run(a, i) || may_move_on(a, i, offset);
+    return may_have_shape(i) || may_be_run(a, i) || may_be_learnt(shape, a, i, offset);
   };
   for (std::int32_t i = line_begin; i < line_end;) {
     if (i <= last_block) {
@@ -381,14 +383,18 @@ void sym_mv_real_lines(T alpha,
         i += lines_a_block;
         continue;
       }
-      if (may_move_on(a, i, offset) &&
+      if (may_be_learnt(shape, a, i, offset) &&
           learn_shape<kept_on(Form.side, Form.ones)>(a, i, offset, shape))
         continue;
     }
+    const bool bounded = !scale.finished() && line_end - i > most_scaled_at_once;
+    const std::int32_t stop = bounded ? i + most_scaled_at_once : line_end;
     std::int32_t next = i + 1;
-    while (next <= last_block && !may_be_block(next)) ++next;
-    if (next > last_block) next = line_end;
-    if (!scale.finished() && next - i > most_scaled_at_once) next = i + most_scaled_at_once;
+    while (next < stop && next <= last_block && !may_be_block(next)) ++next;
+    if (next > last_block) next = stop;
+    // There is no end of such lines: to look how far they reach would take longer than the pass
+    // that is spared.
+    if (bounded && next == stop) scale.finish();
     scale.template for_lines<Form.side>(a, i, next, offset);
     sym_mv_single_lines<Form>(alpha, a, x, y, i, next);
     i = next;

@@ -73,8 +73,9 @@ template <triangle Side, diagonal Ones, class T>
       return multiply_fused(load<4>(x + c), broadcast<4>(to_lane(alpha)));
     };
     const auto nothing = [](std::int32_t) {};
-    scatter_in_blocks<kept_on(opposite(Side), Ones), false>(a, a.base, v, 0, a.cols, factors,
-                                                            nothing, nothing, one_column);
+    scatter_in_blocks<kept_on(opposite(Side), Ones)>(
+        a, a.base, v, 0, a.cols, half_hints<scatter_pass_hints<conjugation::no>>{}, factors,
+        nothing, nothing, one_column);
   }
 }
 

@@ -121,8 +121,9 @@ void tri_mv_lines_scatter(const T& alpha_at,
       if (Ones == diagonal::stored || !now) return;
       store(y + i, multiply_add(load<4>(y + i), load<4>(x + i), alphas));
     };
-    scatter_in_blocks<kept_on(Side, Ones), From == origin::first_begin>(
-        a, offset, y, line_begin, line_end, factors,
+    using hints = std::conditional_t<From == origin::first_begin, trip_hints<Side>, no_hints>;
+    scatter_in_blocks<kept_on(Side, Ones)>(
+        a, offset, y, line_begin, line_end, hints{}, factors,
         [&](std::int32_t i) { add_ones(i, Side == triangle::lower); },
         [&](std::int32_t i) { add_ones(i, Side == triangle::upper); }, one_line);
   }

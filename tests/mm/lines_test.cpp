@@ -184,6 +184,34 @@ TYPED_TEST(mm_lines, give_the_bits_of_rows_for_a_triangle_alone) {
   }
 }
 
+// Neighbours of the diagonal, at the end of the matrix twice each.
+TYPED_TEST(mm_lines, give_the_bits_of_rows_for_neighbours_that_stand_twice) {
+  using T = TypeParam;
+  constexpr int rows = 230;
+  generator random(5);
+  lines<T> source(rows);
+  for (int i = 0; i < rows; ++i) {
+    const int copies = i == 0 ? 0 : i < rows - 4 ? 1 : 2;
+    for (int k = 0; k < copies; ++k) source[at(i)].emplace_back(i - 1, random.value<T>());
+    source[at(i)].emplace_back(i, random.value<T>());
+  }
+  for (const char* const code : {"SLNC", "SLNF", "HLNC"}) {
+    SCOPED_TRACE(code);
+    const layout order = layout_of(code);
+    const bool in_columns = order == layout::column_major;
+    const auto a = compress<T>(source, rows, by_rows, in_columns ? 1 : 0);
+    const auto general = expanded(a, code, 0);
+    const auto b = panel<T>::random(random, rows, 4, order, 0);
+    const auto before = panel<T>::random(random, rows, 4, order, 0);
+    const T alpha = random.value<T>();
+    const T beta = random.value<T>();
+    const budget_scope scope(1);
+    const char* const plain = in_columns ? "G00F" : "G00C";
+    EXPECT_SAME_ARRAYS(run(code, 0, a, alpha, b, beta, before).elements(),
+                       run(plain, 0, general, alpha, b, beta, before).elements());
+  }
+}
+
 // Lines of a grid, each with the shape of the line before but where the grid ends, and one odd
 // line.
 TYPED_TEST(mm_lines, give_the_bits_of_rows_for_lines_of_one_shape) {
