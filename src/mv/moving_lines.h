@@ -193,23 +193,25 @@ template <kept Kept, class T>
   return true;
 }
 
-// The fixed hints of a trip of the walk line by line, from the positions behind it. `third`:
-// whether its third entry is taken.
+// The fixed hints of a trip of the walk line by line, from the positions behind it.
 template <class T>
-NEVRAD_INLINE void hint_behind_trip(const T* values, const std::int32_t* indices, bool third) {
+NEVRAD_INLINE void hint_behind_trip(const T* values, const std::int32_t* indices) {
   prefetch<cache::level1>(indices, lines_table::near_ahead);
   prefetch<cache::level1>(values, lines_table::near_ahead);
   prefetch<cache::level2>(values, lines_table::far_ahead);
-  if (third) prefetch<cache::level2>(indices, lines_table::far_ahead);
+  prefetch<cache::level2>(indices, lines_table::far_ahead);
 }
 
-// What a line is asked for where hints are fixed, by the kernel whose lines the block takes.
-template <triangle Side>
+// What a block asks for where hints are fixed: as the kernel whose lines it takes, but that trips
+// of four go through all lines, which are mostly on the side.
 struct trip_hints {
   template <class T>
-  void operator()(const moving_shape& shape, const T* values, const std::int32_t* indices) const {
-    for (std::int32_t k = tile_size; k <= shape.length; k += tile_size) {
-      hint_behind_trip(values + k, indices + k, is_beyond<Side>(shape.places[k - 2], 0));
+  NEVRAD_INLINE void operator()(const moving_shape& shape,
+                                const T* values,
+                                const std::int32_t* indices) const {
+    const std::int64_t entries = std::int64_t{lines_a_block} * shape.length;
+    for (std::int64_t k = tile_size; k <= entries; k += tile_size) {
+      hint_behind_trip(values + k, indices + k);
     }
   }
 };
@@ -222,9 +224,13 @@ struct half_hints {
   void operator()(const moving_shape& shape, const T* values, const std::int32_t* indices) const {
     if (shape.run_count == 0) return;
     const run_of_entries& last = shape.runs[shape.run_count - 1];
-    for (std::int32_t k = shape.runs[0].entry + 8; k <= last.entry + last.length; k += 8) {
-      hint_half(values + k - 4, indices + k - 4, 0);
-      hint_half(values + k, indices + k, 1);
+    for (int r = 0; r < lines_a_block; ++r) {
+      for (std::int32_t k = shape.runs[0].entry + 8; k <= last.entry + last.length; k += 8) {
+        hint_half(values + k - 4, indices + k - 4, 0);
+        hint_half(values + k, indices + k, 1);
+      }
+      values += shape.length;
+      indices += shape.length;
     }
   }
 };
@@ -235,12 +241,12 @@ struct no_hints {
 
 // Asks ahead for the entries of blocks to come. Where no hint is fixed, evenly over the runs of a
 // block, as all at once they would hold up each other and the block.
-template <class T, class HintLine>
+template <class T, class HintBlock>
 class block_fetch {
  public:
-  NEVRAD_INLINE block_fetch(const moving_shape& shape, const HintLine& hint_line)
+  NEVRAD_INLINE block_fetch(const moving_shape& shape, const HintBlock& hint_block)
       : shape_(shape),
-        hint_line_(hint_line),
+        hint_block_(hint_block),
         length_(shape.length),
         pieces_((shape.length + 3) / 4),
         runs_(shape.run_count) {}
@@ -249,11 +255,7 @@ class block_fetch {
     values_ = values;
     indices_ = indices;
     due_ = 0;
-    if constexpr (fixed_hints) {
-      for (std::int64_t r = 0; r < lines_a_block; ++r) {
-        hint_line_(shape_, values + r * length_, indices + r * length_);
-      }
-    }
+    if constexpr (fixed_hints) hint_block_(shape_, values, indices);
   }
 
   NEVRAD_INLINE void begin_run() {
@@ -283,7 +285,7 @@ class block_fetch {
   }
 
   const moving_shape& shape_;
-  HintLine hint_line_;
+  HintBlock hint_block_;
   const T* values_ = nullptr;
   const std::int32_t* indices_ = nullptr;
   std::int32_t length_;
@@ -376,21 +378,21 @@ NEVRAD_INLINE lanes<T, 4> scatter_entries(const entry_lanes<T, N>& a,
 // to += a_i factor for the kept entries of blocks of lines from line_begin on, as long as they have
 // the shape, none beginning behind last_block; factors(i) are those of lines i to i + 3, before(i)
 // and after(i) are called ahead of them and behind. Answers the line behind the blocks.
-template <class T, class HintLine, class Factors, class Before, class After>
+template <class T, class HintBlock, class Factors, class Before, class After>
 NEVRAD_INLINE std::int32_t scatter_moving_lines(const moving_shape& shape,
                                                 const compressed_view<T>& a,
                                                 std::int32_t offset,
                                                 T* to,
                                                 std::int32_t line_begin,
                                                 std::int32_t last_block,
-                                                const HintLine& hint_line,
+                                                const HintBlock& hint_block,
                                                 const Factors& factors,
                                                 const Before& before,
                                                 const After& after) {
   const std::int64_t length = shape.length;
   const int runs = shape.run_count;
   shaped_blocks<T> blocks(shape, a, line_begin, offset);
-  block_fetch<T, HintLine> fetch(shape, hint_line);
+  block_fetch<T, HintBlock> fetch(shape, hint_block);
   const std::int64_t lead = runs > 0 ? shape.runs[runs - 1].place : 0;
   std::int32_t i = line_begin;
   while (blocks.has_shape(i, i + offset)) {
@@ -422,7 +424,7 @@ NEVRAD_INLINE std::int32_t scatter_moving_lines(const moving_shape& shape,
 // are not in such blocks.
 template <kept Kept,
           class T,
-          class HintLine,
+          class HintBlock,
           class Factors,
           class Before,
           class After,
@@ -432,7 +434,7 @@ NEVRAD_INLINE void scatter_in_blocks(const compressed_view<T>& a,
                                      T* to,
                                      std::int32_t line_begin,
                                      std::int32_t line_end,
-                                     const HintLine& hint_line,
+                                     const HintBlock& hint_block,
                                      const Factors& factors,
                                      const Before& before,
                                      const After& after,
@@ -443,7 +445,7 @@ NEVRAD_INLINE void scatter_in_blocks(const compressed_view<T>& a,
     if (i <= last_block) {
       if (shape.length > 0 && a.end[i] - a.begin[i] == shape.length) {
         const std::int32_t from = i;
-        i = scatter_moving_lines(shape, a, offset, to, i, last_block, hint_line, factors, before,
+        i = scatter_moving_lines(shape, a, offset, to, i, last_block, hint_block, factors, before,
                                  after);
         if (i != from) continue;
       }

@@ -99,7 +99,7 @@ template <mirror_form Form, bool Fresh, class T>
   const std::int32_t lead = lead_of<Form.side>(shape);
 
   shaped_blocks<T> blocks(shape, a, line_begin, offset);
-  block_fetch<T, trip_hints<Form.side>> fetch(shape, {});
+  block_fetch<T, trip_hints> fetch(shape, {});
   std::int32_t i = line_begin;
   while (blocks.has_shape(i, i + offset)) {
     fetch.begin_block(blocks.values, blocks.indices);
@@ -238,7 +238,7 @@ template <mirror_form Form, bool Fresh, class T>
     T* const own = y + i;
     if constexpr (fixed_hints) {
       for (int r = 1; r <= lines_a_block; ++r) {
-        hint_behind_trip(values + r * tile_size, indices + r * tile_size, true);
+        hint_behind_trip(values + r * tile_size, indices + r * tile_size);
       }
     } else {
       prefetch<cache::level1>(values, stream_values_ahead);

@@ -121,7 +121,7 @@ void tri_mv_lines_scatter(const T& alpha_at,
       if (Ones == diagonal::stored || !now) return;
       store(y + i, multiply_add(load<4>(y + i), load<4>(x + i), alphas));
     };
-    using hints = std::conditional_t<From == origin::first_begin, trip_hints<Side>, no_hints>;
+    using hints = std::conditional_t<From == origin::first_begin, trip_hints, no_hints>;
     scatter_in_blocks<kept_on(Side, Ones)>(
         a, offset, y, line_begin, line_end, hints{}, factors,
         [&](std::int32_t i) { add_ones(i, Side == triangle::lower); },
