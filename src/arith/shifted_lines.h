@@ -10,18 +10,21 @@ inline constexpr int shifted_together = 4;
 namespace detail {
 
 using four_unsigned = vector_of<std::uint32_t, 4>::type;
+using eight_unsigned = vector_of<std::uint32_t, 8>::type;
 
-NEVRAD_INLINE four_unsigned load_four(const std::int32_t* at) {
-  four_unsigned r;
+template <class V>
+NEVRAD_INLINE V load_as(const std::int32_t* at) {
+  V r;
   __builtin_memcpy(&r, at, sizeof r);
   return r;
 }
 
 // Zero where the next three lines follow the line of `at` by 1, 2 and 3.
 NEVRAD_INLINE four_unsigned off_step(const std::int32_t* at, std::int64_t length) {
-  const four_unsigned first = load_four(at);
-  return ((first + 1) ^ load_four(at + length)) | ((first + 2) ^ load_four(at + 2 * length)) |
-         ((first + 3) ^ load_four(at + 3 * length));
+  const four_unsigned first = load_as<four_unsigned>(at);
+  return ((first + 1) ^ load_as<four_unsigned>(at + length)) |
+         ((first + 2) ^ load_as<four_unsigned>(at + 2 * length)) |
+         ((first + 3) ^ load_as<four_unsigned>(at + 3 * length));
 }
 
 }  // namespace detail

@@ -2,7 +2,7 @@
 // side.
 #pragma once
 
-#include "arith/lanes.h"
+#include "arith/shifted_lines.h"
 
 namespace nevrad {
 
@@ -10,14 +10,6 @@ namespace detail {
 
 using four_indices = vector_of<std::int32_t, 4>::type;
 using eight_indices = vector_of<std::int32_t, 8>::type;
-using eight_unsigned = vector_of<std::uint32_t, 8>::type;
-
-template <class V>
-NEVRAD_INLINE V load_as(const std::int32_t* at) {
-  V r;
-  __builtin_memcpy(&r, at, sizeof r);
-  return r;
-}
 
 template <class V>
 NEVRAD_INLINE bool all_of(V mask) {

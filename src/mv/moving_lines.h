@@ -8,18 +8,12 @@
 // first.
 #pragma once
 
-#include "arith/shifted_lines.h"
 #include "arith/tile.h"
-#include "matrix/record.h"
+#include "matrix/line_shapes.h"
 #include "mv/index_runs.h"
 #include "mv/lines.h"
 
 namespace nevrad {
-
-// Behind the parameters of a lambda: its captures stay in registers.
-#define NEVRAD_INLINED __attribute__((always_inline))
-
-inline constexpr std::int32_t lines_a_block = tile_size;
 
 // Bytes ahead in x and y, where no hint is fixed, at the place that runs ahead of all others.
 inline constexpr int lead_ahead = 512;
@@ -31,9 +25,6 @@ struct run_of_entries {
   std::int64_t place;   // of the first one: its index less the number of the line
 };
 inline constexpr std::int32_t longest_run = 4;
-
-// Longer lines are left to other kernels.
-inline constexpr std::int32_t longest_moving = 64;
 
 // Which entries of an ascending line count.
 enum class kept { all, upper, strictly_upper, lower, strictly_lower };
@@ -61,83 +52,18 @@ NEVRAD_INLINE bool is_kept(std::int32_t place) {
   }
 }
 
-// What a block of such lines looks like. Most blocks of a grid look like the one before, so that
-// one comparison with it tells all that is to be known.
-struct moving_shape {
-  std::int32_t length = 0;     // of a line; 0 as long as none is known
-  std::int32_t patience = 1;   // lines until the next look, after one in vain
-  std::int64_t next_look = 0;  // no look at lines before this one
+// What a block of such lines looks like, and what is kept of it.
+struct moving_shape : line_shape {
   std::int32_t run_count = 0;
-  run_of_entries runs[longest_moving];                  // of the kept entries
-  std::int32_t places[lines_a_block * longest_moving];  // of all entries, from the block's number
+  run_of_entries runs[longest_shape];  // of the kept entries
 };
 
-// Blocks of lines, one behind the other, and their comparison with a shape.
-template <class T>
-class shaped_blocks {
- public:
-  // From line i on.
-  NEVRAD_INLINE shaped_blocks(const moving_shape& shape,
-                              const compressed_view<T>& a,
-                              std::int32_t i,
-                              std::int32_t offset)
-      : values(a.values + (a.begin[i] - offset)),
-        indices(a.indices + (a.begin[i] - offset)),
-        begin_(a.begin),
-        end_(a.end),
-        places_(shape.places),
-        count_(lines_a_block * shape.length) {
-    const auto length = static_cast<std::uint32_t>(shape.length);
-    begins_ = detail::four_unsigned{0, 1, 2, 3} * length + static_cast<std::uint32_t>(a.begin[i]);
-    ends_ = begins_ + length;
-  }
-
-  // Whether the block has the shape. Its first line is i and has the number `number`.
-  NEVRAD_INLINE bool has_shape(std::int64_t i, std::int32_t number) const {
-    using namespace detail;
-    const four_unsigned moved =
-        (load_as<four_unsigned>(end_ + i) ^ ends_) | (load_as<four_unsigned>(begin_ + i) ^ begins_);
-    if (__builtin_reduce_or(moved) != 0) return false;
-    const auto differ_at = [&](std::int64_t k) NEVRAD_INLINED {
-      return (load_as<eight_unsigned>(indices + k) - static_cast<std::uint32_t>(number)) ^
-             load_as<eight_unsigned>(places_ + k);
-    };
-    eight_unsigned differ = differ_at(count_ - 8);
-#pragma clang loop unroll(disable)
-    for (std::int64_t k = 0; k < count_ - 8; k += 8) differ |= differ_at(k);
-    return __builtin_reduce_or(differ) == 0;
-  }
-
-  NEVRAD_INLINE void next() {
-    values += count_;
-    indices += count_;
-    begins_ += static_cast<std::uint32_t>(count_);
-    ends_ += static_cast<std::uint32_t>(count_);
-  }
-
-  const T* values;
-  const std::int32_t* indices;
-
- private:
-  const std::int32_t* begin_;
-  const std::int32_t* end_;
-  const std::int32_t* places_;
-  std::int64_t count_;  // entries
-  detail::four_unsigned begins_;
-  detail::four_unsigned ends_;
-};
-
-// Whether line i and the next look like the first of four that move on. Few others do.
+// Whether line i and the next look like the first of four that move on and are no band.
 template <class T>
 NEVRAD_INLINE bool may_move_on(const compressed_view<T>& a, std::int32_t i, std::int32_t offset) {
-  const std::int32_t first = a.begin[i];
-  const std::int32_t next = a.end[i];
-  const std::int32_t length = next - first;
-  if (length < tile_size || length > longest_moving || a.begin[i + 1] != next ||
-      a.end[i + 1] - next != length) {
-    return false;
-  }
-  const std::int32_t* const indices = a.indices + (first - offset);
+  if (!may_have_shape(a, i)) return false;
+  const std::int32_t* const indices = a.indices + (a.begin[i] - offset);
+  const std::int32_t length = a.end[i] - a.begin[i];
   const bool is_band = length > longest_run && indices[longest_run] - indices[0] == longest_run;
   return !is_band && starts_one_on(indices, indices + length);
 }
@@ -159,19 +85,12 @@ template <kept Kept, class T>
                                    std::int32_t i,
                                    std::int32_t offset,
                                    moving_shape& shape) {
-  const std::int32_t first = a.begin[i];
-  const std::int32_t length = a.end[i] - first;
-  for (int r = 2; r < lines_a_block; ++r) {
-    if (a.begin[i + r] != a.end[i + r - 1] || a.end[i + r] - a.begin[i + r] != length) return false;
-  }
-  const std::int32_t* const indices = a.indices + (first - offset);
-  if (!lines_move_on(indices, length)) return false;
+  if (!is_line_block(a, i, offset)) return false;
   constexpr std::int64_t before_all = INT64_MIN / 2;
-  constexpr std::int32_t most_patience = 512;
-  shape.length = 0;
+  shape.forget(i);
   shape.run_count = 0;
-  if (shape.patience < most_patience) shape.patience *= 2;
-  shape.next_look = std::int64_t{i} + shape.patience;
+  const std::int32_t length = a.end[i] - a.begin[i];
+  const std::int32_t* const indices = a.indices + (a.begin[i] - offset);
   const std::int32_t number = i + offset;
   for (std::int32_t k = 0; k < length; ++k) {
     const std::int32_t place = indices[k] - number;
@@ -186,10 +105,7 @@ template <kept Kept, class T>
       shape.runs[shape.run_count++] = {k, 1, place};
     }
   }
-  for (std::int32_t k = 0; k < lines_a_block * length; ++k) shape.places[k] = indices[k] - number;
-  shape.length = length;
-  shape.patience = 1;
-  shape.next_look = 0;
+  shape.remember(indices, length, number);
   return true;
 }
 
