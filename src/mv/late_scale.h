@@ -24,6 +24,12 @@ class late_scale {
   // The caller has scaled them.
   void advance_to(std::int32_t count) { done_ = count; }
 
+  // The next element, of which there is one.
+  NEVRAD_INLINE void one_more() {
+    dense_scale(1, y_ + done_, beta_);
+    ++done_;
+  }
+
   // Before any of the first `count` is met.
   NEVRAD_INLINE void up_to(std::int64_t count) {
     if (count > done_) scale_to(count);

@@ -241,11 +241,14 @@ template <mirror_form Form, bool Fresh, class T>
         hint_behind_trip(values + r * tile_size, indices + r * tile_size);
       }
     } else {
-      prefetch<cache::level1>(values, stream_values_ahead);
-      if constexpr (sizeof(T) == 8) prefetch<cache::level1>(values, stream_values_ahead + 64);
-      prefetch<cache::level1>(indices, stream_indices_ahead);
-      prefetch<cache::level1>(x + i + place[3], lead_ahead);
-      prefetch<cache::level1>(own + place[3], lead_ahead);
+      // Blocks this small follow so fast that hints to level 1 would hold up their loads.
+      constexpr int ahead = 2 * lead_ahead;
+      prefetch<cache::level2>(values, stream_values_ahead);
+      if constexpr (sizeof(T) == 8) prefetch<cache::level2>(values, stream_values_ahead + 64);
+      prefetch<cache::level2>(indices, stream_indices_ahead);
+      prefetch<cache::level2>(x + i + place[3], ahead);
+      prefetch<cache::level2>(own + place[3], ahead);
+      if ((i & 12) == 0) prefetch<cache::level2>(begin + i, ahead);
     }
 
     const tile<T> element = transpose(load_tile(values, 4));
@@ -298,14 +301,14 @@ template <mirror_form Form, bool Fresh, class T>
 
 // Blocks of the shape from line i on; answers the line behind them.
 template <mirror_form Form, class T>
-NEVRAD_INLINE std::int32_t take_shaped_lines(const moving_shape& shape,
-                                             const compressed_view<T>& a,
-                                             const T* x,
-                                             T* y,
-                                             std::int32_t i,
-                                             std::int32_t last_block,
-                                             T alpha,
-                                             late_scale<T>& scale) {
+NEVRAD_INLINE std::int32_t take_shaped_blocks(const moving_shape& shape,
+                                              const compressed_view<T>& a,
+                                              const T* x,
+                                              T* y,
+                                              std::int32_t i,
+                                              std::int32_t last_block,
+                                              T alpha,
+                                              late_scale<T>& scale) {
   const bool of_four = Form.ones == diagonal::stored && is_of_four<Form.side>(shape);
   const std::int32_t lead = lead_of<Form.side>(shape);
   const T beta = scale.factor();
@@ -322,6 +325,68 @@ NEVRAD_INLINE std::int32_t take_shaped_lines(const moving_shape& shape,
   const auto take =
       of_four ? take_lines_of_four<Form, false, T> : take_moving_lines<Form, false, T>;
   return take(shape, a, x, y, i, last_block, alpha, beta);
+}
+
+// Where a line of the grid ends: lines from i on one by one, a few at most, up to the next that may
+// begin a block again. Those alone that are no longer and reach no further than a line of the shape
+// would, so that y is scaled by one element a line. Answers the line behind them.
+template <mirror_form Form, class T>
+[[gnu::noinline]] std::int32_t take_lines_between(const moving_shape& shape,
+                                                  const compressed_view<T>& a,
+                                                  const T* x,
+                                                  T* y,
+                                                  std::int32_t i,
+                                                  std::int32_t last_block,
+                                                  const T& alpha,
+                                                  late_scale<T>& scale) {
+  constexpr std::int32_t most = 4;
+  const std::int32_t offset = a.begin[0];
+  const std::int32_t lead = lead_of<Form.side>(shape);
+  const std::int32_t stop = last_block - i > most ? i + most : last_block;
+  for (const std::int32_t from = i; i < stop; ++i) {
+    const std::int32_t length = a.end[i] - a.begin[i];
+    const std::int32_t* const indices = a.indices + (a.begin[i] - offset);
+    const std::int32_t number = i + offset;
+    if (length < 1 || length > shape.length) break;
+    if (i > from && length == shape.length && indices[0] - number == shape.places[0] &&
+        indices[length - 1] - number == shape.places[length - 1]) {
+      break;
+    }
+    if (!scale.finished()) {
+      if (scale.done() != std::int64_t{i} + lead) break;
+      if constexpr (Form.side == triangle::upper) {
+        std::int32_t room = 0;  // below zero where an index reaches further
+#pragma clang loop vectorize(disable)
+        for (std::int32_t k = 0; k < length; ++k) room |= number + lead - indices[k];
+        if (room < 0) break;
+      }
+      scale.one_more();
+    }
+    sym_mv_line<Form>(alpha, a, x, y, i, offset);
+  }
+  return i;
+}
+
+// Lines of the shape from i on, and the few between them; answers the line behind.
+template <mirror_form Form, class T>
+NEVRAD_INLINE std::int32_t take_shaped_lines(const moving_shape& shape,
+                                             const compressed_view<T>& a,
+                                             const T* x,
+                                             T* y,
+                                             std::int32_t i,
+                                             std::int32_t last_block,
+                                             const T& alpha,
+                                             late_scale<T>& scale) {
+  while (true) {
+    const std::int32_t from = i;
+    const bool all =
+        scale.finished() || scale.done() == std::int64_t{i} + lead_of<Form.side>(shape);
+    i = take_shaped_blocks<Form>(shape, a, x, y, i, last_block, alpha, scale);
+    if (i == from || i > last_block) return i;
+    if (!all) continue;
+    i = take_lines_between<Form>(shape, a, x, y, i, last_block, alpha, scale);
+    if (a.end[i] - a.begin[i] != shape.length) return i;
+  }
 }
 
 // Lines i to i + 3, if they are runs.
@@ -365,6 +430,9 @@ void sym_mv_real_lines(T alpha,
   const std::int32_t offset = a.begin[0];
   const std::int32_t last_block = line_end - lines_a_block;
   constexpr std::int32_t most_scaled_at_once = 64;  // lines
+  // To look how far a line alone reaches takes longer than the pass over y that is spared: so many
+  // may come yet, and one more for every four lines in blocks.
+  std::int32_t left_alone = most_scaled_at_once;
   moving_shape shape;
   const auto may_have_shape = [&](std::int32_t i) {
     return shape.length > 0 && a.end[i] - a.begin[i] == shape.length;
@@ -377,6 +445,7 @@ void sym_mv_real_lines(T alpha,
       if (may_have_shape(i)) {
         const std::int32_t from = i;
         i = take_shaped_lines<Form>(shape, a, x, y, i, last_block, alpha, scale);
+        left_alone += (i - from) / 4;
         if (i != from) continue;
       }
       if (may_be_run(a, i) && take_run_lines<Form>(alpha, a, x, y, i, offset, scale)) {
@@ -392,9 +461,10 @@ void sym_mv_real_lines(T alpha,
     std::int32_t next = i + 1;
     while (next < stop && next <= last_block && !may_be_block(next)) ++next;
     if (next > last_block) next = stop;
-    // There is no end of such lines: to look how far they reach would take longer than the pass
-    // that is spared.
-    if (bounded && next == stop) scale.finish();
+    if (Form.side == triangle::upper && !scale.finished()) {
+      left_alone -= next - i;
+      if (left_alone < 0) scale.finish();
+    }
     scale.template for_lines<Form.side>(a, i, next, offset);
     sym_mv_single_lines<Form>(alpha, a, x, y, i, next);
     i = next;

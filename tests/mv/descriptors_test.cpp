@@ -133,8 +133,8 @@ TYPED_TEST(mv_tables, give_the_product_of_their_descriptor_in_the_documented_ord
 }
 
 // Lines with entries at these distances from the diagonal, below it, beyond it or on both sides:
-// those of grids and bands, which are taken four at a time. Some are short of an entry; some shapes
-// are without their diagonal.
+// those of grids and bands, which are taken four at a time. Some are short of an entry or reach
+// further; some shapes are without their diagonal.
 template <class T>
 matrix<T> lines_of_one_shape(const mv_call& call, const std::vector<int>& away, generator& random) {
   constexpr int rows = 50;
@@ -148,7 +148,8 @@ matrix<T> lines_of_one_shape(const mv_call& call, const std::vector<int>& away, 
   lines<T> source(rows);
   for (int i = 0; i < rows; ++i) {
     for (const int d : distances) {
-      const int j = i + d;
+      const int further = d == distances.front() ? -2 : d == distances.back() ? 2 : 0;
+      const int j = i + d + (random.chance(60) ? further : 0);
       if (j < 0 || j >= rows || random.chance(300)) continue;
       source[at(i)].emplace_back(j, random.value<T>());
     }
