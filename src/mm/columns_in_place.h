@@ -6,6 +6,7 @@
 #pragma once
 
 #include "matrix/sorted_rows.h"
+#include "mm/moving_columns.h"
 #include "mm/operands.h"
 #include "mm/panel_window.h"
 #include "mm/panels.h"
@@ -22,10 +23,14 @@ class column_panels {
       : store_(store),
         rows_(a.cols),
         window_(window_rows(a)),
-        window_size_(std::int64_t{window_} * std::min(2 * mm_chunk<T>, o.n / 4 * 4)) {
+        window_size_(std::int64_t{window_} * std::min(2 * mm_chunk<T>, o.n / 4 * 4)),
+        unused_(takes_rows_as_lanes(a, o)) {
     const bool room = window_size_ * parts <= std::int64_t{rows_} * o.n;
-    shared_ = parts > 1 && (window_ == rows_ || !room);
+    shared_ = !unused_ && parts > 1 && (window_ == rows_ || !room);
   }
+
+  // Whether B is read where it lies.
+  bool unused() const { return unused_; }
 
   bool shared() const { return shared_; }
   // Whether each row of B has a place of its own.
@@ -50,6 +55,7 @@ class column_panels {
   std::int32_t rows_;
   std::int32_t window_;
   std::int64_t window_size_;  // elements of the widest panel's rows in a window
+  bool unused_;
   bool shared_ = false;
 };
 
@@ -196,6 +202,9 @@ void multiply_columns_in_place(const rows_in_order<T>& rows,
                                std::int32_t hi,
                                const mm_operands<T>& o,
                                const column_panels<T>& panels) {
+  if constexpr (!is_complex<T>) {
+    if (panels.unused()) return moving_columns<T>(rows, o).multiply(lo, hi);
+  }
   const block_bounds bounds(rows.shape().cols);
   rows_of_part<T> part(rows, lo, hi);
   std::int32_t j = for_each_chunk<T>(o.n, [&](auto w, std::int32_t at) {

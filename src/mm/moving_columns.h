@@ -1,0 +1,494 @@
+// C := alpha * A * B + beta * C with column-major B and C, for matrices whose rows mostly move on
+// as those of grids do. Real elements.
+//
+// With four neighbouring rows as lanes, the elements of B that an entry meets in a column are
+// neighbours, and so are those of C: nothing is packed, and nothing turned over but the values of
+// the entries. An element's sum and its order are those of row_parts.h.
+#pragma once
+
+#include "arith/tile.h"
+#include "matrix/line_shapes.h"
+#include "matrix/sorted_rows.h"
+#include "mm/operands.h"
+#include "mm/row_parts.h"
+
+namespace nevrad {
+
+// Whether most rows are in blocks of four that move on. Judged by some rows; where the guess turns
+// out wrong, only time is lost.
+template <class T>
+bool rows_move_on(const compressed_matrix<T>& a) {
+  constexpr std::int32_t samples = 24;
+  constexpr std::int32_t enough = 16;
+  constexpr std::int32_t looked_at = 2 * lines_a_block;
+  if (a.rows < looked_at) return false;
+  const auto moves_on = [&](std::int32_t i) {
+    return may_have_shape(a, i) && is_line_block(a, i, a.base);
+  };
+  std::int32_t found = 0;
+  for (std::int32_t s = 0; s < samples; ++s) {
+    const std::int64_t last = a.rows - looked_at;
+    const auto r = static_cast<std::int32_t>(last * s / (samples - 1));
+    found += moves_on(r) || moves_on(r + lines_a_block) ? 1 : 0;
+  }
+  return found >= enough;
+}
+
+// Whether columns begin at the same place of a page: then they push each other out of the first
+// level of cache.
+template <class T>
+bool columns_collide(std::int32_t ld) {
+  constexpr std::int64_t page = 4096;
+  const std::int64_t beyond = std::int64_t{ld} * std::int64_t{sizeof(T)} % page;
+  return beyond < std::int64_t{cache_line} || beyond > page - std::int64_t{cache_line};
+}
+
+// Whether a product is faster so than with B packed.
+template <class T>
+bool takes_rows_as_lanes(const compressed_matrix<T>& a, const mm_operands<T>& o) {
+  if constexpr (is_complex<T>) return false;
+  const bool are_many = o.n >= 8;  // columns
+  if (are_many && (columns_collide<T>(o.ldb) || columns_collide<T>(o.ldc))) return false;
+  // Four of these fill half of a register: that pays where memory bounds the product.
+  constexpr bool half_filled = is_single<T> && !fixed_hints;
+  if (half_filled && are_many && stay_in_cache<T>(a.cols, o.n)) return false;
+  return rows_move_on(a);
+}
+
+// Loads from the middle of a cache line, which on x86-64 often take two, bound the loop below:
+// there, three neighbours in a row take two loads and a move between registers.
+inline constexpr bool take_threes = !fixed_hints;
+
+// The parts of the rows of a block, by their entries, and up to which row they are the same.
+struct shape_parts {
+  struct part {
+    std::int32_t stop;  // one past its last step
+    bool gap;           // whether blocks of columns that hold nothing come before it
+  };
+  std::int32_t count = 0;
+  bool gap_behind = false;
+  std::int64_t row_stop = 0;  // one past the last row
+  part at[longest_shape];
+  // Entries of a step: three neighbours of one part, or one.
+  std::int8_t entries[longest_shape];
+
+  // For row i on.
+  void find(const line_shape& shape, const block_bounds& bounds, std::int32_t i) {
+    count = 0;
+    std::int32_t same = INT32_MAX;  // rows
+    std::int32_t column_stop = -1;
+    std::int32_t next_block = 0;
+    std::int32_t steps = 0;
+    for (std::int32_t k = 0; k < shape.length;) {
+      const std::int32_t column = shape.places[k] + i;
+      if (column >= column_stop) {
+        const std::int32_t block = bounds.block_of(column);
+        at[count++].gap = block != next_block;
+        next_block = block + 1;
+        column_stop = bounds.stop_of(column);
+      }
+      const bool are_three = take_threes && k + 2 < shape.length &&
+                             shape.places[k + 2] == shape.places[k] + 2 && column + 2 < column_stop;
+      const std::int32_t taken = are_three ? 3 : 1;
+      same = std::min(same, column_stop - (column + taken - 1));
+      entries[steps++] = static_cast<std::int8_t>(taken);
+      at[count - 1].stop = steps;
+      k += taken;
+    }
+    gap_behind = next_block != bounds.count();
+    row_stop = std::int64_t{i} + same;
+  }
+};
+
+// How the columns behind the narrowest panel differ: runs of blocks that hold nothing add a zero.
+enum class gaps : bool { left_alone, add_zero };
+
+// What is updated at once: a block in several columns, or blocks one behind the other in one
+// column. Where the first begins, and how far it is to the next.
+template <class T>
+struct block_group {
+  const T* values;  // four of an entry
+  const T* b;
+  T* c;
+  std::int64_t values_step;
+  std::int64_t b_step;
+  std::int64_t c_step;
+};
+
+// Four elements, of which the first two places are known from those one before, and the last two
+// from those one behind.
+NEVRAD_INLINE lanes<double, 4> between(lanes<double, 4> before, lanes<double, 4> behind) {
+  return {__builtin_shufflevector(before.v, behind.v, 1, 4, 3, 6)};
+}
+NEVRAD_INLINE lanes<float, 4> between(lanes<float, 4> before, lanes<float, 4> behind) {
+  return {__builtin_shufflevector(before.v, behind.v, 1, 2, 5, 6)};
+}
+
+// Updates N of a group. All sums of a part are in registers; C is not, as there is no room for it.
+template <int N, gaps Gaps, class T>
+NEVRAD_INLINE void update_block_group(const line_shape& shape,
+                                      const shape_parts& parts,
+                                      const block_group<T>& group,
+                                      lanes<T, 4> alpha,
+                                      lanes<T, 4> beta) {
+  // Of blocks in one column each has values of its own.
+  const std::int64_t values_step = Gaps == gaps::add_zero ? group.values_step : 0;
+  const std::int64_t b_step = group.b_step;
+  const std::int64_t c_step = group.c_step;
+  const lanes<T, 4> none = zero_lanes<T, 4>();
+  const T* values = group.values;
+  const std::int32_t* place = shape.places;
+  std::int32_t step = 0;
+  for (std::int32_t p = 0; p < parts.count; ++p) {
+    const shape_parts::part part = parts.at[p];
+    lanes<T, 4> sum[N];
+    for (int q = 0; q < N; ++q) sum[q] = none;
+    do {
+      const T* const at = group.b + *place;
+      if (take_threes && parts.entries[step] == 3) {
+        for (int q = 0; q < N; ++q) {
+          const T* const v = values + q * values_step;
+          const lanes<T, 4> first = load<4>(at + q * b_step);
+          const lanes<T, 4> third = load<4>(at + q * b_step + 2);
+          sum[q] = multiply_add(sum[q], first, load<4>(v));
+          sum[q] = multiply_add(sum[q], between(first, third), load<4>(v + 4));
+          sum[q] = multiply_add(sum[q], third, load<4>(v + 8));
+        }
+        place += 3;
+        values += 12;
+      } else {
+        for (int q = 0; q < N; ++q) {
+          sum[q] =
+              multiply_add(sum[q], load<4>(at + q * b_step), load<4>(values + q * values_step));
+        }
+        ++place;
+        values += 4;
+      }
+    } while (++step < part.stop);
+    for (int q = 0; q < N; ++q) {
+      T* const c = group.c + q * c_step;
+      lanes<T, 4> y = load<4>(c);
+      if (p == 0) y = multiply(y, beta);
+      if (Gaps == gaps::add_zero && part.gap) y = multiply_add(y, none, alpha);
+      y = multiply_add(y, sum[q], alpha);
+      if (Gaps == gaps::add_zero && parts.gap_behind && p == parts.count - 1) {
+        y = multiply_add(y, none, alpha);
+      }
+      store(c, y);
+    }
+  }
+}
+
+// The rows go a segment at a time, all columns of one before those of the next: blocks of one shape
+// as long as there is room for their values, and rows between them that are in none.
+template <class T>
+class moving_columns {
+ public:
+  moving_columns(const rows_in_order<T>& rows, const mm_operands<T>& o)
+      : rows_(rows),
+        a_(rows.shape()),
+        o_(o),
+        bounds_(a_.cols),
+        alpha_(broadcast<4>(to_lane(o.alpha))),
+        beta_(broadcast<4>(to_lane(o.beta))) {}
+
+  // Rows lo to hi - 1.
+  void multiply(std::int32_t lo, std::int32_t hi) {
+    for (std::int32_t i = lo; i < hi;) {
+      i = take_segment(i, hi);
+      std::int32_t j = 0;
+      for (; o_.n - j >= 8; j += 8) multiply_group<8>(j);
+      if (o_.n - j >= 4) {
+        multiply_group<4>(j);
+        j += 4;
+      }
+      for (; j < o_.n; ++j) multiply_column(j);
+    }
+  }
+
+ private:
+  // Of values. Where several groups of columns pass over a segment it is large, as neighbouring
+  // lines of a grid meet the same elements of B: one group's are in level 1, those of all are not.
+  static constexpr std::int32_t room = 8192;
+  static constexpr std::int32_t few_blocks = 32;
+  static constexpr std::int32_t few_columns = 16;
+  static constexpr std::int32_t most_pieces = 64;
+
+  // Bytes, to level 2: the lines of many columns would push each other out of level 1.
+  static constexpr int entries_ahead = 8192;
+  static constexpr int columns_ahead = 512;
+
+  // Blocks one behind the other, or a row.
+  struct piece {
+    std::int32_t row;
+    std::int32_t blocks;  // none: a row
+    std::int32_t done;    // rows of one more block that are among those before; none: no such block
+    bool was_sorted;      // a row that is read from sorted_
+    const T* values;      // of blocks
+  };
+
+  // Answers the row behind it.
+  std::int32_t take_segment(std::int32_t i, std::int32_t hi) {
+    pieces_ = 0;
+    filled_ = 0;
+    bool any_blocks = false;
+    while (i < hi && pieces_ < most_pieces && filled_ <= most_filled()) {
+      if (i >= unshaped_ && has_shape(i, hi)) {
+        if (i + lines_a_block > parts_.row_stop) {
+          if (any_blocks) break;
+          parts_.find(shape_, bounds_, i);
+        }
+        if (i + lines_a_block <= parts_.row_stop) {
+          i = take_blocks(i, hi);
+          any_blocks = true;
+          continue;
+        }
+        unshaped_ = parts_.row_stop;
+      }
+      if (may_be_learnt(i, hi)) {
+        if (any_blocks) break;
+        if (learn_line_shape(a_, i, a_.base, shape_)) {
+          parts_.row_stop = 0;
+          continue;
+        }
+      }
+      take_row(i);
+      ++i;
+    }
+    return i;
+  }
+
+  // Whether a block begins with row i.
+  bool has_shape(std::int32_t i, std::int32_t hi) const {
+    return shape_.length > 0 && a_.end[i] - a_.begin[i] == shape_.length &&
+           i + lines_a_block <= hi &&
+           shaped_blocks<T>(shape_, a_, i, a_.base).has_shape(i, i + a_.base);
+  }
+
+  std::int32_t most_filled() const {
+    const std::int32_t block = lines_a_block * shape_.length;
+    return o_.n < few_columns ? std::min(few_blocks * block, room) - block : room - block;
+  }
+
+  bool may_be_learnt(std::int32_t i, std::int32_t hi) const {
+    return i + lines_a_block <= hi && i >= unshaped_ && i >= shape_.next_look &&
+           may_have_shape(a_, i) && is_line_block(a_, i, a_.base);
+  }
+
+  // Takes the blocks from row i on that have the shape and the parts, one at least, as one piece.
+  // Answers the row behind them.
+  std::int32_t take_blocks(std::int32_t i, std::int32_t hi) {
+    const auto stop = static_cast<std::int32_t>(std::min<std::int64_t>(hi, parts_.row_stop));
+    const std::int64_t length = shape_.length;
+    const std::int32_t most = most_filled();
+    piece& taken = piece_[pieces_];
+    taken = {i, 0, 0, false, values_ + filled_};
+    shaped_blocks<T> blocks(shape_, a_, i, a_.base);
+    do {
+      hint_entries(blocks.values, blocks.indices, a_.end + i);
+      turn_over(blocks.values);
+      blocks.next();
+      ++taken.blocks;
+      i += lines_a_block;
+    } while (i + lines_a_block <= stop && filled_ <= most && blocks.has_shape(i, i + a_.base));
+    ++pieces_;
+    // Rows left over, if they have the shape, are taken with the last ones before them.
+    if (filled_ > most) return i;
+    for (std::int32_t rest = lines_a_block - 1; rest > 0; --rest) {
+      const std::int32_t first = i + rest - lines_a_block;
+      if (i + rest > stop || a_.end[i + rest - 1] - a_.end[i - 1] != rest * length) continue;
+      const shaped_blocks<T> block(shape_, a_, first, a_.base);
+      if (!block.has_shape(first, first + a_.base)) continue;
+      turn_over(block.values);
+      taken.done = lines_a_block - rest;
+      return i + rest;
+    }
+    return i;
+  }
+
+  NEVRAD_INLINE void turn_over(const T* values) {
+    const std::int64_t length = shape_.length;
+    T* const to = values_ + filled_;
+    for (std::int64_t k = 0; k < length; k += tile_size) {
+      // The last tile may overlap the one before.
+      const std::int64_t at = std::min(k, length - tile_size);
+      store_tile(to + at * tile_size, tile_size, transpose(load_tile(values + at, length)));
+    }
+    filled_ += lines_a_block * shape_.length;
+  }
+
+  NEVRAD_INLINE void hint_entries(const T* values,
+                                  const std::int32_t* indices,
+                                  const std::int32_t* end) const {
+    const std::int64_t entries = std::int64_t{lines_a_block} * shape_.length;
+    if constexpr (fixed_hints) {
+      constexpr panel_hints hints = default_panel_hints<T>;
+      for (std::int64_t k = panel_group; k <= entries; k += panel_group) {
+        prefetch<cache::level1>(indices + k, hints.indices_near);
+        prefetch<cache::level1>(values + k, hints.values_near);
+        prefetch<cache::level2>(indices + k, hints.indices_far);
+        prefetch<cache::level2>(values + k, hints.values_far);
+      }
+    } else {
+      constexpr std::int64_t line = cache_line / sizeof(T);
+      constexpr std::int64_t index_line = cache_line / sizeof(std::int32_t);
+      for (std::int64_t k = 0; k < entries; k += line) {
+        prefetch<cache::level2>(values + k, entries_ahead);
+      }
+      for (std::int64_t k = 0; k < entries; k += index_line) {
+        prefetch<cache::level2>(indices + k, entries_ahead / 2);
+      }
+      prefetch<cache::level2>(end, entries_ahead / 4);
+    }
+  }
+
+  void take_row(std::int32_t i) {
+    const bool in_order = ascends(i);
+    if (!in_order) sorted_ = rows_.take(i, i + 1);
+    piece_[pieces_++] = {i, 0, 0, !in_order, nullptr};
+  }
+
+  bool ascends(std::int32_t i) const {
+    const std::int32_t* const indices = a_.indices - a_.base;
+    for (std::int64_t p = a_.begin[i] + 1; p < a_.end[i]; ++p) {
+      if (indices[p] < indices[p - 1]) return false;
+    }
+    return true;
+  }
+
+  row_entries<T> entries_of(const piece& row) const {
+    return row_entries<T>(row.was_sorted ? sorted_ : a_, row.row, 1);
+  }
+
+  // The segment in columns j to j + N - 1.
+  template <int N>
+  void multiply_group(std::int32_t j) {
+    for (std::int32_t t = 0; t < pieces_; ++t) {
+      const piece& taken = piece_[t];
+      const T* const b = line_at(o_.b, j, o_.ldb);
+      T* const c = line_at(o_.c, j, o_.ldc) + taken.row;
+      if (taken.blocks == 0) {
+        multiply_row<N>(entries_of(taken), b, c);
+        continue;
+      }
+      block_group<T> group{taken.values, b + taken.row, c, 0, o_.ldb, o_.ldc};
+      for (std::int32_t block = 0; block < taken.blocks; ++block) {
+        hint_columns<N>(group, taken.row / lines_a_block + block);
+        update_block_group<N, gaps::left_alone>(shape_, parts_, group, alpha_, beta_);
+        move_on(group, 1);
+      }
+      if (taken.done > 0) update_rest<N, gaps::left_alone>(group, taken.done);
+    }
+  }
+
+  // A line of each column lasts for two blocks or more: in turn, those of C and those of B, at the
+  // place where B is first met.
+  template <int N>
+  NEVRAD_INLINE void hint_columns(const block_group<T>& group, std::int32_t block) const {
+    if constexpr (!fixed_hints) {
+      if (block % 2 == 0) {
+        for (int q = 0; q < N; ++q) {
+          prefetch<cache::level2>(group.c + q * group.c_step, columns_ahead);
+        }
+      } else {
+        const T* const lead = group.b + shape_.places[shape_.length - 1];
+        for (int q = 0; q < N; ++q) {
+          prefetch<cache::level2>(lead + q * group.b_step, columns_ahead);
+        }
+      }
+    }
+  }
+
+  // In column j, which is one of the last, four blocks at once.
+  void multiply_column(std::int32_t j) {
+    const std::int64_t block_values = std::int64_t{lines_a_block} * shape_.length;
+    for (std::int32_t t = 0; t < pieces_; ++t) {
+      const piece& taken = piece_[t];
+      const T* const b = line_at(o_.b, j, o_.ldb);
+      T* const c = line_at(o_.c, j, o_.ldc) + taken.row;
+      if (taken.blocks == 0) {
+        const row_entries<T> row = entries_of(taken);
+        const auto x = [at = b - row.base](std::int32_t index) { return at[index]; };
+        update_column(row, bounds_, x, c, 1, o_.alpha, o_.beta);
+        continue;
+      }
+      block_group<T> group{taken.values, b + taken.row, c,
+                           block_values, lines_a_block, lines_a_block};
+      std::int32_t left = taken.blocks;
+      for (; left >= 4; left -= 4) {
+        update_block_group<4, gaps::add_zero>(shape_, parts_, group, alpha_, beta_);
+        move_on(group, 4);
+      }
+      for (; left > 0; --left) {
+        update_block_group<1, gaps::add_zero>(shape_, parts_, group, alpha_, beta_);
+        move_on(group, 1);
+      }
+      if (taken.done > 0) update_rest<1, gaps::add_zero>(group, taken.done);
+    }
+  }
+
+  NEVRAD_INLINE void move_on(block_group<T>& group, std::int64_t blocks) const {
+    group.values += blocks * lines_a_block * shape_.length;
+    group.b += blocks * lines_a_block;
+    group.c += blocks * lines_a_block;
+  }
+
+  // The last rows of a block, the first `done` of which lie before the group and have their result.
+  template <int N, gaps Gaps>
+  NEVRAD_INLINE void update_rest(const block_group<T>& group, std::int32_t done) {
+    T block[N * lines_a_block];
+    block_group<T> aside = group;
+    aside.b -= done;
+    aside.c = block;
+    aside.c_step = lines_a_block;
+    for (int q = 0; q < N; ++q) {
+      store(block + q * lines_a_block, load<4>(group.c + (q * group.c_step - done)));
+    }
+    update_block_group<N, Gaps>(shape_, parts_, aside, alpha_, beta_);
+    for (int q = 0; q < N; ++q) {
+      for (std::int32_t r = done; r < lines_a_block; ++r) {
+        group.c[q * group.c_step + r - done] = block[q * lines_a_block + r];
+      }
+    }
+  }
+
+  // One row in N columns.
+  template <int N>
+  [[gnu::noinline]] void multiply_row(const row_entries<T>& row, const T* b, T* c) const {
+    const std::int64_t ldb = o_.ldb;
+    const std::int64_t ldc = o_.ldc;
+    const T alpha = o_.alpha;
+    const T beta = o_.beta;
+    for (int q = 0; q < N; ++q) c[q * ldc] *= beta;
+    std::int64_t p = row.begin;
+    const std::int64_t end = row.end[0];
+    while (p < end) {
+      const std::int32_t stop = bounds_.stop_of(row.indices[p] - row.base) + row.base;
+      T sum[N];
+      for (int q = 0; q < N; ++q) sum[q] = zero<T>();
+      for_each_of_part(row.indices, p, end, stop, [&] {
+        const T* const at = b + (row.indices[p] - row.base);
+        for (int q = 0; q < N; ++q) sum[q] = fma(row.values[p], at[q * ldb], sum[q]);
+        ++p;
+      });
+      for (int q = 0; q < N; ++q) c[q * ldc] = fma(sum[q], alpha, c[q * ldc]);
+    }
+  }
+
+  const rows_in_order<T> rows_;
+  const compressed_matrix<T> a_;
+  const mm_operands<T> o_;
+  const block_bounds bounds_;
+  const lanes<T, 4> alpha_;
+  const lanes<T, 4> beta_;
+  compressed_matrix<T> sorted_{};
+  line_shape shape_;
+  shape_parts parts_;
+  std::int64_t unshaped_ = 0;  // in rows in front of it the parts differ within a block
+  std::int32_t pieces_ = 0;
+  std::int32_t filled_ = 0;  // of values_
+  piece piece_[most_pieces];
+  alignas(cache_line) T values_[room];
+};
+
+}  // namespace nevrad
