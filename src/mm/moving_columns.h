@@ -49,9 +49,13 @@ bool takes_rows_as_lanes(const compressed_matrix<T>& a, const mm_operands<T>& o)
   if constexpr (is_complex<T>) return false;
   const bool are_many = o.n >= 8;  // columns
   if (are_many && (columns_collide<T>(o.ldb) || columns_collide<T>(o.ldc))) return false;
-  // Four of these fill half of a register: that pays where memory bounds the product.
-  constexpr bool half_filled = is_single<T> && !fixed_hints;
-  if (half_filled && are_many && stay_in_cache<T>(a.cols, o.n)) return false;
+  if (stay_in_cache<T>(a.cols, o.n)) {
+    // There the arithmetic bounds the product. Four elements may fill half of a register only, and
+    // where packing is spread over many entries, the rows at the ends of lines take more.
+    constexpr bool half_filled = is_single<T> && !fixed_hints;
+    const bool is_packing_cheap = o.n >= 16 && csr_entries(a) >= std::int64_t{16} * a.rows;
+    if ((half_filled && are_many) || is_packing_cheap) return false;
+  }
   return rows_move_on(a);
 }
 
