@@ -5,6 +5,7 @@
 #include "mm/direct_lines.h"
 #include "mm/drivers.h"
 #include "mm/ring_lines.h"
+#include "mm/turned_columns.h"
 
 namespace nevrad {
 
@@ -62,15 +63,15 @@ void multiply_direct(const held_lines<T>& held,
   });
 }
 
-// In the rounding of the sweeps. Statuses and the state of C as those of mm_cols_serial and
-// mm_rows_serial: row-major, a matrix of a single block takes beta on the way.
-template <class T>
+// In the rounding of the sweeps: multiply(store) with the room for panels of B. Statuses and the
+// state of C as those of mm_cols_serial and mm_rows_serial: row-major, a matrix of a single block
+// takes beta on the way.
+template <class T, class Multiply>
 status multiply_swept(const held_lines<T>& held,
                       dense_layout layout,
-                      const line_survey& found,
-                      const ring_room<T>& ring,
                       const mm_operands<T>& o,
-                      std::int32_t nnz) {
+                      std::int32_t nnz,
+                      const Multiply& multiply) {
   const std::int32_t rows = held.result_rows();
   const std::int32_t cols = held.lines.rows;
   const bool in_rows = layout == dense_layout::row_major;
@@ -92,9 +93,59 @@ status multiply_swept(const held_lines<T>& held,
     const status taken = blocks.take(rows, nnz, cols);
     if (taken != success) return scaled(taken);
   }
-  const bool two = nnz >= 2 * std::int64_t{widest_chunk<T>} * ring.size && nnz >= 4 * ring.size;
-  multiply_lines_in_rings(held, layout, found, ring, two, o, store.get());
+  multiply(store.get());
   return success;
+}
+
+// Whether columns of a dense matrix meet in the same few sets of a cache.
+template <class T>
+bool columns_meet(std::int32_t ld) {
+  constexpr std::int64_t one_way = 4096;
+  return std::int64_t{ld} * std::int64_t{sizeof(T)} % one_way == 0;
+}
+
+// Whether a product, column-major, goes by diagonals, by cases measured: where those of a lower
+// triangle are many or B and C stay in cache through several chunks, a ring takes less.
+template <class T>
+bool goes_by_diagonals(const held_lines<T>& held,
+                       const mm_operands<T>& o,
+                       held_diagonals& diagonals) {
+  constexpr std::int32_t few = 8;
+  if (!held.has_own() || held.ones == diagonal::unit || o.n < panel_group) return false;
+  if (columns_meet<T>(o.ldb) || columns_meet<T>(o.ldc)) return false;
+  const bool lower = held.which == taken::lower;
+  const bool single = o.n % panel_group != 0;
+  const bool at_hand = o.n >= 2 * mm_chunk<T> && stay_in_cache<T>(held.lines.rows, 2 * o.n);
+  if (lower && at_hand && !single) return false;
+  const triangle side = lower ? triangle::lower : triangle::upper;
+  return find_diagonals(held.lines, side, lower && !single ? few : held_diagonals::most, diagonals);
+}
+
+// False, and nothing done, where the copy would be too small for what is needed.
+template <class T>
+bool multiply_by_diagonals(const held_lines<T>& held,
+                           const held_diagonals& diagonals,
+                           const mm_operands<T>& o,
+                           status* result) {
+  const std::int32_t rows = held.lines.rows;
+  line_survey found{true};
+  found.on_diagonal = rows;
+  found.off_diagonal = std::int64_t{csr_entries(held.lines)} - rows;
+  const std::int32_t nnz = held_entries(held, found);
+  if (nnz < turned_values<T>::elements(diagonals, rows) || nnz < 2 * std::int64_t{rows}) {
+    return false;
+  }
+  copy_room<T> room;
+  *result = room.take(held, found, nnz);
+  if (*result != success) return true;
+  *result = multiply_swept(held, dense_layout::column_major, o, nnz, [&](T* /*store*/) {
+    auto* const words = reinterpret_cast<std::uint32_t*>(room.copy->indices);
+    const row_words of_rows{words, words + rows};
+    tell_rows(diagonals, held.lines, of_rows);
+    const triangle side = held.which == taken::lower ? triangle::lower : triangle::upper;
+    turned_columns<T>(diagonals, held.lines, side, o, of_rows, room.copy->values).multiply();
+  });
+  return true;
 }
 
 // Whether a ring is worth it, by cases measured. The copy costs once, and by entry. A ring costs by
@@ -134,6 +185,14 @@ bool multiply_held_lines(const held_lines<T>& held,
   if (budget > 1 && (!in_rows || is_complex<T> || !held.has_own())) return false;
   // Without entries there may be no indices to look at.
   if (held.which == taken::all && csr_entries(held.lines) < 1) return false;
+  if constexpr (!is_complex<T>) {
+    held_diagonals diagonals;
+    if (!in_rows && budget == 1 && held.which != taken::all &&
+        goes_by_diagonals(held, o, diagonals) &&
+        multiply_by_diagonals(held, diagonals, o, result)) {
+      return true;
+    }
+  }
   const line_survey found = survey(held);
   if (!found.ascending && (held.which != taken::all || !in_rows)) return false;
   const std::int32_t nnz = held_entries(held, found);
@@ -161,7 +220,10 @@ bool multiply_held_lines(const held_lines<T>& held,
   *result = room.take(held, found, nnz);
   if (*result != success) return true;
   const ring_room<T> ring{room.copy->values, room.copy->indices, size};
-  *result = multiply_swept(held, layout, reached, ring, o, nnz);
+  const bool two = nnz >= 2 * std::int64_t{widest_chunk<T>} * size && nnz >= 4 * size;
+  *result = multiply_swept(held, layout, o, nnz, [&](T* store) {
+    multiply_lines_in_rings(held, layout, reached, ring, two, o, store);
+  });
   return true;
 }
 

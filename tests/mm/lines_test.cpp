@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <set>
 #include <vector>
 
 namespace nevrad_test {
@@ -263,6 +264,82 @@ TYPED_TEST(mm_lines, give_the_bits_of_rows_for_lines_of_one_shape) {
       const panel<T> want = run(in_columns ? "G00F" : "G00C", 0, general, alpha, b, beta, before);
       const panel<T> c = run(each.code, 0, a, alpha, b, beta, before);
       EXPECT_SAME_ARRAYS(c.elements(), want.elements());
+    }
+  }
+}
+
+// Triangles of grids of up to three dimensions, whose entries lie on few diagonals. The diagonals
+// that join the ends of a grid that wraps around are met late. Some lines are odd.
+TYPED_TEST(mm_lines, give_the_bits_of_rows_for_grids) {
+  using T = TypeParam;
+  struct grid_case {
+    const char* code;
+    compression kind;
+    std::vector<int> sides;
+    bool corners;  // couple as well
+    bool wraps;
+    std::vector<int> columns;
+  };
+  const grid_case cases[] = {
+      {"SLNF", by_rows, {9, 8, 10}, false, false, {4, 11}},
+      {"SUNF", by_rows, {9, 8, 10}, true, false, {5, 16}},
+      {"SUNF", by_columns, {23, 7}, false, true, {4, 9}},
+      {"SLNF", by_rows, {11, 12, 5}, true, false, {7}},
+      {"HLNF", by_rows, {50, 5}, true, true, {8, 10}},
+      {"SLNF", by_rows, {700}, false, false, {12}},
+      // Several column blocks; the last step leads to another one.
+      {"SLNF", by_rows, {22, 20, 14}, false, false, {8, 9}},
+      {"SUNF", by_rows, {20, 18, 16}, true, false, {12}},
+      {"SLNF", by_rows, {75, 75, 2}, false, true, {4, 3 + 4}},
+  };
+  generator random(6);
+  for (const grid_case& each : cases) {
+    int rows = 1;
+    for (const int side : each.sides) rows *= side;
+    const bool lower = (each.code[1] == 'L') == (each.kind == by_rows);
+    for (const bool odd : {false, true}) {
+      if (odd && is_complex<T>) continue;
+      lines<T> source(at(rows));
+      for (int i = 0; i < rows; ++i) {
+        std::set<int> others;
+        for (int to = 0; to < 27; ++to) {
+          int other = 0;
+          int stride = 1;
+          int apart = 0;
+          bool there = true;
+          int way = to;
+          int left = i;
+          for (const int side : each.sides) {
+            const int step = way % 3 - 1;
+            const int place = left % side + step;
+            there &= each.wraps || (place >= 0 && place < side);
+            other += (place + side) % side * stride;
+            apart += std::abs(step);
+            stride *= side;
+            left /= side;
+            way /= 3;
+          }
+          constexpr int no_step[] = {0, 1, 4, 13};  // in the ways that are left
+          if (!there || way != no_step[3 - each.sides.size()]) continue;
+          if (apart > 1 && !each.corners) continue;
+          if (other != i && ((other < i) != lower || (odd && i % 97 == 5))) continue;
+          others.insert(other);
+        }
+        for (const int other : others) source[at(i)].emplace_back(other, random.value<T>());
+      }
+      const auto a = compress<T>(source, rows, each.kind, 1);
+      const auto general = expanded(a, each.code, 0);
+      for (const int n : each.columns) {
+        const auto b = panel<T>::random(random, rows, n, layout::column_major, 1);
+        const auto before = panel<T>::random(random, rows, n, layout::column_major, 2);
+        const T alpha = random.value<T>();
+        const T beta = random.value<T>();
+        const budget_scope scope(1);
+        SCOPED_TRACE(testing::Message() << each.code << ", " << rows << " rows, n " << n
+                                        << (odd ? ", odd lines" : ""));
+        EXPECT_SAME_ARRAYS(run(each.code, 0, a, alpha, b, beta, before).elements(),
+                           run("G00F", 0, general, alpha, b, beta, before).elements());
+      }
     }
   }
 }

@@ -1,0 +1,563 @@
+// C := alpha * A * B + beta * C in the rounding of the sweeps, column-major and real, straight from
+// a triangle of a symmetric A that lies on few diagonals (see held_diagonals.h).
+//
+// Neighbouring rows as lanes: B and C are read where they lie, and nothing is packed.
+#pragma once
+
+#include "arith/tile.h"
+#include "mm/held_diagonals.h"
+#include "mm/operands.h"
+#include "mm/panels.h"
+#include "mm/row_parts.h"
+
+namespace nevrad {
+
+// Rows that go side by side as lanes: a half of a cache line of a column.
+template <class T>
+inline constexpr int rows_in_lanes = static_cast<int>(cache_line / 2 / sizeof(T));
+
+// Which diagonals each row has entries on: of those of its own line, and of their images.
+struct row_words {
+  std::uint32_t* own;
+  std::uint32_t* image;
+};
+
+template <class T>
+void tell_rows(const held_diagonals& diagonals,
+               const compressed_matrix<T>& a,
+               const row_words& words) {
+  constexpr std::int32_t at_once = 1024;
+  const row_words of = words;
+  visit_words(diagonals, a, [&](std::int32_t i, int count, std::uint32_t word) {
+    for (int k = 0; k < count; ++k) of.own[i + k] = word;
+  });
+  for (std::int32_t r = 0; r < a.rows; r += at_once) {
+    const std::int32_t stop = r + std::min(at_once, a.rows - r);
+    std::fill(of.image + r, of.image + stop, 0U);
+    for (int k = 0; k < diagonals.count; ++k) {
+      const std::int32_t place = diagonals.place[k];
+      if (place == 0) continue;
+      const std::uint32_t bit = std::uint32_t{1} << k;
+      // Row i gets the entry of line i - place.
+      const std::int32_t first = std::max(r, place);
+      const std::int32_t last = std::min(stop, a.rows + std::min(place, 0));
+      for (std::int32_t i = first; i < last; ++i) of.image[i] |= of.own[i - place] & bit;
+    }
+  }
+}
+
+// The values of a triangle by diagonals, in a ring of lines.
+template <class T>
+class turned_values {
+ public:
+  // Lines that are turned over at once, and that a ring holds besides those within reach.
+  static constexpr std::int32_t lines_at_once = 64;
+
+  static std::int64_t ring_lines(const held_diagonals& diagonals, std::int32_t rows) {
+    const std::int64_t wanted = std::int64_t{diagonals.reach()} + 3 * lines_at_once;
+    return (std::min<std::int64_t>(wanted, rows) + lines_at_once - 1) / lines_at_once *
+           lines_at_once;
+  }
+  // From one diagonal to the next: the first lines stand behind the last ones once more.
+  static std::int64_t step(std::int64_t ring) { return (ring + over) | 8; }
+  static std::int64_t elements(const held_diagonals& diagonals, std::int32_t rows) {
+    return step(ring_lines(diagonals, rows)) * diagonals.count;
+  }
+
+  turned_values(const held_diagonals& diagonals,
+                const compressed_matrix<T>& a,
+                const std::uint32_t* words,
+                T* room)
+      : a_(a),
+        words_(words),
+        all_(diagonals.all()),
+        count_(diagonals.count),
+        room_(room),
+        ring_(ring_lines(diagonals, a.rows)),
+        step_(step(ring_)) {}
+
+  std::int64_t ring() const { return ring_; }
+  // Values of diagonal k from a line on, with those of lines up to the next multiple of ring()
+  // behind it, and few more.
+  const T* at(int k, std::int64_t line) const { return room_ + k * step_ + line % ring_; }
+
+  // Turns over all lines in front of line `stop`.
+  void turn_to(std::int64_t stop) {
+    stop = std::min<std::int64_t>(stop, a_.rows);
+    while (turned_ < stop) {
+      turn(turned_, std::min(turned_ + lines_at_once, a_.rows));
+    }
+  }
+
+ private:
+  static constexpr std::int64_t over = 8;
+
+  void turn(std::int32_t line, std::int32_t stop) {
+    const std::int64_t slot = line % ring_;
+    T* const to = room_ + slot;
+    const T* const values = a_.values - a_.base;
+    std::int32_t i = line;
+    for (; i + lines_a_block <= stop; i += lines_a_block) {
+      const std::uint32_t* const w = words_ + i;
+      if (w[0] == w[1] && w[0] == w[2] && w[0] == w[3]) {
+        turn_block(values + a_.begin[i], w[0], to + (i - line));
+      } else {
+        for (int k = 0; k < lines_a_block; ++k) {
+          turn_line(values + a_.begin[i + k], w[k], to + (i + k - line));
+        }
+      }
+    }
+    for (; i < stop; ++i) turn_line(values + a_.begin[i], words_[i], to + (i - line));
+    if (slot == 0) {
+      for (int k = 0; k < count_; ++k) {
+        T* const first = room_ + k * step_;
+        for (int e = 0; e < over; ++e) first[ring_ + e] = first[e];
+      }
+    }
+    turned_ = stop;
+  }
+  void turn_line(const T* values, std::uint32_t word, T* to) const {
+    for (; word != 0; word &= word - 1) to[std::countr_zero(word) * step_] = *values++;
+  }
+  void turn_block(const T* values, std::uint32_t word, T* to) const {
+    const std::int64_t step = step_;
+    const std::int64_t length = std::popcount(word);
+    const auto take = [&](const T* from) {
+      const tile<T> t = transpose(load_tile(from, length));
+      for (int e = 0; e < tile_size; ++e) {
+        store(to + std::countr_zero(word) * step, t.line[e]);
+        word &= word - 1;
+      }
+    };
+    std::int64_t left = length;
+    for (; left >= tile_size; left -= tile_size, values += tile_size) take(values);
+    for (; left > 0; --left, ++values, word &= word - 1) {
+      T* const at = to + std::countr_zero(word) * step;
+      for (int r = 0; r < lines_a_block; ++r) at[r] = values[r * length];
+    }
+  }
+
+  compressed_matrix<T> a_;
+  const std::uint32_t* words_;
+  std::uint32_t all_;
+  int count_;
+  T* room_;
+  std::int64_t ring_;
+  std::int64_t step_;
+  std::int32_t turned_ = 0;
+};
+
+// What rows take their entries from, in ascending order.
+struct turned_sources {
+  static constexpr int most = 2 * held_diagonals::most;
+  int count = 0;
+  int diagonal[most];
+  bool own[most];            // or the image of another line's
+  std::int64_t place[most];  // from a row to that of B
+
+  turned_sources(const held_diagonals& diagonals, triangle side) {
+    const auto add_own = [&] {
+      for (int k = 0; k < diagonals.count; ++k) add(k, true, diagonals.place[k]);
+    };
+    if (side == triangle::lower) add_own();
+    for (int k = diagonals.count - 1; k >= 0; --k) {
+      if (diagonals.place[k] != 0) add(k, false, -std::int64_t{diagonals.place[k]});
+    }
+    if (side == triangle::upper) add_own();
+  }
+
+ private:
+  void add(int k, bool of_line, std::int64_t at) {
+    diagonal[count] = k;
+    own[count] = of_line;
+    place[count++] = at;
+  }
+};
+
+// Columns of a product.
+template <class T>
+class turned_columns {
+ public:
+  turned_columns(const held_diagonals& diagonals,
+                 const compressed_matrix<T>& a,
+                 triangle side,
+                 const mm_operands<T>& o,
+                 const row_words& words,
+                 T* room)
+      : diagonals_(diagonals),
+        sources_(diagonals, side),
+        side_(side),
+        a_(a),
+        o_(o),
+        words_(words),
+        room_(room),
+        bounds_(a.cols),
+        rows_(a.rows) {
+    all_own_ = diagonals.all();
+    all_images_ =
+        all_own_ & ~(std::uint32_t{1} << (side == triangle::lower ? diagonals.count - 1 : 0));
+  }
+
+  // All columns: those behind the last four in the rounding of single ones.
+  void multiply() const {
+    constexpr std::int64_t at_hand = std::int64_t{1} << 19;
+    const std::int64_t met = std::int64_t{sizeof(T)} * 2 * 8 * diagonals_.reach();
+    const auto most = static_cast<std::int32_t>(std::clamp<std::int64_t>(at_hand / met, 1, 4));
+    std::int32_t j = 0;
+    while (o_.n - j >= 8) {
+      const std::int32_t groups = std::min((o_.n - j) / 8, most);
+      multiply_groups<8, false>(j, groups);
+      j += 8 * groups;
+    }
+    if (o_.n - j >= 4) {
+      multiply_groups<4, false>(j, 1);
+      j += 4;
+    }
+    switch (o_.n - j) {
+      case 1:
+        return multiply_groups<1, true>(j, 1);
+      case 2:
+        return multiply_groups<2, true>(j, 1);
+      case 3:
+        return multiply_groups<3, true>(j, 1);
+      default:
+        return;
+    }
+  }
+
+ private:
+  static constexpr int L = rows_in_lanes<T>;
+  using some = lanes<T, L>;
+
+  struct source {
+    const T* values;     // those of row i at values[i]
+    std::int64_t place;  // from a row to that of B
+  };
+  // Columns that go side by side where entries are lacking, as AArch64 has registers for.
+  template <int G>
+  static constexpr int some_at_once = fixed_hints ? std::min(G, 4) : G;
+
+  // Sources from `first` on, which are of one part of the rows.
+  struct segment {
+    int first;
+    int stop;
+    std::int32_t part;
+  };
+  // How rows find their sources. It holds for rows from `i` on as long as they are in front of
+  // `until`.
+  struct plan {
+    std::int64_t until = 0;
+    bool whole = false;  // no source is of two parts
+    int segments = 0;
+    source from[turned_sources::most];
+    segment part[turned_sources::most];
+  };
+
+  void make_plan(const turned_values<T>& values, std::int32_t i, plan& p) const {
+    const std::int64_t ring = values.ring();
+    std::int64_t until = std::int64_t{rows_} - L + 1;
+    p.whole = true;
+    p.segments = 0;
+    for (int s = 0; s < sources_.count; ++s) {
+      const std::int64_t place = sources_.place[s];
+      const auto column =
+          static_cast<std::int32_t>(std::clamp<std::int64_t>(i + place, 0, rows_ - 1));
+      const std::int32_t stop = bounds_.stop_of(column);
+      const std::int32_t part = bounds_.block_of(column);
+      if (stop < rows_) {
+        p.whole &= i + place + L <= stop;
+        until = std::min(until, stop - place - L + 1);
+      }
+      if (i + place < 0) until = std::min(until, -place);
+      const std::int64_t line = sources_.own[s] ? i : column;
+      until = std::min(until, i + ring - line % ring);
+      p.from[s] = {values.at(sources_.diagonal[s], line) - i, place};
+      if (s == 0 || p.part[p.segments - 1].part != part) p.part[p.segments++] = {s, s, part};
+      p.part[p.segments - 1].stop = s + 1;
+    }
+    p.until = p.whole ? until : std::int64_t{i} + 1;
+  }
+
+  template <int G, bool Single>
+  [[gnu::noinline]] void multiply_groups(std::int32_t j, std::int32_t groups) const {
+    const auto for_groups = [&](const auto& take) NEVRAD_INLINED {
+      for (std::int32_t g = 0; g < groups; ++g) {
+        take(line_at(o_.b, j + g * G, o_.ldb), line_at(o_.c, j + g * G, o_.ldc));
+      }
+    };
+    turned_values<T> values(diagonals_, a_, words_.own, room_);
+    const bool lower = side_ == triangle::lower;
+    const std::int64_t ahead = lower ? diagonals_.reach() : 0;
+    plan p;
+    some_sources found;
+    std::int32_t i = 0;
+    while (i < rows_) {
+      const std::int32_t stop = i + std::min(values.lines_at_once, rows_ - i);
+      values.turn_to(stop + ahead);
+      for (; i + L <= stop; i += L) {
+        if (i >= p.until) make_plan(values, i, p);
+        const std::uint32_t own = common(words_.own + i);
+        const std::uint32_t images = common(words_.image + i);
+        if (p.whole && own == all_own_ && images == all_images_) {
+          for_groups([&](const T* b, T* c) NEVRAD_INLINED { add_rows<G, Single>(p, i, b, c); });
+          continue;
+        }
+        if constexpr (!Single) {
+          if (p.whole && find_some(p, i, own, images, found)) {
+            for_groups([&](const T* b, T* c) {
+              for (int k = 0; k < G; k += some_at_once<G>) {
+                add_some<some_at_once<G>>(found, i, line_at(b, k, o_.ldb), line_at(c, k, o_.ldc));
+              }
+            });
+            continue;
+          }
+        }
+        for_groups([&](const T* b, T* c) {
+          for (int r = 0; r < L; ++r) add_row<G, Single>(values, i + r, b, c);
+        });
+      }
+      for (; i < stop; ++i) {
+        for_groups([&](const T* b, T* c) { add_row<G, Single>(values, i, b, c); });
+      }
+    }
+  }
+
+  static NEVRAD_INLINE std::uint32_t common(const std::uint32_t* words) {
+    std::uint32_t w = words[0];
+    for (int r = 1; r < L; ++r) w &= words[r];
+    return w;
+  }
+  static NEVRAD_INLINE std::uint32_t any(const std::uint32_t* words) {
+    std::uint32_t w = words[0];
+    for (int r = 1; r < L; ++r) w |= words[r];
+    return w;
+  }
+
+  // Rows that have all entries.
+  template <int G, bool Single>
+  NEVRAD_INLINE void add_rows(const plan& p, std::int32_t i, const T* b_at, T* c_at) const {
+    const T* const b = b_at + i;
+    T* const c = c_at + i;
+    if constexpr (!fixed_hints) {
+      for (int k = 0; k < G; ++k) {
+        const T* const lead = b + diagonals_.reach();
+        prefetch<cache::level1>(lead + k * std::int64_t{o_.ldb}, 8 * cache_line);
+        prefetch<cache::level1>(c + k * std::int64_t{o_.ldc}, 8 * cache_line);
+      }
+    }
+    if constexpr (Single) scale_rows<G>(c);
+    std::int32_t next = 0;  // the part behind the last one
+    for (int q = 0; q < p.segments; ++q) {
+      const segment of = p.part[q];
+      const source* const from = p.from + of.first;
+      const source* const stop = p.from + of.stop;
+      if (Single && of.part != next) pass_over<G>(c);
+      if (Single || q > 0) {
+        add_part<G, false>(from, stop, i, b, c, o_);
+      } else {
+        add_part<G, true>(from, stop, i, b, c, o_);
+      }
+      next = of.part + 1;
+    }
+    if (Single && next != bounds_.count()) pass_over<G>(c);
+  }
+
+  template <int G, bool First>
+  [[gnu::noinline]] static void add_part(const source* from,
+                                         const source* stop,
+                                         std::int64_t i,
+                                         const T* b,
+                                         T* c,
+                                         const mm_operands<T>& o) {
+    const std::int64_t ldb = o.ldb;
+    some sum[G];
+    for (int k = 0; k < G; ++k) sum[k] = zero_lanes<T, L>();
+#pragma clang loop unroll(disable)
+    for (; from < stop; ++from) {
+      const some v = load<L>(from->values + i);
+      const T* const x = b + from->place;
+#pragma clang loop unroll(full)
+      for (int k = 0; k < G; ++k) sum[k] = multiply_add(sum[k], v, load<L>(x + k * ldb));
+    }
+    const std::int64_t ldc = o.ldc;
+    const some alpha = broadcast<L>(to_lane(o.alpha));
+    const some beta = broadcast<L>(to_lane(o.beta));
+#pragma clang loop unroll(full)
+    for (int k = 0; k < G; ++k) {
+      T* const at = c + k * ldc;
+      some row = load<L>(at);
+      if (First) row = multiply_fused(row, beta);
+      store(at, multiply_add(row, sum[k], alpha));
+    }
+  }
+
+  template <int G>
+  void scale_rows(T* c) const {
+    for (int k = 0; k < G; ++k, c += o_.ldc) {
+      store(c, multiply_fused(load<L>(c), broadcast<L>(to_lane(o_.beta))));
+    }
+  }
+  // Single columns get a sum of zero for parts that hold nothing of a row, once for a run of them.
+  template <int G>
+  void pass_over(T* c) const {
+    const some alpha = broadcast<L>(to_lane(o_.alpha));
+    for (int k = 0; k < G; ++k, c += o_.ldc) {
+      store(c, multiply_add(load<L>(c), zero_lanes<T, L>(), alpha));
+    }
+  }
+
+  using word_lanes = lanes<std::int32_t, L>;
+  using masks =
+      typename detail::vector_of<std::conditional_t<sizeof(T) == 8, std::int64_t, std::int32_t>,
+                                 L>::type;
+
+  // What rows of which some lack entries meet.
+  struct some_sources {
+    struct met {
+      const T* values;
+      std::int64_t place;
+      bool all;  // rows meet it
+      masks has;
+    };
+    struct part {
+      int stop;
+      masks has;
+    };
+    int segments = 0;
+    met from[turned_sources::most];
+    part of[turned_sources::most];
+  };
+
+  // False, where rows of B would be read that are not there.
+  [[gnu::noinline]] bool find_some(const plan& p,
+                                   std::int32_t i,
+                                   std::uint32_t all_own,
+                                   std::uint32_t all_images,
+                                   some_sources& found) const {
+    const std::uint32_t any_own = any(words_.own + i);
+    const std::uint32_t any_images = any(words_.image + i);
+    const word_lanes own = load<L>(reinterpret_cast<const std::int32_t*>(words_.own + i));
+    const word_lanes images = load<L>(reinterpret_cast<const std::int32_t*>(words_.image + i));
+    int count = 0;
+    found.segments = 0;
+    for (int q = 0; q < p.segments; ++q) {
+      masks met{};
+      for (int s = p.part[q].first; s < p.part[q].stop; ++s) {
+        const int bit = sources_.diagonal[s];
+        const bool is_own = sources_.own[s];
+        if (((is_own ? any_own : any_images) >> bit & 1) == 0) continue;
+        const std::int64_t place = p.from[s].place;
+        if (i + place < 0 || i + place + L > rows_) return false;
+        const bool all = ((is_own ? all_own : all_images) >> bit & 1) != 0;
+        const masks has = mask_of(is_own ? own : images, bit);
+        met |= has;
+        found.from[count++] = {p.from[s].values + i, place, all, has};
+      }
+      if (__builtin_reduce_or(met) != 0) found.of[found.segments++] = {count, met};
+    }
+    return true;
+  }
+
+  template <int G>
+  [[gnu::noinline]] void add_some(const some_sources& found,
+                                  std::int32_t i,
+                                  const T* b_at,
+                                  T* c_at) const {
+    const T* const b = b_at + i;
+    T* const c = c_at + i;
+    const std::int64_t ldb = o_.ldb;
+    const std::int64_t ldc = o_.ldc;
+    const some alpha = broadcast<L>(to_lane(o_.alpha));
+    const some beta = broadcast<L>(to_lane(o_.beta));
+    int s = 0;
+    for (int q = 0; q < found.segments; ++q) {
+      some sum[G];
+      for (int k = 0; k < G; ++k) sum[k] = zero_lanes<T, L>();
+#pragma clang loop unroll(disable)
+      for (; s < found.of[q].stop; ++s) {
+        const auto& from = found.from[s];
+        const some v = load<L>(from.values);
+        const T* const x = b + from.place;
+        if (from.all) {
+#pragma clang loop unroll(full)
+          for (int k = 0; k < G; ++k) sum[k] = multiply_add(sum[k], v, load<L>(x + k * ldb));
+        } else {
+          const masks has = from.has;
+#pragma clang loop unroll(full)
+          for (int k = 0; k < G; ++k) {
+            const some more = multiply_add(sum[k], v, load<L>(x + k * ldb));
+            sum[k].v = has ? more.v : sum[k].v;
+          }
+        }
+      }
+      const masks has = found.of[q].has;
+      for (int k = 0; k < G; ++k) {
+        some row = load<L>(c + k * ldc);
+        if (q == 0) row = multiply_fused(row, beta);
+        const some more = multiply_add(row, sum[k], alpha);
+        store(c + k * ldc, some{has ? more.v : row.v});
+      }
+    }
+  }
+  static NEVRAD_INLINE masks mask_of(word_lanes words, int bit) {
+    const auto has = (words.v << (31 - bit)) >> 31;
+    return __builtin_convertvector(has, masks);
+  }
+
+  // Any row.
+  template <int G, bool Single>
+  [[gnu::noinline]] void add_row(const turned_values<T>& values,
+                                 std::int32_t i,
+                                 const T* b,
+                                 T* c_at) const {
+    T* const c = c_at + i;
+    const std::int64_t ldb = o_.ldb;
+    const std::int64_t ldc = o_.ldc;
+    T sum[G] = {};
+    T y[G];
+    for (int k = 0; k < G; ++k) y[k] = c[k * ldc] * o_.beta;
+    std::int32_t next = 0;  // the part behind the last one
+    std::int64_t stop = 0;  // of the open part
+    const auto close = [&] {
+      for (int k = 0; k < G; ++k) {
+        y[k] = fma(sum[k], o_.alpha, y[k]);
+        sum[k] = T{};
+      }
+    };
+    const auto pass_over = [&](bool others) {
+      if (!Single || !others) return;
+      for (int k = 0; k < G; ++k) y[k] = fma(T{}, o_.alpha, y[k]);
+    };
+    for (int s = 0; s < sources_.count; ++s) {
+      const std::uint32_t word = sources_.own[s] ? words_.own[i] : words_.image[i];
+      if ((word >> sources_.diagonal[s] & 1) == 0) continue;
+      const auto column = static_cast<std::int32_t>(i + sources_.place[s]);
+      if (column >= stop) {
+        if (stop > 0) close();
+        const std::int32_t part = bounds_.block_of(column);
+        pass_over(part != next);
+        next = part + 1;
+        stop = bounds_.stop_of(column);
+      }
+      const T v = *values.at(sources_.diagonal[s], sources_.own[s] ? i : column);
+      for (int k = 0; k < G; ++k) sum[k] = fma(v, b[column + k * ldb], sum[k]);
+    }
+    close();
+    pass_over(next != bounds_.count());
+    for (int k = 0; k < G; ++k) c[k * ldc] = y[k];
+  }
+
+  held_diagonals diagonals_;
+  turned_sources sources_;
+  triangle side_;
+  compressed_matrix<T> a_;
+  mm_operands<T> o_;
+  row_words words_;
+  T* room_;
+  block_bounds bounds_;
+  std::int32_t rows_;
+  std::uint32_t all_own_;
+  std::uint32_t all_images_;
+};
+
+}  // namespace nevrad
