@@ -121,14 +121,28 @@ NEVRAD_INLINE run_lines<T> beyond_diagonal(run_lines<T> l, std::int64_t i) {
   return l;
 }
 
-// Where no hint is fixed, the whole next block is fetched, evenly over the sums of this one: lines
-// of a block are read side by side, and none alone is a stream for long.
+// Where no hint is fixed: asks for sixteen of the entries to come, from `k` behind those of a
+// block. Over a block for as many as it holds, not one line of memory less: its lines are read side
+// by side, and none alone is a stream for long.
 template <class T>
-NEVRAD_INLINE void fetch_next_runs(const T* values, const std::int32_t* indices, std::int64_t j) {
+NEVRAD_INLINE void fetch_behind_block(const T* values,
+                                      const std::int32_t* indices,
+                                      std::int64_t k) {
   if constexpr (!fixed_hints) {
-    prefetch<cache::level1>(values + lines_a_block * j, 0);
-    if constexpr (sizeof(T) == 8) prefetch<cache::level1>(values + lines_a_block * j, 64);
-    prefetch<cache::level1>(indices + lines_a_block * j, 0);
+    prefetch<cache::level2>(values + k, stream_values_ahead);
+    if constexpr (sizeof(T) == 8) prefetch<cache::level2>(values + k, stream_values_ahead + 64);
+    prefetch<cache::level2>(indices + k, stream_indices_ahead);
+  }
+}
+
+// The last of them, once `from` have been asked for.
+template <class T>
+NEVRAD_INLINE void fetch_rest_behind_block(const T* values,
+                                           const std::int32_t* indices,
+                                           std::int64_t from,
+                                           std::int64_t to) {
+  if constexpr (!fixed_hints) {
+    for (std::int64_t k = from; k < to; k += 16) fetch_behind_block(values, indices, k);
   }
 }
 
@@ -145,7 +159,7 @@ template <origin From, class T>
                                                 const std::int32_t* indices_behind,
                                                 lanes<T, 4> sums) {
   for (std::int64_t j = 0; j < count; j += 4) {
-    fetch_next_runs(values_behind, indices_behind, j);
+    fetch_behind_block(values_behind, indices_behind, lines_a_block * j);
     hint_trip<From>(a0 + j);
     hint_trip<From>(a1 + j);
     hint_trip<From>(a2 + j);
@@ -191,6 +205,8 @@ NEVRAD_INLINE lanes<T, 4> run_sums(const run_lines<T>& l, const T* x, lanes<T, 4
   sums = run_sums_in_fours<From>(l.values[0] + first, l.values[1] + first, l.values[2] + first,
                                  l.values[3] + first, x + first, fours, l.values_behind,
                                  l.indices_behind, sums);
+  fetch_rest_behind_block(l.values_behind, l.indices_behind, lines_a_block * fours,
+                          lines_a_block * (l.last[0] - l.first[0]));
   const std::int64_t j = first + fours;
   for (int r = 0; r < lines_a_block; ++r) {
     T sum = sums.v[r];
