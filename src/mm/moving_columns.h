@@ -213,8 +213,10 @@ class moving_columns {
  private:
   // Of values. Where several groups of columns pass over a segment it is large, as neighbouring
   // lines of a grid meet the same elements of B: one group's are in level 1, those of all are not.
+  // Else it leaves level 1 to B and C.
   static constexpr std::int32_t room = 8192;
-  static constexpr std::int32_t few_blocks = 32;
+  static constexpr std::int32_t little_room = 512;
+  static constexpr std::int32_t few_blocks = 16;
   static constexpr std::int32_t few_columns = 16;
   static constexpr std::int32_t most_pieces = 64;
 
@@ -271,7 +273,7 @@ class moving_columns {
 
   std::int32_t most_filled() const {
     const std::int32_t block = lines_a_block * shape_.length;
-    return o_.n < few_columns ? std::min(few_blocks * block, room) - block : room - block;
+    return (o_.n < few_columns ? std::min(few_blocks * block, little_room) : room) - block;
   }
 
   bool may_be_learnt(std::int32_t i, std::int32_t hi) const {
