@@ -1,4 +1,5 @@
-#include "mv/column_walk.h"
+#include "frame/dispatched_runs.h"
+#include "mv/column_blocks.h"
 #include "mv/symmetric.h"
 #include "mv/symmetric_lines.h"
 #include "mv/thread_vectors.h"
@@ -8,49 +9,67 @@ namespace nevrad {
 
 namespace {
 
-// Adds the diagonal term of column c to v and returns what lies on the kept side of it. A diagonal
-// of ones was added to y beforehand, so that a stored one is dropped here.
-template <sym_mode Mode, diagonal Ones, class T>
-NEVRAD_INLINE column_segment
-diag_step(const compressed_view<T>& a, std::int32_t c, const T* x, T* v, T alpha) {
-  constexpr bool upper = side_of(Mode) == triangle::upper;
-  const column_segment column = column_at(a, c);
-  const std::int32_t target = c + a.base;
-  std::int64_t p = find_not_below<side_of(Mode)>(a.indices, column, target);
-  const bool found = p < column.last && a.indices[p] == target;
-  if constexpr (Ones == diagonal::stored) {
-    if (found) {
-      const T element = conj_if<terms_of(Mode).diagonal>(a.values[p]);
-      v[c] = multiply_add(v[c], multiply_fused(element, alpha), x[c]);
-    }
-  } else if constexpr (upper) {
-    if (p > column.first && a.indices[p - 1] == target) --p;
-  }
-  if constexpr (upper) return {column.first, p};
-  return {found ? p + 1 : p, column.last};
-}
-
 // v_c += alpha (a_c . x), v += alpha x_c a_c over the kept side of column c: mirrored terms in a
-// first sweep, gathered ones in a second.
+// first sweep, gathered ones in a second. The diagonal comes ahead of both; ones were added to y
+// beforehand.
 template <sym_mode Mode, diagonal Ones, class T>
 void sym_mv_column(const compressed_view<T>& a, std::int32_t c, const T* x, T* v, T alpha) {
-  const column_segment segment = diag_step<Mode, Ones>(a, c, x, v, alpha);
+  const auto [segment, on_diagonal] = kept_of_column<side_of(Mode), Ones>(a, c);
+  if (on_diagonal != nullptr) {
+    const T element = conj_if<terms_of(Mode).diagonal>(*on_diagonal);
+    v[c] = multiply_add(v[c], multiply_fused(element, alpha), x[c]);
+  }
   if (segment.empty()) return;
   scatter_segment<terms_of(Mode).mirror>(a, segment, v, multiply_fused(x[c], alpha));
   v[c] = multiply_add(v[c], alpha, gather_segment<terms_of(Mode).gather>(a, segment, x));
 }
 
+// Columns first to last - 1, for one thread after the other range.
+template <sym_mode Mode, diagonal Ones, class T>
+class column_worker {
+ public:
+  column_worker(const compressed_view<T>& a, const T* x, T* v, const T& alpha)
+      : a_(a), x_(x), v_(v), alpha_(alpha) {}
+
+  void operator()(std::int32_t first, std::int32_t last) {
+    const auto one_column = [&](std::int32_t c) {
+      sym_mv_column<Mode, Ones>(a_, c, x_, v_, alpha_);
+    };
+    if constexpr (is_complex<T>) {
+      for (std::int32_t c = first; c < last; ++c) one_column(c);
+    } else {
+      sym_mv_columns_in_blocks<Mode, Ones>(a_, first, last, x_, v_, alpha_, shape_, one_column);
+    }
+  }
+
+ private:
+  const compressed_view<T>& a_;
+  const T* x_;
+  T* v_;
+  const T& alpha_;
+  moving_shape shape_;
+};
+
 // Columns are handed out in ascending order, but in a Hermitian lower triangle from the last down.
-template <sym_mode Mode, class Body>
-void for_each_column_on_team(int budget, std::int32_t columns, const Body& body) {
+template <sym_mode Mode, diagonal Ones, class T>
+void for_each_column_on_team(int budget,
+                             const compressed_view<T>& a,
+                             const T* x,
+                             const thread_vectors<T>& vectors,
+                             const T& alpha) {
+  const auto worker = [&](int thread) {
+    return column_worker<Mode, Ones, T>(a, x, vectors[thread], alpha);
+  };
   if constexpr (side_of(Mode) == triangle::upper) {
-    for_each_dispatched_on_team<dispatch::guided, 1>(budget, columns, body);
+    for_each_dispatched_run_on_team<dispatch::guided, 1>(budget, a.rows, worker);
   } else if constexpr (!is_hermitian(Mode)) {
-    for_each_dispatched_on_team<dispatch::dynamic, 8>(budget, columns, body);
+    for_each_dispatched_run_on_team<dispatch::dynamic, 8>(budget, a.rows, worker);
   } else {
-    for_each_dispatched_on_team<dispatch::guided, 1>(budget, columns,
+    for_each_dispatched_on_team<dispatch::guided, 1>(budget, a.rows,
                                                      [&](int thread, std::int32_t i) {
-                                                       body(thread, columns - 1 - i);
+                                                       sym_mv_column<Mode, Ones>(a, a.rows - 1 - i,
+                                                                                 x, vectors[thread],
+                                                                                 alpha);
                                                      });
   }
 }
@@ -64,9 +83,7 @@ status sym_mv_columns_driver(const compressed_view<T>& a, const T* x, T* y, T al
   prepare_y_on_team<Ones>(budget, rows, x, y, alpha, beta);
   const thread_vectors<T> vectors = thread_vectors_alloc<T>(budget, rows);
   if (!vectors) return alloc_failed;
-  for_each_column_on_team<Mode>(budget, rows, [&](int thread, std::int32_t c) {
-    sym_mv_column<Mode, Ones>(a, c, x, vectors[thread], alpha);
-  });
+  for_each_column_on_team<Mode, Ones>(budget, a, x, vectors, alpha);
   add_thread_vectors(budget, rows, y, vectors);
   return success;
 }

@@ -174,7 +174,7 @@ void open_gap(matrix<T>& a, int line) {
 }
 
 TYPED_TEST(mv_tables, take_lines_of_one_shape_in_the_documented_order) {
-  std::vector<int> band(20);
+  std::vector<int> band(23);
   std::iota(band.begin(), band.end(), 1);
   generator random(3);
   for_each_kernel<TypeParam>([&](auto kernel, mv_call call) {
