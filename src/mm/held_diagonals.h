@@ -144,15 +144,31 @@ std::int32_t visit_words(const held_diagonals& known,
   return i;
 }
 
+// Whether line i + 1 is line i moved on by one place.
+template <class T>
+bool next_moves_on(const compressed_matrix<T>& a, std::int32_t i) {
+  const std::int64_t first = a.begin[i] - a.base;
+  const std::int64_t second = a.begin[i + 1] - a.base;
+  const std::int64_t length = a.end[i] - a.begin[i];
+  if (a.end[i + 1] - a.begin[i + 1] != length) return false;
+  for (std::int64_t k = 0; k < length; ++k) {
+    if (a.indices[second + k] - 1 != a.indices[first + k]) return false;
+  }
+  return true;
+}
+
 // Finds the diagonals of a triangle that holds nothing else, ascending, and its own diagonal in all
-// lines. False where there are more than `most`, or where they are not worth it. Others than
-// triangles of grids and bands are told by some of their lines.
+// lines. False where there are more than `most`, or where the lines change their kind more often
+// than each `least_run` of them: rows that lack different entries than their neighbours take
+// several times as long. Others than triangles of grids and bands are told by some of their lines.
 template <class T>
 bool find_diagonals(const compressed_matrix<T>& a,
                     triangle side,
                     std::int32_t most,
+                    std::int32_t least_run,
                     held_diagonals& found) {
   constexpr std::int32_t samples = 32;
+  constexpr std::int32_t pairs = 3;  // of neighbouring lines, a sample
   const std::int32_t least = 4 * samples;
   const std::int64_t entries = csr_entries(a);
   if (a.rows < least || a.begin[0] != a.base || entries < a.rows) return false;
@@ -162,26 +178,33 @@ bool find_diagonals(const compressed_matrix<T>& a,
     }
     return true;
   };
+  std::int32_t alike = 0;
   for (std::int32_t s = 0; s < samples; ++s) {
-    const auto i = static_cast<std::int32_t>(std::int64_t{a.rows} * (2 * s + 1) / (2 * samples));
+    const auto i = static_cast<std::int32_t>(std::int64_t{a.rows - pairs} * s / samples);
     if (a.end[i] - a.begin[i] > most || !add_line(i)) return false;
+    for (std::int32_t k = 0; k < pairs; ++k) alike += next_moves_on(a, i + k) ? 1 : 0;
   }
+  if (found.count == 0 || 5 * alike < 4 * samples * pairs) return false;
   // Diagonals at the border of a grid that wraps around are met on the way.
   for (int again = 0; again < 4; ++again) {
     const bool lower = side == triangle::lower;
     const std::int32_t own = lower ? found.count - 1 : 0;
     if (found.place[own] != 0 || entries * 2 < std::int64_t{a.rows} * found.count) return false;
     std::uint32_t common = found.all();
+    std::uint32_t before = common;
+    std::int64_t changes = 0;
     std::int32_t end = a.begin[0];
     const std::int32_t stop =
         visit_words(found, a, [&](std::int32_t i, int count, std::uint32_t w) {
           common &= a.begin[i] == end ? w : 0;  // packed
           end = a.end[i + count - 1];
+          changes += w != before ? 1 : 0;
+          before = w;
         });
-    if ((common >> own & 1) == 0) return false;
+    if ((common >> own & 1) == 0 || changes * least_run > std::max(stop, least)) return false;
     if (stop == a.rows) return true;
-    const std::int32_t before = found.count;
-    if (!add_line(stop) || found.count == before) return false;
+    const std::int32_t known = found.count;
+    if (!add_line(stop) || found.count == known) return false;
   }
   return false;
 }

@@ -118,7 +118,10 @@ bool goes_by_diagonals(const held_lines<T>& held,
   const bool at_hand = o.n >= 2 * mm_chunk<T> && stay_in_cache<T>(held.lines.rows, 2 * o.n);
   if (lower && at_hand && !single) return false;
   const triangle side = lower ? triangle::lower : triangle::upper;
-  return find_diagonals(held.lines, side, lower && !single ? few : held_diagonals::most, diagonals);
+  const std::int32_t most = lower && !single ? few : held_diagonals::most;
+  // Single columns go row by row where neighbours differ.
+  const std::int32_t least_run = single ? 15 : 8;
+  return find_diagonals(held.lines, side, most, least_run, diagonals);
 }
 
 // False, and nothing done, where the copy would be too small for what is needed.
