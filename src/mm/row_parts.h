@@ -11,6 +11,7 @@
 #include "arith/panel_row.h"
 #include "mm/column_blocks.h"
 #include "mm/line_kernels.h"
+#include "mm/panels.h"
 
 #include <algorithm>
 
@@ -206,17 +207,24 @@ bool meets_distant_rows(const compressed_matrix<T>& a) {
 // Rows of a row-major B of which each row of A meets those next to what the row before it met: out
 // of cache, they and C are asked for some rows ahead.
 template <int W, class T>
-struct passing_rows : strided_rows<W, T> {};
+struct passing_rows : strided_rows<W, T> {
+  bool with_entries;  // ask for those as well
+};
 template <class T>
 bool pass_in_order(const compressed_matrix<T>& a, std::int32_t ldb) {
   return !fixed_hints && !stay_in_cache<T>(a.cols, ldb) && !meets_distant_rows(a);
 }
 
-// Calls body with the rows of W columns of B, `at` at the first, of the one kind or the other.
+// Calls body with the rows of W of n columns of B, `at` at the first, of the one kind or the other.
 template <int W, class T, class Body>
-NEVRAD_INLINE std::int32_t with_rows_of(const T* at, std::int64_t ld, bool pass, const Body& body) {
+NEVRAD_INLINE std::int32_t with_rows_of(const T* at,
+                                        std::int64_t ld,
+                                        std::int32_t n,
+                                        bool pass,
+                                        const Body& body) {
   if constexpr (!fixed_hints && sizeof(T) * W >= cache_line) {
-    if (pass) return body(passing_rows<W, T>{{at, ld}});
+    // Of many columns each chunk would ask again, for little of all that is moved.
+    if (pass) return body(passing_rows<W, T>{{at, ld}, n <= 2 * mm_chunk<T>});
   }
   return body(strided_rows<W, T>{at, ld});
 }
@@ -243,6 +251,31 @@ NEVRAD_INLINE void fetch_rows_behind(const passing_rows<W, T>& rows,
     prefetch<cache::level1>(rows.at + indices[p] * rows.ld, (on * rows.ld + j) * size);
     prefetch<cache::level1>(rows.at + indices[end - 1] * rows.ld, (on * rows.ld + j) * size);
     prefetch<cache::level1>(c, (on * ldc + j) * size);
+  }
+}
+
+// Asks for entries behind p to end - 1: next to the many streams of B hardware loses theirs.
+template <class T, class Rows>
+NEVRAD_INLINE void fetch_entries_behind(const Rows& /*rows*/,
+                                        const T* /*values*/,
+                                        const std::int32_t* /*indices*/,
+                                        std::int64_t /*p*/,
+                                        std::int64_t /*end*/) {}
+template <int W, class T>
+NEVRAD_INLINE void fetch_entries_behind(const passing_rows<W, T>& rows,
+                                        const T* values,
+                                        const std::int32_t* indices,
+                                        std::int64_t p,
+                                        std::int64_t end) {
+  constexpr int values_ahead = 2048;
+  constexpr int size = sizeof(T);
+  constexpr int in_line = cache_line / sizeof(std::int32_t);
+  if (!rows.with_entries) return;
+  for (; p < end; p += in_line) {
+    for (int at = 0; at < in_line * size; at += cache_line) {
+      prefetch<cache::level1>(values + p, values_ahead + at);
+    }
+    prefetch<cache::level1>(indices + p, values_ahead / size * int{sizeof(std::int32_t)});
   }
 }
 
@@ -359,6 +392,9 @@ NEVRAD_INLINE std::int32_t update_rows(const row_entries<T>& entries,
           if (!ascent.ascends()) break;
         }
         if (!is_one_part(a, bounds, p, middle) || !is_one_part(a, bounds, middle, end)) break;
+        fetch_rows_behind(rows, a.indices, p, middle, c, ldc);
+        fetch_rows_behind(rows, a.indices, middle, end, c + ldc, ldc);
+        fetch_entries_behind(rows, a.values, a.indices, p, end);
         const lanes_pair<T, W> sum = multiply_part_pair<W>(a, p, middle, end, rows);
         store(c, multiply_add(multiply_fused(load<W>(c), scale_c), sum.first, scale));
         store(c + ldc, multiply_add(multiply_fused(load<W>(c + ldc), scale_c), sum.second, scale));

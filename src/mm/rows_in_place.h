@@ -105,7 +105,7 @@ void multiply_rows_in_place(const rows_in_order<T>& source,
         const auto x = [=](std::int32_t index) { return to_element(of_b(index)); };
         return first + update_column<how()>(entries, bounds, x, c, o.ldc, o.alpha, o.beta);
       } else {
-        return with_rows_of<w()>(o.b + at, o.ldb, pass, [&](const auto& of_b) {
+        return with_rows_of<w()>(o.b + at, o.ldb, o.n, pass, [&](const auto& of_b) {
           return first + update_rows<w(), how()>(entries, bounds, of_b, c, o.ldc, o.alpha, o.beta);
         });
       }
@@ -166,6 +166,7 @@ std::int32_t direct_rows(const compressed_matrix<T>& a,
       if (!ascent.ascends()) break;
     }
     fetch_rows_behind(own.b, own.indices, p, stop, c, ldc);
+    fetch_entries_behind(own.b, own.values, own.indices, p, stop);
     own.finish(c, add_entries(own.start(c), own, p, stop));
     p = stop;
   }
@@ -192,6 +193,9 @@ std::int32_t direct_long_rows(const compressed_matrix<T>& a,
       ascent.look_at(own.indices, middle, stop);
       if (!ascent.ascends()) return row;
     }
+    fetch_rows_behind(own.b, own.indices, p, middle, c, ldc);
+    fetch_rows_behind(own.b, own.indices, middle, stop, c + ldc, ldc);
+    fetch_entries_behind(own.b, own.values, own.indices, p, stop);
     lanes<T, W> upper = own.start(c);
     lanes<T, W> lower = own.start(c + ldc);
     add_entries_in_step(upper, lower, own, p, middle, stop);
@@ -260,7 +264,7 @@ void mm_rows_direct(const rows_in_order<T>& source,
         const strided_rows<1, T> of_b{o.b + at, o.ldb};
         return direct_column<how()>(a, first, stop, of_b, c, o.ldc, o.alpha, o.beta);
       } else {
-        return with_rows_of<w()>(o.b + at, o.ldb, pass, [&](const auto& of_b) {
+        return with_rows_of<w()>(o.b + at, o.ldb, o.n, pass, [&](const auto& of_b) {
           const direct_chunk<w(), T, std::decay_t<decltype(of_b)>> chunk{a.values, a.indices, of_b,
                                                                          to_lane(o.alpha),
                                                                          to_lane(o.beta)};
