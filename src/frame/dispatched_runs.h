@@ -7,7 +7,7 @@ namespace nevrad {
 
 // for_each_dispatched_on_team for items that are best done several at once: make_worker(thread) is
 // called on each thread, and the worker(first, last) that it answers does items that the thread was
-// handed one after the other, some dozens at most.
+// handed one after the other, a few at most.
 template <dispatch Kind, int Chunk, class MakeWorker>
 void for_each_dispatched_run_on_team(int threads,
                                      std::int32_t count,
@@ -17,8 +17,9 @@ void for_each_dispatched_run_on_team(int threads,
     worker(0, count);
     return;
   }
-  // So few that what a thread has taken but not done yet leaves none of the others without work.
-  constexpr std::int32_t most = 32;
+  // So few that what a thread has taken but not done yet leaves none of the others without work,
+  // even where all that is heavy lies together.
+  constexpr std::int32_t most = 8;
   const std::int32_t share = count / (16 * threads);
   const std::int32_t together = share < Chunk ? Chunk : (share < most ? share : most);
 #pragma omp parallel num_threads(threads)

@@ -278,8 +278,47 @@ template <sym_mode Mode, class T>
   return c;
 }
 
+// When to look again, after looks in vain: each takes about as long as a column does.
+class look_ahead {
+ public:
+  bool is_due(std::int32_t c) const { return c >= next_; }
+  void found_some() { patience_ = 1; }
+  void found_little(std::int32_t c) {
+    constexpr std::int32_t most_patience = 256;
+    if (patience_ < most_patience) patience_ *= 2;
+    next_ = std::int64_t{c} + patience_;
+  }
+
+ private:
+  std::int64_t next_ = 0;
+  std::int32_t patience_ = 1;
+};
+
+// What is known of the columns so far, from one range to the next.
+struct column_shapes {
+  moving_shape shape;
+  look_ahead moving;
+  look_ahead runs;
+};
+
+// Whether columns from c on have a shape that is worth it, and is known now.
+template <sym_mode Mode, class T>
+bool learn_columns(const compressed_view<T>& a, std::int32_t c, moving_shape& shape) {
+  constexpr kept beyond = kept_on(opposite(side_of(Mode)), diagonal::unit);
+  constexpr std::int32_t pause = 2 * lines_a_block;
+  const std::int32_t patience = shape.patience;
+  if (learn_shape<beyond>(a, c, a.base, shape)) {
+    if (shape.run_count > 0) return true;
+    // On this side of the diagonal they hold nothing, and neither will those that follow.
+    shape.patience = patience;
+    shape.forget(c);
+  }
+  if (shape.next_look < c + pause) shape.next_look = std::int64_t{c} + pause;
+  return false;
+}
+
 // Columns first up to but excluding last, in order: one_column(c) does those that are not in
-// blocks. The shape is kept from one call to the next.
+// blocks.
 template <sym_mode Mode, diagonal Ones, class T, class OneColumn>
 NEVRAD_INLINE void sym_mv_columns_in_blocks(const compressed_view<T>& a,
                                             std::int32_t first,
@@ -287,25 +326,34 @@ NEVRAD_INLINE void sym_mv_columns_in_blocks(const compressed_view<T>& a,
                                             const T* x,
                                             T* v,
                                             const T& alpha,
-                                            moving_shape& shape,
+                                            column_shapes& known,
                                             const OneColumn& one_column) {
-  constexpr kept beyond = kept_on(opposite(side_of(Mode)), diagonal::unit);
+  moving_shape& shape = known.shape;
   const std::int32_t last_block = last - lines_a_block;
   for (std::int32_t c = first; c < last;) {
-    if (c <= last_block) {
-      if (shape.run_count > 0 && a.end[c] - a.begin[c] == shape.length) {
-        const std::int32_t from = c;
-        c = take_moving_columns<Mode>(shape, a, c, last_block, x, v, alpha, Ones);
-        if (c != from) continue;
+    if (c <= last_block && known.moving.is_due(c)) {
+      const std::int32_t from = c;
+      const bool has_length = shape.length > 0 && a.end[c] - a.begin[c] == shape.length;
+      if (has_length) c = take_moving_columns<Mode>(shape, a, c, last_block, x, v, alpha, Ones);
+      // The end of the range says nothing about the columns behind it.
+      if (c - from > lines_a_block || c > last_block) {
+        known.moving.found_some();
+      } else if (has_length) {
+        known.moving.found_little(c);
       }
-      if (may_be_run(a, c) && take_run_columns<Mode, Ones>(a, c, x, v, alpha)) {
+      if (c != from) continue;
+      if (may_be_learnt(shape, a, c, a.base) && learn_columns<Mode>(a, c, shape)) {
+        c = take_moving_columns<Mode>(shape, a, c, last_block, x, v, alpha, Ones);
+        continue;
+      }
+    }
+    if (c <= last_block && known.runs.is_due(c) && may_be_run(a, c)) {
+      if (take_run_columns<Mode, Ones>(a, c, x, v, alpha)) {
+        known.runs.found_some();
         c += lines_a_block;
         continue;
       }
-      if (may_be_learnt(shape, a, c, a.base) && learn_shape<beyond>(a, c, a.base, shape) &&
-          shape.run_count > 0) {
-        continue;
-      }
+      known.runs.found_little(c);
     }
     one_column(c);
     ++c;

@@ -38,7 +38,7 @@ class column_worker {
     if constexpr (is_complex<T>) {
       for (std::int32_t c = first; c < last; ++c) one_column(c);
     } else {
-      sym_mv_columns_in_blocks<Mode, Ones>(a_, first, last, x_, v_, alpha_, shape_, one_column);
+      sym_mv_columns_in_blocks<Mode, Ones>(a_, first, last, x_, v_, alpha_, known_, one_column);
     }
   }
 
@@ -47,7 +47,7 @@ class column_worker {
   const T* x_;
   T* v_;
   const T& alpha_;
-  moving_shape shape_;
+  column_shapes known_;
 };
 
 // Columns are handed out in ascending order, but in a Hermitian lower triangle from the last down.

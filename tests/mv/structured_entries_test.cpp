@@ -3,6 +3,9 @@
 #include "support/matrix.h"
 #include "support/threads.h"
 
+#include <sys/mman.h>
+#include <unistd.h>
+
 namespace nevrad_test {
 namespace {
 
@@ -96,6 +99,48 @@ TYPED_TEST(structured_entries, more_than_caches_hold) {
       ASSERT_EQ(widen(beyond[i]), widen(make<T>(sum_beyond[at(i)]))) << i;
     }
   }
+}
+
+// Columns without entries say nothing of the shape of the four before them, wherever they point to.
+// What lies in front of the indices cannot be read.
+TYPED_TEST(structured_entries, empty_columns_read_nothing) {
+  using T = TypeParam;
+  constexpr int order = 40;
+  constexpr int entries = 150 * order;  // that columns count as long
+  const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+  const std::size_t bytes = (entries * sizeof(int) + page - 1) / page * page;
+  void* const mapped = mmap(nullptr, page + bytes, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+  ASSERT_NE(mapped, MAP_FAILED);
+  int* const indices = reinterpret_cast<int*>(static_cast<char*>(mapped) + page);
+  ASSERT_EQ(mprotect(indices, bytes, PROT_READ | PROT_WRITE), 0);
+  const array<T> values(entries, make<T>(1));
+  const array<T> x(order, make<T>(1));
+  array<T> y(order);
+  array<int> begin(order);
+  array<int> end(order);
+  std::vector<int> want(order);
+  int p = 0;
+  for (int j = 0; j < 4; ++j) {
+    begin[j] = p;
+    for (const int below : {0, 1, 2, 4}) {
+      indices[p++] = j + below;
+      ++want[at(j + below)];
+      if (below > 0) ++want[at(j)];
+    }
+    end[j] = p;
+  }
+  begin[order - 1] = entries - 1;
+  end[order - 1] = entries;
+  indices[entries - 1] = order - 1;
+  ++want[order - 1];
+  for (const int budget : {1, 2}) {
+    const budget_scope threads(budget);
+    ASSERT_EQ(cscmv<T>(0, order, order, make<T>(1), "SLNC", values.data(), indices, begin.data(),
+                       end.data(), x.data(), make<T>(0), y.data()),
+              0);
+    for (int i = 0; i < order; ++i) ASSERT_EQ(widen(y[i]), widen(make<T>(want[at(i)]))) << i;
+  }
+  munmap(mapped, page + bytes);
 }
 
 }  // namespace
