@@ -294,6 +294,13 @@ class look_ahead {
   std::int32_t patience_ = 1;
 };
 
+// What is known of the columns so far, from one range to the next.
+struct column_shapes {
+  moving_shape shape;
+  look_ahead moving;
+  look_ahead runs;
+};
+
 // Whether columns from c on have a shape that is worth it, and is known now.
 template <sym_mode Mode, class T>
 bool learn_columns(const compressed_view<T>& a, std::int32_t c, moving_shape& shape) {
@@ -310,27 +317,29 @@ bool learn_columns(const compressed_view<T>& a, std::int32_t c, moving_shape& sh
   return false;
 }
 
-// All columns, in order: one_column(c) does those that are not in blocks.
+// Columns first up to but excluding last, in order: one_column(c) does those that are not in
+// blocks.
 template <sym_mode Mode, diagonal Ones, class T, class OneColumn>
 NEVRAD_INLINE void sym_mv_columns_in_blocks(const compressed_view<T>& a,
+                                            std::int32_t first,
+                                            std::int32_t last,
                                             const T* x,
                                             T* v,
                                             const T& alpha,
+                                            column_shapes& known,
                                             const OneColumn& one_column) {
-  moving_shape shape;
-  look_ahead moving;
-  look_ahead runs;
-  const std::int32_t last_block = a.rows - lines_a_block;
-  for (std::int32_t c = 0; c < a.rows;) {
-    if (c <= last_block && moving.is_due(c)) {
+  moving_shape& shape = known.shape;
+  const std::int32_t last_block = last - lines_a_block;
+  for (std::int32_t c = first; c < last;) {
+    if (c <= last_block && known.moving.is_due(c)) {
       const std::int32_t from = c;
       const bool has_length = shape.length > 0 && a.end[c] - a.begin[c] == shape.length;
       if (has_length) c = take_moving_columns<Mode>(shape, a, c, last_block, x, v, alpha, Ones);
-      // The last block says nothing: none follows it.
+      // The end of the range says nothing about the columns behind it.
       if (c - from > lines_a_block || c > last_block) {
-        moving.found_some();
+        known.moving.found_some();
       } else if (has_length) {
-        moving.found_little(c);
+        known.moving.found_little(c);
       }
       if (c != from) continue;
       if (may_be_learnt(shape, a, c, a.base) && learn_columns<Mode>(a, c, shape)) {
@@ -338,13 +347,13 @@ NEVRAD_INLINE void sym_mv_columns_in_blocks(const compressed_view<T>& a,
         continue;
       }
     }
-    if (c <= last_block && runs.is_due(c) && may_be_run(a, c)) {
+    if (c <= last_block && known.runs.is_due(c) && may_be_run(a, c)) {
       if (take_run_columns<Mode, Ones>(a, c, x, v, alpha)) {
-        runs.found_some();
+        known.runs.found_some();
         c += lines_a_block;
         continue;
       }
-      runs.found_little(c);
+      known.runs.found_little(c);
     }
     one_column(c);
     ++c;

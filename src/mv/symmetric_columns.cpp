@@ -1,4 +1,4 @@
-#include "frame/regions.h"
+#include "frame/dispatched_chunks.h"
 #include "mv/column_blocks.h"
 #include "mv/symmetric.h"
 #include "mv/symmetric_lines.h"
@@ -24,16 +24,31 @@ void sym_mv_column(const compressed_view<T>& a, std::int32_t c, const T* x, T* v
   v[c] = multiply_add(v[c], alpha, gather_segment<terms_of(Mode).gather>(a, segment, x));
 }
 
-// All columns in order, on one thread.
+// Columns first to last - 1, for one thread after the other range.
 template <sym_mode Mode, diagonal Ones, class T>
-void multiply_columns(const compressed_view<T>& a, const T* x, T* v, const T& alpha) {
-  const auto one_column = [&](std::int32_t c) { sym_mv_column<Mode, Ones>(a, c, x, v, alpha); };
-  if constexpr (is_complex<T>) {
-    for (std::int32_t c = 0; c < a.rows; ++c) one_column(c);
-  } else {
-    sym_mv_columns_in_blocks<Mode, Ones>(a, x, v, alpha, one_column);
+class column_worker {
+ public:
+  column_worker(const compressed_view<T>& a, const T* x, T* v, const T& alpha)
+      : a_(a), x_(x), v_(v), alpha_(alpha) {}
+
+  [[gnu::noinline]] void operator()(std::int32_t first, std::int32_t last) {
+    const auto one_column = [&](std::int32_t c) {
+      sym_mv_column<Mode, Ones>(a_, c, x_, v_, alpha_);
+    };
+    if constexpr (is_complex<T>) {
+      for (std::int32_t c = first; c < last; ++c) one_column(c);
+    } else {
+      sym_mv_columns_in_blocks<Mode, Ones>(a_, first, last, x_, v_, alpha_, known_, one_column);
+    }
   }
-}
+
+ private:
+  const compressed_view<T>& a_;
+  const T* x_;
+  T* v_;
+  const T& alpha_;
+  column_shapes known_;
+};
 
 // Columns are handed out in ascending order, but in a Hermitian lower triangle from the last down.
 template <sym_mode Mode, diagonal Ones, class T>
@@ -43,20 +58,21 @@ void for_each_column_on_team(int budget,
                              const thread_vectors<T>& vectors,
                              const T& alpha) {
   constexpr bool descending = side_of(Mode) == triangle::lower && is_hermitian(Mode);
-  if (budget < 2 && !descending) {
-    multiply_columns<Mode, Ones>(a, x, vectors[0], alpha);
-    return;
-  }
+  const auto worker = [&](int thread) {
+    return column_worker<Mode, Ones, T>(a, x, vectors[thread], alpha);
+  };
   const auto one_column = [&](int thread, std::int32_t c) {
     sym_mv_column<Mode, Ones>(a, c, x, vectors[thread], alpha);
   };
-  if constexpr (side_of(Mode) == triangle::upper) {
-    for_each_dispatched_on_team<dispatch::guided, 1>(budget, a.rows, one_column);
-  } else if constexpr (!descending) {
-    for_each_dispatched_on_team<dispatch::dynamic, 8>(budget, a.rows, one_column);
-  } else {
+  if constexpr (descending) {
     const auto from_last = [&](int thread, std::int32_t i) { one_column(thread, a.rows - 1 - i); };
     for_each_dispatched_on_team<dispatch::guided, 1>(budget, a.rows, from_last);
+  } else if (budget < 2) {
+    worker(0)(0, a.rows);
+  } else if constexpr (side_of(Mode) == triangle::upper) {
+    for_each_dispatched_on_team<dispatch::guided, 1>(budget, a.rows, one_column);
+  } else {
+    for_each_dispatched_chunk_on_team<8>(budget, a.rows, worker);
   }
 }
 

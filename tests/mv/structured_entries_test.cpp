@@ -101,6 +101,39 @@ TYPED_TEST(structured_entries, more_than_caches_hold) {
   }
 }
 
+// The columns of a grid, so many and so short that threads are handed some dozens at once. All sums
+// are exact.
+TYPED_TEST(structured_entries, teams_take_each_column_once) {
+  using T = TypeParam;
+  constexpr int order = 2467;
+  constexpr int distances[] = {0, 1, 6, 40};
+  lines<T> below(order);
+  lines<T> beyond(order);
+  std::vector<int> sums(order);
+  for (int j = 0; j < order; ++j) {
+    for (const int d : distances) {
+      const int i = j + d;
+      if (i >= order) continue;
+      below[at(j)].emplace_back(i, make<T>(1 + d % 3));
+      beyond[at(i)].emplace_back(j, make<T>(1 + d % 3));
+      sums[at(i)] += (1 + d % 3) * (j % 5 - 2);
+      if (d > 0) sums[at(j)] += (1 + d % 3) * (i % 5 - 2);
+    }
+  }
+  array<T> x(order);
+  for (int j = 0; j < order; ++j) x[j] = make<T>(j % 5 - 2);
+  const budget_scope threads(3);
+  for (const auto& row : nevrad::cscmv_table<T>) {
+    if ((row.code[0] != 'S' && row.code[0] != 'H') || row.code[2] != 'N') continue;
+    SCOPED_TRACE(row.code);
+    const auto& entries = row.code[1] == 'L' ? below : beyond;
+    const matrix<T> a = compress<T>(entries, order, compression::columns, row.one_based);
+    array<T> y(order);
+    row.kernels.at[0](a.view(), x.data(), y.data(), make<T>(1), make<T>(0));
+    for (int i = 0; i < order; ++i) ASSERT_EQ(widen(y[i]), widen(make<T>(sums[at(i)]))) << i;
+  }
+}
+
 // Columns without entries say nothing of the shape of the four before them, wherever they point to.
 // What lies in front of the indices cannot be read.
 TYPED_TEST(structured_entries, empty_columns_read_nothing) {
