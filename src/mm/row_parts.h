@@ -11,6 +11,7 @@
 #include "arith/panel_row.h"
 #include "mm/column_blocks.h"
 #include "mm/line_kernels.h"
+#include "mm/operands.h"
 #include "mm/panels.h"
 
 #include <algorithm>
@@ -33,6 +34,9 @@ class block_bounds {
   }
 
   std::int32_t count() const { return full_ + (full_end_ < cols_) + (middle_ < cols_); }
+  // How many are full, and the first column of the last of two others.
+  std::int32_t full() const { return full_; }
+  std::int32_t middle() const { return middle_; }
   std::int32_t block_of(std::int32_t column) const {
     return column < full_end_ ? column / mm_block_cols : full_ + (column >= middle_ ? 1 : 0);
   }
@@ -85,6 +89,25 @@ struct row_entries {
   }
 };
 
+// Rows of a row-major B that lie far apart: what later entries meet is asked for entry by entry, as
+// bursts would leave the memory idle in between.
+template <int W, class T>
+struct distant_rows : strided_rows<W, T> {
+  const std::int32_t* indices;  // of all entries
+  std::int64_t last;            // the last one of them
+};
+
+// Asks for what an entry some way behind position p meets.
+template <class Rows>
+NEVRAD_INLINE void ask_for_later(const Rows& /*rows*/, std::int64_t /*p*/) {}
+template <int W, class T>
+NEVRAD_INLINE void ask_for_later(const distant_rows<W, T>& rows, std::int64_t p) {
+  constexpr std::int64_t entries_ahead = 128;
+  constexpr std::int64_t line = cache_line / sizeof(T);
+  const T* const row = rows.at + rows.indices[std::min(p + entries_ahead, rows.last)] * rows.ld;
+  for (std::int64_t j = 0; j < W; j += line) prefetch<cache::level2>(row + j, 0);
+}
+
 // Two values by turns in R lanes, and the first or second of them in W lanes.
 template <int... I, class T>
 NEVRAD_INLINE lanes<T, sizeof...(I)> repeat_pair(lanes<T, 2> a, std::integer_sequence<int, I...>) {
@@ -100,6 +123,8 @@ NEVRAD_INLINE lanes<T, sizeof...(I)> spread_of_pair(lanes<T, R> a,
 // of them. `source` has the entries, what becomes of their values first, and what one adds.
 template <class T, int W, class Source>
 NEVRAD_INLINE lanes<T, W> add_two_entries(lanes<T, W> sum, const Source& source, std::int64_t p) {
+  source.look_ahead(p);
+  source.look_ahead(p + 1);
   const index_pair i = load_indices(source.indices + p);
   const lanes<T, 2> pair = load<2>(source.values + p);
   constexpr int half_line = static_cast<int>(cache_line / 2 / sizeof(T));
@@ -126,6 +151,7 @@ NEVRAD_INLINE lanes<T, W> add_entries(lanes<T, W> sum,
 #pragma clang loop unroll(disable)
   for (; p + 1 < end; p += 2) sum = add_two_entries(sum, source, p);
   if (p < end) {
+    source.look_ahead(p);
     sum = source.add(sum, broadcast<W>(source.prepare(load<1>(source.values + p))),
                      source.indices[p]);
   }
@@ -159,6 +185,7 @@ struct value_times_row {
   const std::int32_t* indices;
   Rows rows;
 
+  NEVRAD_INLINE void look_ahead(std::int64_t p) const { ask_for_later(rows, p); }
   template <int N>
   NEVRAD_INLINE lanes<T, N> prepare(lanes<T, N> v) const {
     return v;
@@ -210,24 +237,41 @@ template <int W, class T>
 struct passing_rows : strided_rows<W, T> {
   bool with_entries;  // ask for those as well
 };
-template <class T>
-bool pass_in_order(const compressed_matrix<T>& a, std::int32_t ldb) {
-  return !fixed_hints && !stay_in_cache<T>(a.cols, ldb) && !meets_distant_rows(a);
-}
 
-// Calls body with the rows of W of n columns of B, `at` at the first, of the one kind or the other.
-template <int W, class T, class Body>
-NEVRAD_INLINE std::int32_t with_rows_of(const T* at,
-                                        std::int64_t ld,
-                                        std::int32_t n,
-                                        bool pass,
-                                        const Body& body) {
-  if constexpr (!fixed_hints && sizeof(T) * W >= cache_line) {
-    // Of many columns each chunk would ask again, for little of all that is moved.
-    if (pass) return body(passing_rows<W, T>{{at, ld}, n <= 2 * mm_chunk<T>});
+// How rows of A meet those of a row-major B.
+template <class T>
+class row_meetings {
+ public:
+  row_meetings(const compressed_matrix<T>& a, const mm_operands<T>& o)
+      : indices_(a.indices), last_(std::int64_t{csr_entries(a)} - 1), n_(o.n) {
+    if (fixed_hints || stay_in_cache<T>(a.cols, o.ldb)) return;
+    way_ = meets_distant_rows(a) ? way::distant : way::passing;
   }
-  return body(strided_rows<W, T>{at, ld});
-}
+
+  bool distant() const { return way_ == way::distant; }
+
+  // Calls body with the rows of W columns of B, `at` at the first, of the one kind or the other.
+  template <int W, class Body>
+  NEVRAD_INLINE std::int32_t with_rows(const T* at, std::int64_t ld, const Body& body) const {
+    if constexpr (!fixed_hints) {
+      if (way_ == way::distant) return body(distant_rows<W, T>{{at, ld}, indices_, last_});
+      if constexpr (sizeof(T) * W >= cache_line) {
+        // Of many columns each chunk would ask again, for little of all that is moved.
+        const bool with_entries = n_ <= 2 * mm_chunk<T>;
+        if (way_ == way::passing) return body(passing_rows<W, T>{{at, ld}, with_entries});
+      }
+    }
+    return body(strided_rows<W, T>{at, ld});
+  }
+
+ private:
+  enum class way : std::uint8_t { at_hand, passing, distant };
+
+  way way_ = way::at_hand;
+  const std::int32_t* indices_;
+  std::int64_t last_;
+  std::int32_t n_;
+};
 
 // Asks for what comes behind entries p to end - 1 of a row and its part of C.
 template <class T, class Rows>
@@ -324,6 +368,7 @@ NEVRAD_INLINE lanes<T, W> multiply_part(const row_entries<T>& a,
   }
 #pragma clang loop unroll(disable)
   do {
+    ask_for_later(rows, p);
     sum = multiply_add(sum, rows(a.indices[p]), broadcast<W>(load<1>(a.values + p)));
     ++p;
   } while (a.indices[p] < stop);

@@ -12,48 +12,33 @@
 #include "mm/operands.h"
 #include "mm/panels.h"
 #include "mm/row_parts.h"
+#include "mm/scattered_rows.h"
 
 #include <algorithm>
 
 namespace nevrad {
 
-// Rows for which a chunk of columns is computed before the next one. Of wide rows of B out of cache
-// all that an entry needs is fetched at once: it lies together in memory.
+// Rows for which a chunk of columns is computed before the next one. Of wide rows of B that come
+// from memory unasked, all that an entry needs is fetched at once: it lies together.
 template <class T>
-std::int32_t rows_at_once(std::int32_t n, bool b_in_cache = false) {
+std::int32_t rows_at_once(std::int32_t n, bool b_at_hand = false) {
   if (n <= 2 * mm_chunk<T>) return mm_rows_at_once;
-  return b_in_cache ? mm_rows_at_once / 4 : 1;
+  return b_at_hand ? mm_rows_at_once / 4 : 1;
 }
 
-// Asks for the rows of B that rows r up to but excluding `stop` meet.
-template <class T>
-void fetch_met_rows(const compressed_matrix<T>& a,
-                    std::int32_t r,
-                    std::int32_t stop,
-                    const mm_operands<T>& o) {
-  constexpr std::int64_t line = cache_line / sizeof(T);
-  if (r >= stop) return;
-  for (std::int64_t p = a.begin[r]; p < a.end[stop - 1]; ++p) {
-    const T* const row = line_at(o.b, a.indices[p], o.ldb);
-    for (std::int64_t j = 0; j < o.n; j += line) prefetch<cache::level2>(row + j, 0);
-  }
-}
-
-// Visits rows lo to hi - 1 by as many as are computed at once, as multiply(rows, r, stop), and asks
-// ahead for what the next ones meet where that helps.
+// Visits rows lo to hi - 1 by as many as are computed at once, as multiply(rows, r, stop).
 template <class T, class Multiply>
 NEVRAD_INLINE void for_rows_at_once(const rows_in_order<T>& rows,
                                     std::int32_t lo,
                                     std::int32_t hi,
                                     const mm_operands<T>& o,
+                                    const row_meetings<T>& meetings,
                                     const Multiply& multiply) {
-  const std::int32_t at_once = rows_at_once<T>(o.n, stay_in_cache<T>(rows.shape().cols, o.ldb));
-  const bool ahead =
-      !stay_in_cache<T>(rows.shape().cols, o.ldb) && meets_distant_rows(rows.shape());
+  const bool at_hand = stay_in_cache<T>(rows.shape().cols, o.ldb) || meetings.distant();
+  const std::int32_t at_once = rows_at_once<T>(o.n, at_hand);
   std::int32_t stop = lo;
   for (std::int32_t r = lo; r < hi; r = stop) {
     stop = r + std::min(at_once, hi - r);
-    if (ahead) fetch_met_rows(rows.shape(), stop, stop + std::min(at_once, hi - stop), o);
     multiply(rows, r, stop);
   }
 }
@@ -94,7 +79,9 @@ void multiply_rows_in_place(const rows_in_order<T>& source,
                             std::int32_t hi,
                             const mm_operands<T>& o) {
   const block_bounds bounds(source.shape().cols);
-  const bool pass = pass_in_order(source.shape(), o.ldb);
+  const row_meetings<T> meetings(source.shape(), o);
+  const bool scattered = meetings.distant() && rows_are_scattered(source.shape(), bounds);
+  part_ends<T> ends(bounds);
   const auto multiply = [&](const rows_in_order<T>& rows, std::int32_t r, std::int32_t stop) {
     const auto kernel = [&](auto how, auto w, std::int32_t at, const compressed_matrix<T>& a,
                             std::int32_t first) {
@@ -105,14 +92,18 @@ void multiply_rows_in_place(const rows_in_order<T>& source,
         const auto x = [=](std::int32_t index) { return to_element(of_b(index)); };
         return first + update_column<how()>(entries, bounds, x, c, o.ldc, o.alpha, o.beta);
       } else {
-        return with_rows_of<w()>(o.b + at, o.ldb, o.n, pass, [&](const auto& of_b) {
+        return meetings.template with_rows<w()>(o.b + at, o.ldb, [&](const auto& of_b) {
+          if (scattered && ends.find(entries)) {
+            return first + update_scattered_rows<w(), how()>(entries, ends.at_positions(), of_b, c,
+                                                             o.ldc, o.alpha, o.beta);
+          }
           return first + update_rows<w(), how()>(entries, bounds, of_b, c, o.ldc, o.alpha, o.beta);
         });
       }
     };
     multiply_chunks(rows, r, stop, o.n / 4 * 4, o.n, kernel);
   };
-  for_rows_at_once(source, lo, hi, o, multiply);
+  for_rows_at_once(source, lo, hi, o, meetings, multiply);
 }
 
 // Direct: W columns, and how an element of C comes about.
@@ -127,6 +118,7 @@ struct direct_chunk {
   NEVRAD_INLINE lanes<T, W> start(const T* c) const {
     return is_complex<T> ? zero_lanes<T, W>() : multiply_fused(load<W>(c), broadcast<W>(beta));
   }
+  NEVRAD_INLINE void look_ahead(std::int64_t p) const { ask_for_later(b, p); }
   template <int N>
   NEVRAD_INLINE lanes<T, N> prepare(lanes<T, N> v) const {
     if constexpr (is_complex<T>) {
@@ -252,7 +244,7 @@ void mm_rows_direct(const rows_in_order<T>& source,
                     const mm_operands<T>& o) {
   const compressed_matrix<T>& shape = source.shape();
   const bool are_long = row_entries<T>(shape, 0, shape.rows).are_long();
-  const bool pass = pass_in_order(shape, o.ldb);
+  const row_meetings<T> meetings(shape, o);
   // Real columns behind the last whole chunk round as those within, so narrower chunks take them.
   constexpr int widest = mm_chunk<T>;
   const std::int32_t in_chunks = is_complex<T> ? o.n / widest * widest : o.n / 4 * 4;
@@ -264,7 +256,7 @@ void mm_rows_direct(const rows_in_order<T>& source,
         const strided_rows<1, T> of_b{o.b + at, o.ldb};
         return direct_column<how()>(a, first, stop, of_b, c, o.ldc, o.alpha, o.beta);
       } else {
-        return with_rows_of<w()>(o.b + at, o.ldb, o.n, pass, [&](const auto& of_b) {
+        return meetings.template with_rows<w()>(o.b + at, o.ldb, [&](const auto& of_b) {
           const direct_chunk<w(), T, std::decay_t<decltype(of_b)>> chunk{a.values, a.indices, of_b,
                                                                          to_lane(o.alpha),
                                                                          to_lane(o.beta)};
@@ -277,7 +269,7 @@ void mm_rows_direct(const rows_in_order<T>& source,
     };
     multiply_chunks(rows, r, stop, in_chunks, o.n, kernel);
   };
-  for_rows_at_once(source, lo, hi, o, multiply);
+  for_rows_at_once(source, lo, hi, o, meetings, multiply);
 }
 
 }  // namespace nevrad

@@ -1,9 +1,12 @@
 // Products of a general matrix with a dense one: against dense arithmetic, and to the bit where the
 // order of operations is fixed.
 #include "mm/model.h"
+#include "mm/scattered_rows.h"
 #include "support/threads.h"
 
+#include <algorithm>
 #include <functional>
+#include <vector>
 
 namespace nevrad_test {
 namespace {
@@ -330,6 +333,71 @@ TYPED_TEST(general_mm, reaches_across_a_large_b) {
                      n, is_native ? extra : 0);
   EXPECT_SAME_ARRAYS(p.run(1).elements(), p.model(path::swept).elements());
   EXPECT_SAME_ARRAYS(p.run(3).elements(), p.model(path::direct).elements());
+}
+
+// Rows of few entries in several blocks, some of them out of order and one that is longer than what
+// is told at once; B at hand and out of cache, where that is told.
+TYPED_TEST(general_mm, tells_where_parts_of_scattered_rows_end) {
+  using T = TypeParam;
+  constexpr int cols = 5200;
+  generator random(550);
+  lines<T> source(4800);
+  for (std::size_t i = 0; i < source.size(); ++i) {
+    const int length = i == 77 ? 2500 : i % 2 == 0 ? 3 : i % 13 == 0 ? 0 : 20;
+    for (int p = 0; p < length; ++p)
+      source[i].emplace_back(random.integer(0, cols - 1), random.value<T>());
+    if (i % 50 != 7) {
+      std::sort(source[i].begin(), source[i].end(),
+                [](const auto& a, const auto& b) { return a.first < b.first; });
+    }
+  }
+  const matrix<T> a = compress<T>(source, cols, compression::rows, 0);
+  constexpr int line = 64 / static_cast<int>(sizeof(T));
+  for (const int n : {7, 4 * line + 4}) {
+    for (const int extra : {0, 2048 / static_cast<int>(sizeof(T))}) {
+      if (extra > 0 && !is_native) continue;
+      const problem<T> p(random, a, 0, layout::row_major, n, extra);
+      SCOPED_TRACE(testing::Message() << n << " columns, " << extra << " beyond");
+      EXPECT_SAME_ARRAYS(p.run(1).elements(), p.model(path::swept).elements());
+    }
+  }
+}
+
+TEST(part_ends, lie_where_blocks_change) {
+  constexpr int cols = 2147483645;
+  const nevrad::block_bounds bounds(cols);
+  const int limits[] = {bounds.start_of(cols - 1), bounds.start_of(bounds.start_of(cols - 1) - 1),
+                        cols};
+  const auto limit = [&](int k) { return k % 1000 < 3 ? limits[k % 1000] : k * 5120; };
+  for (const int base : {0, 1}) {
+    nevrad::part_ends<double> ends(bounds);
+    std::vector<std::int32_t> indices;
+    for (int k = 1; k < cols / 5120; k += 209) {
+      for (const int near : {-2, -1, 0, 1}) {
+        const int column = limit(k) + near;
+        if (column < cols) indices.push_back(column + base);
+      }
+    }
+    constexpr int most = 2000;
+    for (std::size_t first = 0; first < indices.size(); first += most) {
+      const int count = static_cast<int>(std::min<std::size_t>(most, indices.size() - first));
+      std::int32_t begin[] = {base};
+      std::int32_t end[] = {base + count};
+      nevrad::compressed_matrix<double> a{};
+      a.begin = begin;
+      a.end = end;
+      a.indices = indices.data() + first;
+      a.rows = 1;
+      a.cols = cols;
+      a.base = base;
+      ASSERT_TRUE(ends.find(nevrad::row_entries<double>(a, 0, 1)));
+      for (int p = 0; p < count; ++p) {
+        const auto block = [&](int q) { return bounds.block_of(a.indices[q] - base); };
+        const bool is_end = p + 1 == count || block(p) != block(p + 1);
+        ASSERT_EQ(ends.at_positions()[p + base] != 0, is_end) << a.indices[p];
+      }
+    }
+  }
 }
 
 // Signs of zero, infinities and NaN go through every path as its operations make them: panels leave
