@@ -50,6 +50,49 @@ class column_worker {
   column_shapes known_;
 };
 
+// Chunks of columns of about equal work, each of whole eights but for the end: a thread that is
+// through with an eight might have drawn the next by itself, but every draw costs as much as many
+// entries, above all from a runtime that checks itself.
+class column_chunks {
+ public:
+  template <class T>
+  column_chunks(const compressed_view<T>& a, int threads) {
+    constexpr int chunks_a_thread = 32;
+    const int most =
+        threads < most_chunks / chunks_a_thread ? threads * chunks_a_thread : most_chunks;
+    const auto work = [&](std::int32_t first, std::int32_t count) NEVRAD_INLINED {
+      constexpr std::int32_t of_column = 8;  // beside its entries
+      std::int64_t sum = std::int64_t{of_column} * count;
+      for (std::int32_t k = 0; k < count; ++k) {
+        const std::int32_t length = a.end[first + k] - a.begin[first + k];
+        sum += length > 0 ? length : 0;
+      }
+      return sum;
+    };
+    const std::int64_t share = work(0, a.rows) / most + 1;
+    std::int64_t done = 0;
+    std::int64_t due = share;
+    for (std::int32_t c = 0; c < a.rows;) {
+      const std::int32_t count = a.rows - c < eight ? a.rows - c : eight;
+      done += count == eight ? work(c, eight) : work(c, count);
+      c += count;
+      if (done < due && c < a.rows) continue;
+      bounds_[++count_] = c;
+      due = (done / share + 1) * share;
+    }
+  }
+
+  std::int32_t count() const { return count_; }
+  const std::int32_t* bounds() const { return bounds_; }
+
+ private:
+  static constexpr int most_chunks = 1024;
+  static constexpr std::int32_t eight = 8;
+
+  std::int32_t count_ = 0;
+  std::int32_t bounds_[most_chunks + 1] = {};
+};
+
 // Columns are handed out in ascending order, but in a Hermitian lower triangle from the last down.
 template <sym_mode Mode, diagonal Ones, class T>
 void for_each_column_on_team(int budget,
@@ -72,7 +115,8 @@ void for_each_column_on_team(int budget,
   } else if constexpr (side_of(Mode) == triangle::upper) {
     for_each_dispatched_on_team<dispatch::guided, 1>(budget, a.rows, one_column);
   } else {
-    for_each_dispatched_chunk_on_team<8>(budget, a.rows, worker);
+    const column_chunks chunks(a, budget);
+    for_each_dispatched_chunk_on_team(budget, chunks.count(), chunks.bounds(), worker);
   }
 }
 
