@@ -56,6 +56,13 @@ NEVRAD_INLINE T* one_address(T* at) {
   return at;
 }
 
+// Asks for W elements, for later.
+template <int W, class T>
+NEVRAD_INLINE void prefetch_row(const T* row) {
+  constexpr int line = static_cast<int>(cache_line / sizeof(T));
+  for (int i = 0; i < W; i += line) prefetch<cache::level2>(row + i, 0);
+}
+
 // Where the W elements that go with an index lie. The loop takes any of these for its panel.
 
 // A panel: row q is W contiguous elements.
@@ -63,6 +70,7 @@ template <int W, class T>
 struct packed_rows {
   const T* panel;
   NEVRAD_INLINE lanes<T, W> operator()(std::int64_t row) const { return load<W>(panel + row * W); }
+  NEVRAD_INLINE void ask_for(std::int64_t row) const { prefetch_row<W>(panel + row * W); }
 };
 
 // The part of a panel that is in use, in a ring of mask + 1 rows.
@@ -81,6 +89,7 @@ struct strided_rows {
   const T* at;
   std::int64_t ld;
   NEVRAD_INLINE lanes<T, W> operator()(std::int64_t row) const { return load<W>(at + row * ld); }
+  NEVRAD_INLINE void ask_for(std::int64_t row) const { prefetch_row<W>(at + row * ld); }
 };
 
 // A column-major matrix as it is, element by element.

@@ -11,6 +11,7 @@
 #include "mm/panel_window.h"
 #include "mm/panels.h"
 #include "mm/row_parts.h"
+#include "mm/scattered_rows.h"
 
 namespace nevrad {
 
@@ -58,21 +59,6 @@ class column_panels {
   bool unused_;
   bool shared_ = false;
 };
-
-// Asks for the rows of a whole panel that rows r up to but excluding `stop` meet.
-template <int W, class T>
-void fetch_panel_rows(const compressed_matrix<T>& a,
-                      std::int32_t r,
-                      std::int32_t stop,
-                      const packed_rows<W, T>& rows) {
-  constexpr int line = static_cast<int>(cache_line / sizeof(T));
-  if (r >= stop) return;
-  const std::int64_t last = a.end[stop - 1] - a.base;
-  for (std::int64_t p = a.begin[r] - a.base; p < last; ++p) {
-    const T* const row = rows.panel + std::int64_t{a.indices[p]} * W;
-    for (int i = 0; i < W; i += line) prefetch<cache::level2>(row + i, 0);
-  }
-}
 
 // Rows of A for several passes over them. The first pass looks at their order range by range, when
 // their indices are about to be used; once a range is not in order, all rows are sorted.
@@ -140,25 +126,37 @@ void multiply_panel_in_place(rows_of_part<T>& part,
   const T* const b = line_at(o.b, j, o.ldb);
   auto window = panels.template window<W>(b, o.ldb, base);
   const packed_rows<W, T> packed = panels.template packed<W>(j, base);
-  const bool ahead =
+  const bool distant =
       panels.whole() && !stay_in_cache<T>(part.shape().cols, W) && meets_distant_rows(part.shape());
+  const bool scattered = distant && rows_are_scattered(part.shape(), bounds);
+  part_ends<T> ends(bounds);
   std::int32_t stop = part.lo();
   for (std::int32_t r = stop; r < hi; r = stop) {
     stop = r + std::min(tile_rows<T>, hi - r);
     T* const c = line_at(o.c, j, o.ldc) + r;
     load_tile_of_c<W>(tile, c, o.ldc, stop - r);
-    if (ahead) {
-      fetch_panel_rows(part.shape(), stop, stop + std::min(tile_rows<T>, hi - stop), packed);
-    }
     // Rows from `first` on, up to the first that is found out of order.
     const auto update = [&](auto how, const compressed_matrix<T>& a, std::int32_t first) {
+      const row_entries<T> entries(a, first, stop - first);
+      T* const c_rows = tile + (first - r) * W;
       const auto update_by = [&](const auto& rows) {
-        return first + update_rows<W, how()>(row_entries<T>(a, first, stop - first), bounds, rows,
-                                             tile + (first - r) * W, W, o.alpha, o.beta);
+        return first + update_rows<W, how()>(entries, bounds, rows, c_rows, W, o.alpha, o.beta);
       };
+      const column_span used = panels.shared() ? column_span{} : columns_used(a, first, stop);
+      if (!panels.shared() && !window.hold(used)) {
+        return update_by(gathered_rows<W, T>{b - base, o.ldb});
+      }
+      if constexpr (!fixed_hints) {
+        const distant_rows<packed_rows<W, T>> later{packed, part.shape().indices - base,
+                                                    std::int64_t{csr_entries(part.shape())} - 1 +
+                                                        base};
+        if (scattered && ends.find(entries)) {
+          return first + update_scattered_rows<W, how()>(entries, ends.at_positions(), later,
+                                                         c_rows, W, o.alpha, o.beta);
+        }
+        if (distant) return update_by(later);
+      }
       if (panels.shared()) return update_by(packed);
-      const column_span used = columns_used(a, first, stop);
-      if (!window.hold(used)) return update_by(gathered_rows<W, T>{b - base, o.ldb});
       return window.in_line(used) ? update_by(window.rows_in_line(used)) : update_by(window.rows());
     };
     using looked_at = std::integral_constant<order, order::looked_at>;

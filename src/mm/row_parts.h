@@ -89,10 +89,10 @@ struct row_entries {
   }
 };
 
-// Rows of a row-major B that lie far apart: what later entries meet is asked for entry by entry, as
-// bursts would leave the memory idle in between.
-template <int W, class T>
-struct distant_rows : strided_rows<W, T> {
+// Rows of B that lie far apart, in a row-major matrix or a panel: what later entries meet is asked
+// for entry by entry, as bursts would leave the memory idle in between.
+template <class Rows>
+struct distant_rows : Rows {
   const std::int32_t* indices;  // of all entries
   std::int64_t last;            // the last one of them
 };
@@ -100,12 +100,10 @@ struct distant_rows : strided_rows<W, T> {
 // Asks for what an entry some way behind position p meets.
 template <class Rows>
 NEVRAD_INLINE void ask_for_later(const Rows& /*rows*/, std::int64_t /*p*/) {}
-template <int W, class T>
-NEVRAD_INLINE void ask_for_later(const distant_rows<W, T>& rows, std::int64_t p) {
+template <class Rows>
+NEVRAD_INLINE void ask_for_later(const distant_rows<Rows>& rows, std::int64_t p) {
   constexpr std::int64_t entries_ahead = 128;
-  constexpr std::int64_t line = cache_line / sizeof(T);
-  const T* const row = rows.at + rows.indices[std::min(p + entries_ahead, rows.last)] * rows.ld;
-  for (std::int64_t j = 0; j < W; j += line) prefetch<cache::level2>(row + j, 0);
+  rows.ask_for(rows.indices[std::min(p + entries_ahead, rows.last)]);
 }
 
 // Two values by turns in R lanes, and the first or second of them in W lanes.
@@ -254,7 +252,8 @@ class row_meetings {
   template <int W, class Body>
   NEVRAD_INLINE std::int32_t with_rows(const T* at, std::int64_t ld, const Body& body) const {
     if constexpr (!fixed_hints) {
-      if (way_ == way::distant) return body(distant_rows<W, T>{{at, ld}, indices_, last_});
+      if (way_ == way::distant)
+        return body(distant_rows<strided_rows<W, T>>{{at, ld}, indices_, last_});
       if constexpr (sizeof(T) * W >= cache_line) {
         // Of many columns each chunk would ask again, for little of all that is moved.
         const bool with_entries = n_ <= 2 * mm_chunk<T>;

@@ -336,31 +336,40 @@ TYPED_TEST(general_mm, reaches_across_a_large_b) {
 }
 
 // Rows of few entries in several blocks, some of them out of order and one that is longer than what
-// is told at once; B at hand and out of cache, where that is told.
-TYPED_TEST(general_mm, tells_where_parts_of_scattered_rows_end) {
-  using T = TypeParam;
-  constexpr int cols = 5200;
-  generator random(550);
-  lines<T> source(4800);
+// is told at once.
+template <class T>
+matrix<T> scattered(generator& random, int rows, int cols, int base) {
+  lines<T> source(at(rows));
   for (std::size_t i = 0; i < source.size(); ++i) {
     const int length = i == 77 ? 2500 : i % 2 == 0 ? 3 : i % 13 == 0 ? 0 : 20;
     for (int p = 0; p < length; ++p)
       source[i].emplace_back(random.integer(0, cols - 1), random.value<T>());
-    if (i % 50 != 7) {
-      std::sort(source[i].begin(), source[i].end(),
-                [](const auto& a, const auto& b) { return a.first < b.first; });
-    }
+    if (i % 50 == 7) continue;
+    std::sort(source[i].begin(), source[i].end(),
+              [](const auto& one, const auto& other) { return one.first < other.first; });
   }
-  const matrix<T> a = compress<T>(source, cols, compression::rows, 0);
+  return compress<T>(source, cols, compression::rows, base);
+}
+
+// B at hand and out of cache, where the ends of parts are told before.
+TYPED_TEST(general_mm, tells_where_parts_of_scattered_rows_end) {
+  using T = TypeParam;
   constexpr int line = 64 / static_cast<int>(sizeof(T));
+  generator random(550);
+  const matrix<T> rows = scattered<T>(random, 4800, 5200, 0);
   for (const int n : {7, 4 * line + 4}) {
-    for (const int extra : {0, 2048 / static_cast<int>(sizeof(T))}) {
+    for (const int extra : {0, 32 * line}) {
       if (extra > 0 && !is_native) continue;
-      const problem<T> p(random, a, 0, layout::row_major, n, extra);
+      const problem<T> p(random, rows, 0, layout::row_major, n, extra);
       SCOPED_TRACE(testing::Message() << n << " columns, " << extra << " beyond");
       EXPECT_SAME_ARRAYS(p.run(1).elements(), p.model(path::swept).elements());
     }
   }
+  if (!is_native) return;
+  const matrix<T> columns = scattered<T>(random, 300, 66000, 1);
+  const problem<T> q(random, columns, 0, layout::column_major, 3 * line);
+  for (const int budget : {1, 3})
+    EXPECT_SAME_ARRAYS(q.run(budget).elements(), q.model(path::swept).elements());
 }
 
 TEST(part_ends, lie_where_blocks_change) {
