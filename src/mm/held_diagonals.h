@@ -106,43 +106,135 @@ class line_words {
   kind kinds_[kinds];
 };
 
-// Calls visit(first line, count, word) for the lines in turn, one or a block of them at a time.
-// Answers the number of the first line of which there is no word, or that of all lines.
-template <class T, class Visit>
-std::int32_t visit_words(const held_diagonals& known,
-                         const compressed_matrix<T>& a,
-                         const Visit& visit) {
-  const std::int32_t last_block = a.rows - lines_a_block;
-  line_words words(known);
-  line_shape shape;
-  std::uint32_t of_shape = 0;
-  std::int32_t i = 0;
-  while (i < a.rows) {
-    if (i <= last_block) {
-      if (shape.length > 0 && a.end[i] - a.begin[i] == shape.length) {
-        const std::int32_t from = i;
-        shaped_blocks<T> blocks(shape, a, i, a.base);
-        while (blocks.has_shape(i, i + a.base)) {
-          visit(i, lines_a_block, of_shape);
-          blocks.next();
-          i += lines_a_block;
-          if (i > last_block) break;
+// Walks the lines in turn, from a given one on, and tells their words.
+template <class T>
+class word_walk {
+ public:
+  word_walk(const held_diagonals& known, const compressed_matrix<T>& a, std::int32_t first)
+      : a_(a), words_(known), line_(first) {}
+
+  // Calls visit(first line, count, word) for the lines in front of line `stop`, one or a block of
+  // them at a time. Answers the number of the first line of which there is no word, or `stop`.
+  template <class Visit>
+  std::int32_t to(std::int32_t stop, const Visit& visit) {
+    const std::int32_t last_block = stop - lines_a_block;
+    std::int32_t i = line_;
+    while (i < stop) {
+      if (i <= last_block) {
+        if (shape_.length > 0 && a_.end[i] - a_.begin[i] == shape_.length) {
+          const std::int32_t from = i;
+          shaped_blocks<T> blocks(shape_, a_, i, a_.base);
+          while (blocks.has_shape(i, i + a_.base)) {
+            visit(i, lines_a_block, of_shape_);
+            blocks.next();
+            i += lines_a_block;
+            if (i > last_block) break;
+          }
+          if (i != from) continue;
         }
-        if (i != from) continue;
+        if (i >= shape_.next_look && may_have_shape(a_, i) &&
+            learn_line_shape(a_, i, a_.base, shape_)) {
+          of_shape_ = words_.of_line(a_, i);
+          if (of_shape_ == 0) break;
+          continue;
+        }
       }
-      if (i >= shape.next_look && may_have_shape(a, i) && learn_line_shape(a, i, a.base, shape)) {
-        of_shape = words.of_line(a, i);
-        if (of_shape == 0) return i;
-        continue;
-      }
+      const std::uint32_t word = words_.of_line(a_, i);
+      if (word == 0) break;
+      visit(i, 1, word);
+      ++i;
     }
-    const std::uint32_t word = words.of_line(a, i);
-    if (word == 0) return i;
-    visit(i, 1, word);
-    ++i;
+    line_ = i;
+    return i;
   }
-  return i;
-}
+
+ private:
+  const compressed_matrix<T> a_;
+  line_words words_;
+  line_shape shape_;
+  std::uint32_t of_shape_ = 0;
+  std::int32_t line_;
+};
+
+// The words of the first lines, by runs, so that their indices need not be read again: of all lines
+// of a grid of a million or so.
+class told_runs {
+ public:
+  void clear() {
+    count_ = 0;
+    kinds_ = 0;
+    lines_ = 0;
+    open_ = 0;
+    full_ = false;
+  }
+  // Lines behind those of before, all of one word, which is not 0 and not that of those before.
+  void open(std::int32_t line, std::uint32_t word) {
+    close(line);
+    open_ = word;
+  }
+  // Those that are open reach to the line.
+  void close(std::int32_t line) {
+    if (open_ == 0 || full_) return;
+    const std::uint32_t* const kind = std::find(kind_, kind_ + kinds_, open_);
+    const auto k = static_cast<int>(kind - kind_);
+    if (k == most_kinds) full_ = true;
+    if (k == kinds_ && !full_) kind_[kinds_++] = open_;
+    while (lines_ < line && !full_) {
+      const std::int32_t lines = std::min(line - lines_, longest);
+      run_[count_++] = static_cast<std::uint16_t>((lines - 1) * most_kinds + k);
+      lines_ += lines;
+      full_ = count_ == most_runs;
+    }
+  }
+
+  std::int32_t lines() const { return lines_; }
+  std::int32_t lines_of(int run) const { return run_[run] / most_kinds + 1; }
+  std::uint32_t word_of(int run) const { return kind_[run_[run] % most_kinds]; }
+
+ private:
+  static constexpr int most_runs = 16384;
+  static constexpr int most_kinds = 32;
+  static constexpr std::int32_t longest = 65536 / most_kinds;
+
+  int count_ = 0;
+  int kinds_ = 0;
+  std::int32_t lines_ = 0;  // of all runs
+  std::uint32_t open_ = 0;
+  bool full_ = false;
+  std::uint32_t kind_[most_kinds];
+  std::uint16_t run_[most_runs];
+};
+
+// The words of lines in turn: those that are told, and those of the others.
+template <class T>
+class word_reader {
+ public:
+  word_reader(const held_diagonals& known, const compressed_matrix<T>& a, const told_runs& told)
+      : told_(told),
+        rest_(known, a, told.lines()),
+        left_(told.lines() > 0 ? told.lines_of(0) : 0) {}
+
+  // Calls visit(first line, count, word) for the lines in front of line `stop` that are left.
+  template <class Visit>
+  void to(std::int32_t stop, const Visit& visit) {
+    const std::int32_t end = std::min(stop, told_.lines());
+    while (line_ < end) {
+      const std::int32_t count = std::min(left_, end - line_);
+      visit(line_, count, told_.word_of(run_));
+      line_ += count;
+      left_ -= count;
+      if (left_ == 0 && line_ < told_.lines()) left_ = told_.lines_of(++run_);
+    }
+    if (line_ < stop) line_ = rest_.to(stop, visit);
+  }
+
+ private:
+  const told_runs& told_;
+  word_walk<T> rest_;
+  int run_ = 0;
+  std::int32_t line_ = 0;
+  std::int32_t left_;  // of the run
+};
 
 // Whether line i + 1 is line i moved on by one place.
 template <class T>
@@ -160,13 +252,15 @@ bool next_moves_on(const compressed_matrix<T>& a, std::int32_t i) {
 // Finds the diagonals of a triangle that holds nothing else, ascending, and its own diagonal in all
 // lines. False where there are more than `most`, or where the lines change their kind more often
 // than each `least_run` of them: rows that lack different entries than their neighbours take
-// several times as long. Others than triangles of grids and bands are told by some of their lines.
+// several times as long. What the look through all lines finds is told. Others than triangles of
+// grids and bands are told by some of their lines.
 template <class T>
 bool find_diagonals(const compressed_matrix<T>& a,
                     triangle side,
                     std::int32_t most,
                     std::int32_t least_run,
-                    held_diagonals& found) {
+                    held_diagonals& found,
+                    told_runs& told) {
   constexpr std::int32_t samples = 32;
   constexpr std::int32_t pairs = 3;  // of neighbouring lines, a sample
   const std::int32_t least = 4 * samples;
@@ -191,18 +285,25 @@ bool find_diagonals(const compressed_matrix<T>& a,
     const std::int32_t own = lower ? found.count - 1 : 0;
     if (found.place[own] != 0 || entries * 2 < std::int64_t{a.rows} * found.count) return false;
     std::uint32_t common = found.all();
-    std::uint32_t before = common;
+    std::uint32_t before = 0;
     std::int64_t changes = 0;
     std::int32_t end = a.begin[0];
+    told.clear();
     const std::int32_t stop =
-        visit_words(found, a, [&](std::int32_t i, int count, std::uint32_t w) {
-          common &= a.begin[i] == end ? w : 0;  // packed
-          end = a.end[i + count - 1];
-          changes += w != before ? 1 : 0;
-          before = w;
-        });
+        word_walk<T>(found, a, 0)
+            .to(a.rows, [&](std::int32_t i, int count, std::uint32_t w) NEVRAD_INLINED {
+              common &= a.begin[i] == end ? w : 0;  // packed
+              end = a.end[i + count - 1];
+              if (w == before) return;
+              before = w;
+              ++changes;
+              told.open(i, w);
+            });
     if ((common >> own & 1) == 0 || changes * least_run > std::max(stop, least)) return false;
-    if (stop == a.rows) return true;
+    if (stop == a.rows) {
+      told.close(stop);
+      return true;
+    }
     const std::int32_t known = found.count;
     if (!add_line(stop) || found.count == known) return false;
   }

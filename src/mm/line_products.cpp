@@ -105,29 +105,30 @@ bool columns_meet(std::int32_t ld) {
 }
 
 // Whether a product, column-major, goes by diagonals, by cases measured: where those of a lower
-// triangle are many or B and C stay in cache through several chunks, a ring takes less.
+// triangle are many and B and C stay in cache, a ring takes less.
 template <class T>
 bool goes_by_diagonals(const held_lines<T>& held,
                        const mm_operands<T>& o,
-                       held_diagonals& diagonals) {
+                       held_diagonals& diagonals,
+                       told_runs& told) {
   constexpr std::int32_t few = 8;
   if (!held.has_own() || held.ones == diagonal::unit || o.n < panel_group) return false;
   if (columns_meet<T>(o.ldb) || columns_meet<T>(o.ldc)) return false;
   const bool lower = held.which == taken::lower;
   const bool single = o.n % panel_group != 0;
-  const bool at_hand = o.n >= 2 * mm_chunk<T> && stay_in_cache<T>(held.lines.rows, 2 * o.n);
-  if (lower && at_hand && !single) return false;
+  const bool cached = stay_in_cache<T>(held.lines.rows, 2 * o.n);
   const triangle side = lower ? triangle::lower : triangle::upper;
-  const std::int32_t most = lower && !single ? few : held_diagonals::most;
+  const std::int32_t most = lower && cached && !single ? few : held_diagonals::most;
   // Single columns go row by row where neighbours differ.
   const std::int32_t least_run = single ? 15 : 8;
-  return find_diagonals(held.lines, side, most, least_run, diagonals);
+  return find_diagonals(held.lines, side, most, least_run, diagonals, told);
 }
 
 // False, and nothing done, where the copy would be too small for what is needed.
 template <class T>
 bool multiply_by_diagonals(const held_lines<T>& held,
                            const held_diagonals& diagonals,
+                           const told_runs& told,
                            const mm_operands<T>& o,
                            status* result) {
   const std::int32_t rows = held.lines.rows;
@@ -142,13 +143,23 @@ bool multiply_by_diagonals(const held_lines<T>& held,
   *result = room.take(held, found, nnz);
   if (*result != success) return true;
   *result = multiply_swept(held, dense_layout::column_major, o, nnz, [&](T* /*store*/) {
-    auto* const words = reinterpret_cast<std::uint32_t*>(room.copy->indices);
-    const row_words of_rows{words, words + rows};
-    tell_rows(diagonals, held.lines, of_rows);
     const triangle side = held.which == taken::lower ? triangle::lower : triangle::upper;
-    turned_columns<T>(diagonals, held.lines, side, o, of_rows, room.copy->values).multiply();
+    const turned_room<T> values{room.copy->values,
+                                reinterpret_cast<std::uint32_t*>(room.copy->indices)};
+    turned_columns<T>(diagonals, told, held.lines, side, o, values).multiply();
   });
   return true;
+}
+
+// Apart, for what it keeps on the stack.
+template <class T>
+[[gnu::noinline]] bool try_by_diagonals(const held_lines<T>& held,
+                                        const mm_operands<T>& o,
+                                        status* result) {
+  held_diagonals diagonals;
+  told_runs told;
+  return goes_by_diagonals(held, o, diagonals, told) &&
+         multiply_by_diagonals(held, diagonals, told, o, result);
 }
 
 // Whether a ring is worth it, by cases measured. The copy costs once, and by entry. A ring costs by
@@ -189,10 +200,7 @@ bool multiply_held_lines(const held_lines<T>& held,
   // Without entries there may be no indices to look at.
   if (held.which == taken::all && csr_entries(held.lines) < 1) return false;
   if constexpr (!is_complex<T>) {
-    held_diagonals diagonals;
-    if (!in_rows && budget == 1 && held.which != taken::all &&
-        goes_by_diagonals(held, o, diagonals) &&
-        multiply_by_diagonals(held, diagonals, o, result)) {
+    if (!in_rows && budget == 1 && held.which != taken::all && try_by_diagonals(held, o, result)) {
       return true;
     }
   }

@@ -16,63 +16,39 @@ namespace nevrad {
 template <class T>
 inline constexpr int rows_in_lanes = static_cast<int>(cache_line / 2 / sizeof(T));
 
-// Which diagonals each row has entries on: of those of its own line, and of their images.
-struct row_words {
-  std::uint32_t* own;
-  std::uint32_t* image;
+// Room for the elements and words of a ring.
+template <class T>
+struct turned_room {
+  T* elements;
+  std::uint32_t* words;
 };
 
-template <class T>
-void tell_rows(const held_diagonals& diagonals,
-               const compressed_matrix<T>& a,
-               const row_words& words) {
-  constexpr std::int32_t at_once = 1024;
-  const row_words of = words;
-  visit_words(diagonals, a, [&](std::int32_t i, int count, std::uint32_t word) {
-    for (int k = 0; k < count; ++k) of.own[i + k] = word;
-  });
-  for (std::int32_t r = 0; r < a.rows; r += at_once) {
-    const std::int32_t stop = r + std::min(at_once, a.rows - r);
-    std::fill(of.image + r, of.image + stop, 0U);
-    for (int k = 0; k < diagonals.count; ++k) {
-      const std::int32_t place = diagonals.place[k];
-      if (place == 0) continue;
-      const std::uint32_t bit = std::uint32_t{1} << k;
-      // Row i gets the entry of line i - place.
-      const std::int32_t first = std::max(r, place);
-      const std::int32_t last = std::min(stop, a.rows + std::min(place, 0));
-      for (std::int32_t i = first; i < last; ++i) of.image[i] |= of.own[i - place] & bit;
-    }
-  }
-}
-
-// The values of a triangle by diagonals, in a ring of lines.
+// The values of a triangle by diagonals, and the words of its lines, in a ring of lines.
 template <class T>
 class turned_values {
  public:
-  // Lines that are turned over at once, and that a ring holds besides those within reach.
-  static constexpr std::int32_t lines_at_once = 64;
+  // Lines that are turned over at once, and that a ring holds besides those within reach. All
+  // columns of some go by such lines: less often from one set of streams to the next.
+  static constexpr std::int32_t lines_at_once = 1024;
 
   static std::int64_t ring_lines(const held_diagonals& diagonals, std::int32_t rows) {
-    const std::int64_t wanted = std::int64_t{diagonals.reach()} + 3 * lines_at_once;
-    return (std::min<std::int64_t>(wanted, rows) + lines_at_once - 1) / lines_at_once *
-           lines_at_once;
+    constexpr std::int64_t whole = 64;
+    const std::int64_t wanted = std::int64_t{diagonals.reach()} + lines_at_once;
+    return (std::min<std::int64_t>(wanted, rows) + whole - 1) / whole * whole;
   }
-  // From one diagonal to the next: the first lines stand behind the last ones once more.
-  static std::int64_t step(std::int64_t ring) { return (ring + over) | 8; }
   static std::int64_t elements(const held_diagonals& diagonals, std::int32_t rows) {
     return step(ring_lines(diagonals, rows)) * diagonals.count;
   }
 
   turned_values(const held_diagonals& diagonals,
+                const told_runs& told,
                 const compressed_matrix<T>& a,
-                const std::uint32_t* words,
-                T* room)
+                const turned_room<T>& room)
       : a_(a),
-        words_(words),
-        all_(diagonals.all()),
+        reader_(diagonals, a, told),
         count_(diagonals.count),
-        room_(room),
+        room_(room.elements),
+        words_(room.words),
         ring_(ring_lines(diagonals, a.rows)),
         step_(step(ring_)) {}
 
@@ -80,41 +56,51 @@ class turned_values {
   // Values of diagonal k from a line on, with those of lines up to the next multiple of ring()
   // behind it, and few more.
   const T* at(int k, std::int64_t line) const { return room_ + k * step_ + line % ring_; }
+  // The words of lines, up to the next multiple of ring().
+  const std::uint32_t* words(std::int64_t line) const { return words_ + line % ring_; }
 
   // Turns over all lines in front of line `stop`.
   void turn_to(std::int64_t stop) {
-    stop = std::min<std::int64_t>(stop, a_.rows);
-    while (turned_ < stop) {
-      turn(turned_, std::min(turned_ + lines_at_once, a_.rows));
-    }
+    const auto end = static_cast<std::int32_t>(std::min<std::int64_t>(stop, a_.rows));
+    if (turned_ >= end) return;
+    reader_.to(end, [&](std::int32_t line, std::int32_t count, std::uint32_t word) {
+      while (count > 0) {
+        const std::int64_t slot = line % ring_;
+        const auto some = static_cast<std::int32_t>(std::min<std::int64_t>(count, ring_ - slot));
+        turn(line, some, word, slot);
+        line += some;
+        count -= some;
+      }
+    });
+    turned_ = end;
   }
 
  private:
   static constexpr std::int64_t over = 8;
 
-  void turn(std::int32_t line, std::int32_t stop) {
-    const std::int64_t slot = line % ring_;
-    T* const to = room_ + slot;
-    const T* const values = a_.values - a_.base;
-    std::int32_t i = line;
-    for (; i + lines_a_block <= stop; i += lines_a_block) {
-      const std::uint32_t* const w = words_ + i;
-      if (w[0] == w[1] && w[0] == w[2] && w[0] == w[3]) {
-        turn_block(values + a_.begin[i], w[0], to + (i - line));
-      } else {
-        for (int k = 0; k < lines_a_block; ++k) {
-          turn_line(values + a_.begin[i + k], w[k], to + (i + k - line));
-        }
-      }
+  // From one diagonal to the next: the first lines stand behind the last ones once more.
+  static std::int64_t step(std::int64_t lines) { return (lines + over) | 8; }
+
+  // Lines of one word.
+  void turn(std::int32_t line, std::int32_t count, std::uint32_t word, std::int64_t slot) {
+    T* to = room_ + slot;
+    for (std::int32_t i = 0; i < count; ++i) words_[slot + i] = word;
+    // The lines are packed.
+    const std::int64_t length = std::popcount(word);
+    const T* values = a_.values + (a_.begin[line] - a_.base);
+    std::int32_t left = count;
+    for (; left >= lines_a_block; left -= lines_a_block) {
+      turn_block(values, word, to);
+      values += lines_a_block * length;
+      to += lines_a_block;
     }
-    for (; i < stop; ++i) turn_line(values + a_.begin[i], words_[i], to + (i - line));
-    if (slot == 0) {
+    for (; left > 0; --left, values += length, ++to) turn_line(values, word, to);
+    if (slot < over) {
       for (int k = 0; k < count_; ++k) {
         T* const first = room_ + k * step_;
         for (int e = 0; e < over; ++e) first[ring_ + e] = first[e];
       }
     }
-    turned_ = stop;
   }
   void turn_line(const T* values, std::uint32_t word, T* to) const {
     for (; word != 0; word &= word - 1) to[std::countr_zero(word) * step_] = *values++;
@@ -138,10 +124,10 @@ class turned_values {
   }
 
   compressed_matrix<T> a_;
-  const std::uint32_t* words_;
-  std::uint32_t all_;
+  word_reader<T> reader_;
   int count_;
   T* room_;
+  std::uint32_t* words_;
   std::int64_t ring_;
   std::int64_t step_;
   std::int32_t turned_ = 0;
@@ -179,17 +165,17 @@ template <class T>
 class turned_columns {
  public:
   turned_columns(const held_diagonals& diagonals,
+                 const told_runs& told,
                  const compressed_matrix<T>& a,
                  triangle side,
                  const mm_operands<T>& o,
-                 const row_words& words,
-                 T* room)
+                 const turned_room<T>& room)
       : diagonals_(diagonals),
+        told_(told),
         sources_(diagonals, side),
         side_(side),
         a_(a),
         o_(o),
-        words_(words),
         room_(room),
         bounds_(a.cols),
         rows_(a.rows) {
@@ -200,9 +186,7 @@ class turned_columns {
 
   // All columns: those behind the last four in the rounding of single ones.
   void multiply() const {
-    constexpr std::int64_t at_hand = std::int64_t{1} << 19;
-    const std::int64_t met = std::int64_t{sizeof(T)} * 2 * 8 * diagonals_.reach();
-    const auto most = static_cast<std::int32_t>(std::clamp<std::int64_t>(at_hand / met, 1, 4));
+    constexpr std::int32_t most = 4;
     std::int32_t j = 0;
     while (o_.n - j >= 8) {
       const std::int32_t groups = std::min((o_.n - j) / 8, most);
@@ -229,6 +213,12 @@ class turned_columns {
   static constexpr int L = rows_in_lanes<T>;
   using some = lanes<T, L>;
 
+  // Which diagonals rows have entries on, from the first of some rows on: of those of their own
+  // lines, and of their images.
+  struct row_words {
+    const std::uint32_t* own;
+    const std::uint32_t* image;
+  };
   struct source {
     const T* values;     // those of row i at values[i]
     std::int64_t place;  // from a row to that of B
@@ -243,9 +233,10 @@ class turned_columns {
     int stop;
     std::int32_t part;
   };
-  // How rows find their sources. It holds for rows from `i` on as long as they are in front of
-  // `until`.
+  // How rows find their sources. It holds for rows from `since` on as long as they are in
+  // front of `until`.
   struct plan {
+    std::int64_t since = 0;
     std::int64_t until = 0;
     bool whole = false;  // no source is of two parts
     int segments = 0;
@@ -253,9 +244,32 @@ class turned_columns {
     segment part[turned_sources::most];
   };
 
+  using word_lanes = lanes<std::int32_t, L>;
+  using masks =
+      typename detail::vector_of<std::conditional_t<sizeof(T) == 8, std::int64_t, std::int32_t>,
+                                 L>::type;
+
+  // What rows of which some lack entries meet.
+  struct some_sources {
+    struct met {
+      const T* values;
+      std::int64_t place;
+      bool all;  // rows meet it
+      masks has;
+    };
+    struct part {
+      int stop;
+      masks has;
+    };
+    int segments = 0;
+    met from[turned_sources::most];
+    part of[turned_sources::most];
+  };
+
   void make_plan(const turned_values<T>& values, std::int32_t i, plan& p) const {
     const std::int64_t ring = values.ring();
     std::int64_t until = std::int64_t{rows_} - L + 1;
+    p.since = i;
     p.whole = true;
     p.segments = 0;
     for (int s = 0; s < sources_.count; ++s) {
@@ -278,50 +292,90 @@ class turned_columns {
     p.until = p.whole ? until : std::int64_t{i} + 1;
   }
 
-  template <int G, bool Single>
-  [[gnu::noinline]] void multiply_groups(std::int32_t j, std::int32_t groups) const {
-    const auto for_groups = [&](const auto& take) NEVRAD_INLINED {
-      for (std::int32_t g = 0; g < groups; ++g) {
-        take(line_at(o_.b, j + g * G, o_.ldb), line_at(o_.c, j + g * G, o_.ldc));
-      }
-    };
-    turned_values<T> values(diagonals_, a_, words_.own, room_);
-    const bool lower = side_ == triangle::lower;
-    const std::int64_t ahead = lower ? diagonals_.reach() : 0;
-    plan p;
-    some_sources found;
-    std::int32_t i = 0;
-    while (i < rows_) {
-      const std::int32_t stop = i + std::min(values.lines_at_once, rows_ - i);
-      values.turn_to(stop + ahead);
-      for (; i + L <= stop; i += L) {
-        if (i >= p.until) make_plan(values, i, p);
-        const std::uint32_t own = common(words_.own + i);
-        const std::uint32_t images = common(words_.image + i);
-        if (p.whole && own == all_own_ && images == all_images_) {
-          for_groups([&](const T* b, T* c) NEVRAD_INLINED { add_rows<G, Single>(p, i, b, c); });
-          continue;
-        }
-        if constexpr (!Single) {
-          if (p.whole && find_some(p, i, own, images, found)) {
-            for_groups([&](const T* b, T* c) {
-              for (int k = 0; k < G; k += some_at_once<G>) {
-                add_some<some_at_once<G>>(found, i, line_at(b, k, o_.ldb), line_at(c, k, o_.ldc));
-              }
-            });
-            continue;
-          }
-        }
-        for_groups([&](const T* b, T* c) {
-          for (int r = 0; r < L; ++r) add_row<G, Single>(values, i + r, b, c);
-        });
-      }
-      for (; i < stop; ++i) {
-        for_groups([&](const T* b, T* c) { add_row<G, Single>(values, i, b, c); });
+  // The words of images for rows first to stop - 1, from those of lines.
+  void find_images(const turned_values<T>& values,
+                   std::int32_t first,
+                   std::int32_t stop,
+                   std::uint32_t* images) const {
+    std::fill(images, images + (stop - first), 0U);
+    for (int k = 0; k < diagonals_.count; ++k) {
+      const std::int32_t place = diagonals_.place[k];
+      if (place == 0) continue;
+      const std::uint32_t bit = std::uint32_t{1} << k;
+      // Row i gets the entry of line i - place.
+      std::int32_t i = std::max(first, place);
+      const std::int32_t end = std::min(stop, rows_ + std::min(place, 0));
+      while (i < end) {
+        const std::int64_t line = std::int64_t{i} - place;
+        const std::uint32_t* const words = values.words(line);
+        const auto some = static_cast<std::int32_t>(
+            std::min<std::int64_t>(end - i, values.ring() - line % values.ring()));
+        for (std::int32_t e = 0; e < some; ++e) images[i - first + e] |= words[e] & bit;
+        i += some;
       }
     }
   }
 
+  template <int G, bool Single>
+  [[gnu::noinline]] void multiply_groups(std::int32_t j, std::int32_t groups) const {
+    turned_values<T> values(diagonals_, told_, a_, room_);
+    const bool lower = side_ == triangle::lower;
+    const std::int64_t ahead = lower ? diagonals_.reach() : 0;
+    std::uint32_t images[turned_values<T>::lines_at_once];
+    plan p;
+    std::int32_t i = 0;
+    while (i < rows_) {
+      const std::int64_t left =
+          std::min<std::int64_t>(rows_ - i, values.ring() - i % values.ring());
+      const auto stop =
+          i + static_cast<std::int32_t>(std::min<std::int64_t>(left, values.lines_at_once));
+      values.turn_to(stop + ahead);
+      find_images(values, i, stop, images);
+      const row_words words{values.words(i), images};
+      for (std::int32_t g = 0; g < groups; ++g) {
+        const T* const b = line_at(o_.b, j + g * G, o_.ldb);
+        T* const c = line_at(o_.c, j + g * G, o_.ldc);
+        multiply_lines<G, Single>(values, words, i, stop, b, c, p);
+      }
+      i = stop;
+    }
+  }
+
+  // Rows first to stop - 1 of a group of columns, whose words these are.
+  template <int G, bool Single>
+  NEVRAD_INLINE void multiply_lines(const turned_values<T>& values,
+                                    row_words words,
+                                    std::int32_t first,
+                                    std::int32_t stop,
+                                    const T* b,
+                                    T* c,
+                                    plan& p) const {
+    some_sources found;
+    std::int32_t i = first;
+    for (; i + L <= stop; i += L, words.own += L, words.image += L) {
+      if (i < p.since || i >= p.until) make_plan(values, i, p);
+      if (p.whole && all_are(words.own, all_own_) && all_are(words.image, all_images_)) {
+        add_rows<G, Single>(p, i, b, c);
+        continue;
+      }
+      if constexpr (!Single) {
+        if (p.whole && find_some(p, i, words, found)) {
+          for (int k = 0; k < G; k += some_at_once<G>) {
+            add_some<some_at_once<G>>(found, i, line_at(b, k, o_.ldb), line_at(c, k, o_.ldc));
+          }
+          continue;
+        }
+      }
+      for (int r = 0; r < L; ++r) add_row<G, Single>(values, words, r, i + r, b, c);
+    }
+    for (int r = 0; i < stop; ++r, ++i) add_row<G, Single>(values, words, r, i, b, c);
+  }
+
+  static NEVRAD_INLINE bool all_are(const std::uint32_t* words, std::uint32_t word) {
+    const auto differ =
+        load<L>(reinterpret_cast<const std::int32_t*>(words)).v ^ static_cast<std::int32_t>(word);
+    return __builtin_reduce_or(differ) == 0;
+  }
   static NEVRAD_INLINE std::uint32_t common(const std::uint32_t* words) {
     std::uint32_t w = words[0];
     for (int r = 1; r < L; ++r) w &= words[r];
@@ -406,38 +460,17 @@ class turned_columns {
     }
   }
 
-  using word_lanes = lanes<std::int32_t, L>;
-  using masks =
-      typename detail::vector_of<std::conditional_t<sizeof(T) == 8, std::int64_t, std::int32_t>,
-                                 L>::type;
-
-  // What rows of which some lack entries meet.
-  struct some_sources {
-    struct met {
-      const T* values;
-      std::int64_t place;
-      bool all;  // rows meet it
-      masks has;
-    };
-    struct part {
-      int stop;
-      masks has;
-    };
-    int segments = 0;
-    met from[turned_sources::most];
-    part of[turned_sources::most];
-  };
-
   // False, where rows of B would be read that are not there.
   [[gnu::noinline]] bool find_some(const plan& p,
                                    std::int32_t i,
-                                   std::uint32_t all_own,
-                                   std::uint32_t all_images,
+                                   const row_words& words,
                                    some_sources& found) const {
-    const std::uint32_t any_own = any(words_.own + i);
-    const std::uint32_t any_images = any(words_.image + i);
-    const word_lanes own = load<L>(reinterpret_cast<const std::int32_t*>(words_.own + i));
-    const word_lanes images = load<L>(reinterpret_cast<const std::int32_t*>(words_.image + i));
+    const std::uint32_t all_own = common(words.own);
+    const std::uint32_t all_images = common(words.image);
+    const std::uint32_t any_own = any(words.own);
+    const std::uint32_t any_images = any(words.image);
+    const word_lanes own = load<L>(reinterpret_cast<const std::int32_t*>(words.own));
+    const word_lanes images = load<L>(reinterpret_cast<const std::int32_t*>(words.image));
     int count = 0;
     found.segments = 0;
     for (int q = 0; q < p.segments; ++q) {
@@ -507,6 +540,8 @@ class turned_columns {
   // Any row.
   template <int G, bool Single>
   [[gnu::noinline]] void add_row(const turned_values<T>& values,
+                                 const row_words& words,
+                                 int r,
                                  std::int32_t i,
                                  const T* b,
                                  T* c_at) const {
@@ -529,7 +564,7 @@ class turned_columns {
       for (int k = 0; k < G; ++k) y[k] = fma(T{}, o_.alpha, y[k]);
     };
     for (int s = 0; s < sources_.count; ++s) {
-      const std::uint32_t word = sources_.own[s] ? words_.own[i] : words_.image[i];
+      const std::uint32_t word = sources_.own[s] ? words.own[r] : words.image[r];
       if ((word >> sources_.diagonal[s] & 1) == 0) continue;
       const auto column = static_cast<std::int32_t>(i + sources_.place[s]);
       if (column >= stop) {
@@ -547,13 +582,13 @@ class turned_columns {
     for (int k = 0; k < G; ++k) c[k * ldc] = y[k];
   }
 
-  held_diagonals diagonals_;
+  const held_diagonals& diagonals_;
+  const told_runs& told_;
   turned_sources sources_;
   triangle side_;
   compressed_matrix<T> a_;
   mm_operands<T> o_;
-  row_words words_;
-  T* room_;
+  turned_room<T> room_;
   block_bounds bounds_;
   std::int32_t rows_;
   std::uint32_t all_own_;

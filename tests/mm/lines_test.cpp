@@ -288,7 +288,7 @@ TYPED_TEST(mm_lines, give_the_bits_of_rows_for_grids) {
       {"HLNF", by_rows, {50, 5}, true, true, {8, 10}},
       {"SLNF", by_rows, {700}, false, false, {12}},
       // Several column blocks; the last step leads to another one.
-      {"SLNF", by_rows, {22, 20, 14}, false, false, {8, 9}},
+      {"SLNF", by_rows, {22, 20, 14}, false, false, {8, 9, 35}},
       {"SUNF", by_rows, {20, 18, 16}, true, false, {12}},
       {"SLNF", by_rows, {75, 75, 2}, false, true, {4, 3 + 4}},
   };
