@@ -178,18 +178,28 @@ class told_runs {
     const std::uint32_t* const kind = std::find(kind_, kind_ + kinds_, open_);
     const auto k = static_cast<int>(kind - kind_);
     if (k == most_kinds) full_ = true;
-    if (k == kinds_ && !full_) kind_[kinds_++] = open_;
+    if (k == kinds_ && !full_) {
+      kind_[kinds_] = open_;
+      lines_of_kind_[kinds_++] = 0;
+    }
+    const std::int32_t before = lines_;
     while (lines_ < line && !full_) {
       const std::int32_t lines = std::min(line - lines_, longest);
       run_[count_++] = static_cast<std::uint16_t>((lines - 1) * most_kinds + k);
       lines_ += lines;
       full_ = count_ == most_runs;
     }
+    if (lines_ > before) lines_of_kind_[k] += lines_ - before;
   }
 
   std::int32_t lines() const { return lines_; }
   std::int32_t lines_of(int run) const { return run_[run] / most_kinds + 1; }
   std::uint32_t word_of(int run) const { return kind_[run_[run] % most_kinds]; }
+  // The word of most of these lines; 0 when there are none.
+  std::uint32_t usual_word() const {
+    const auto* const most = std::max_element(lines_of_kind_, lines_of_kind_ + kinds_);
+    return kinds_ > 0 ? kind_[most - lines_of_kind_] : 0;
+  }
 
  private:
   static constexpr int most_runs = 16384;
@@ -202,6 +212,7 @@ class told_runs {
   std::uint32_t open_ = 0;
   bool full_ = false;
   std::uint32_t kind_[most_kinds];
+  std::int32_t lines_of_kind_[most_kinds];
   std::uint16_t run_[most_runs];
 };
 

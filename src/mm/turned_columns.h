@@ -179,9 +179,13 @@ class turned_columns {
         room_(room),
         bounds_(a.cols),
         rows_(a.rows) {
-    all_own_ = diagonals.all();
-    all_images_ =
-        all_own_ & ~(std::uint32_t{1} << (side == triangle::lower ? diagonals.count - 1 : 0));
+    const int own_diagonal = side == triangle::lower ? diagonals.count - 1 : 0;
+    usual_own_ = told.lines() > 0 ? told.usual_word() : diagonals.all();
+    usual_images_ = usual_own_ & ~(std::uint32_t{1} << own_diagonal);
+    for (int k = 0; k < diagonals.count; ++k) {
+      if ((usual_own_ >> k & 1) == 0) continue;
+      lead_ = std::max<std::int64_t>(lead_, std::abs(diagonals.place[k]));
+    }
   }
 
   // All columns: those behind the last four in the rounding of single ones.
@@ -242,6 +246,10 @@ class turned_columns {
     int segments = 0;
     source from[turned_sources::most];
     segment part[turned_sources::most];
+    // Of the rows that most are like.
+    int usual_segments = 0;
+    source usual_from[turned_sources::most];
+    segment usual_part[turned_sources::most];
   };
 
   using word_lanes = lanes<std::int32_t, L>;
@@ -272,6 +280,8 @@ class turned_columns {
     p.since = i;
     p.whole = true;
     p.segments = 0;
+    p.usual_segments = 0;
+    int usual = 0;
     for (int s = 0; s < sources_.count; ++s) {
       const std::int64_t place = sources_.place[s];
       const auto column =
@@ -288,6 +298,13 @@ class turned_columns {
       p.from[s] = {values.at(sources_.diagonal[s], line) - i, place};
       if (s == 0 || p.part[p.segments - 1].part != part) p.part[p.segments++] = {s, s, part};
       p.part[p.segments - 1].stop = s + 1;
+      if (((sources_.own[s] ? usual_own_ : usual_images_) >> sources_.diagonal[s] & 1) == 0)
+        continue;
+      if (usual == 0 || p.usual_part[p.usual_segments - 1].part != part) {
+        p.usual_part[p.usual_segments++] = {usual, usual, part};
+      }
+      p.usual_from[usual++] = p.from[s];
+      p.usual_part[p.usual_segments - 1].stop = usual;
     }
     p.until = p.whole ? until : std::int64_t{i} + 1;
   }
@@ -354,7 +371,7 @@ class turned_columns {
     std::int32_t i = first;
     for (; i + L <= stop; i += L, words.own += L, words.image += L) {
       if (i < p.since || i >= p.until) make_plan(values, i, p);
-      if (p.whole && all_are(words.own, all_own_) && all_are(words.image, all_images_)) {
+      if (p.whole && all_are(words.own, usual_own_) && all_are(words.image, usual_images_)) {
         add_rows<G, Single>(p, i, b, c);
         continue;
       }
@@ -387,24 +404,24 @@ class turned_columns {
     return w;
   }
 
-  // Rows that have all entries.
+  // Rows that have the usual entries.
   template <int G, bool Single>
   NEVRAD_INLINE void add_rows(const plan& p, std::int32_t i, const T* b_at, T* c_at) const {
     const T* const b = b_at + i;
     T* const c = c_at + i;
     if constexpr (!fixed_hints) {
       for (int k = 0; k < G; ++k) {
-        const T* const lead = b + diagonals_.reach();
+        const T* const lead = b + lead_;
         prefetch<cache::level1>(lead + k * std::int64_t{o_.ldb}, 8 * cache_line);
         prefetch<cache::level1>(c + k * std::int64_t{o_.ldc}, 8 * cache_line);
       }
     }
     if constexpr (Single) scale_rows<G>(c);
     std::int32_t next = 0;  // the part behind the last one
-    for (int q = 0; q < p.segments; ++q) {
-      const segment of = p.part[q];
-      const source* const from = p.from + of.first;
-      const source* const stop = p.from + of.stop;
+    for (int q = 0; q < p.usual_segments; ++q) {
+      const segment of = p.usual_part[q];
+      const source* const from = p.usual_from + of.first;
+      const source* const stop = p.usual_from + of.stop;
       if (Single && of.part != next) pass_over<G>(c);
       if (Single || q > 0) {
         add_part<G, false>(from, stop, i, b, c, o_);
@@ -591,8 +608,10 @@ class turned_columns {
   turned_room<T> room_;
   block_bounds bounds_;
   std::int32_t rows_;
-  std::uint32_t all_own_;
-  std::uint32_t all_images_;
+  // The entries of rows that most are like: not all, where some diagonal has but few.
+  std::uint32_t usual_own_;
+  std::uint32_t usual_images_;
+  std::int64_t lead_ = 0;  // how far such rows reach ahead
 };
 
 }  // namespace nevrad
