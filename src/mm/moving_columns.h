@@ -10,6 +10,7 @@
 #include "matrix/line_shapes.h"
 #include "matrix/sorted_rows.h"
 #include "mm/operands.h"
+#include "mm/ragged_blocks.h"
 #include "mm/row_parts.h"
 
 namespace nevrad {
@@ -62,51 +63,6 @@ bool takes_rows_as_lanes(const compressed_matrix<T>& a, const mm_operands<T>& o)
   return rows_move_on(a);
 }
 
-// Loads from the middle of a cache line, which on x86-64 often take two, bound the loop below:
-// there, three neighbours in a row take two loads and a move between registers.
-inline constexpr bool take_threes = !fixed_hints;
-
-// The parts of the rows of a block, by their entries, and up to which row they are the same.
-struct shape_parts {
-  struct part {
-    std::int32_t stop;  // one past its last step
-    bool gap;           // whether blocks of columns that hold nothing come before it
-  };
-  std::int32_t count = 0;
-  bool gap_behind = false;
-  std::int64_t row_stop = 0;  // one past the last row
-  part at[longest_shape];
-  // Entries of a step: three neighbours of one part, or one.
-  std::int8_t entries[longest_shape];
-
-  // For row i on.
-  void find(const line_shape& shape, const block_bounds& bounds, std::int32_t i) {
-    count = 0;
-    std::int32_t same = INT32_MAX;  // rows
-    std::int32_t column_stop = -1;
-    std::int32_t next_block = 0;
-    std::int32_t steps = 0;
-    for (std::int32_t k = 0; k < shape.length;) {
-      const std::int32_t column = shape.places[k] + i;
-      if (column >= column_stop) {
-        const std::int32_t block = bounds.block_of(column);
-        at[count++].gap = block != next_block;
-        next_block = block + 1;
-        column_stop = bounds.stop_of(column);
-      }
-      const bool are_three = take_threes && k + 2 < shape.length &&
-                             shape.places[k + 2] == shape.places[k] + 2 && column + 2 < column_stop;
-      const std::int32_t taken = are_three ? 3 : 1;
-      same = std::min(same, column_stop - (column + taken - 1));
-      entries[steps++] = static_cast<std::int8_t>(taken);
-      at[count - 1].stop = steps;
-      k += taken;
-    }
-    gap_behind = next_block != bounds.count();
-    row_stop = std::int64_t{i} + same;
-  }
-};
-
 // How the columns behind the narrowest panel differ: runs of blocks that hold nothing add a zero.
 enum class gaps : bool { left_alone, add_zero };
 
@@ -131,20 +87,46 @@ NEVRAD_INLINE lanes<float, 4> between(lanes<float, 4> before, lanes<float, 4> be
   return {__builtin_shufflevector(before.v, behind.v, 1, 2, 5, 6)};
 }
 
+// Whether each row of a block has an entry at each of its places.
+enum class row_kind : bool { whole, ragged };
+
+// The elements that the mask keeps, zero elsewhere.
+template <row_kind Rows, class T, class Mask>
+NEVRAD_INLINE lanes<T, 4> keep(lanes<T, 4> a, const Mask* mask) {
+  if constexpr (Rows == row_kind::whole) {
+    return a;
+  } else {
+    using masks = typename detail::vector_of<Mask, 4>::type;
+    masks kept;
+    __builtin_memcpy(&kept, mask, sizeof kept);
+    return {
+        __builtin_bit_cast(typename lanes<T, 4>::storage, __builtin_bit_cast(masks, a.v) & kept)};
+  }
+}
+
+// What blocks have in common.
+template <class T>
+struct block_form {
+  const std::int32_t* places;
+  const shape_parts* parts;
+  const typename ragged_block<T>::mask* kept;  // of ragged rows
+};
+
 // Updates N of a group. All sums of a part are in registers; C is not, as there is no room for it.
-template <int N, gaps Gaps, class T>
-NEVRAD_INLINE void update_block_group(const line_shape& shape,
-                                      const shape_parts& parts,
+template <int N, gaps Gaps, row_kind Rows = row_kind::whole, class T>
+NEVRAD_INLINE void update_block_group(const block_form<T>& form,
                                       const block_group<T>& group,
                                       lanes<T, 4> alpha,
                                       lanes<T, 4> beta) {
+  const shape_parts& parts = *form.parts;
+  const auto* kept = form.kept;
   // Of blocks in one column each has values of its own.
   const std::int64_t values_step = Gaps == gaps::add_zero ? group.values_step : 0;
   const std::int64_t b_step = group.b_step;
   const std::int64_t c_step = group.c_step;
   const lanes<T, 4> none = zero_lanes<T, 4>();
   const T* values = group.values;
-  const std::int32_t* place = shape.places;
+  const std::int32_t* place = form.places;
   std::int32_t step = 0;
   for (std::int32_t p = 0; p < parts.count; ++p) {
     const shape_parts::part part = parts.at[p];
@@ -157,19 +139,22 @@ NEVRAD_INLINE void update_block_group(const line_shape& shape,
           const T* const v = values + q * values_step;
           const lanes<T, 4> first = load<4>(at + q * b_step);
           const lanes<T, 4> third = load<4>(at + q * b_step + 2);
-          sum[q] = multiply_add(sum[q], first, load<4>(v));
-          sum[q] = multiply_add(sum[q], between(first, third), load<4>(v + 4));
-          sum[q] = multiply_add(sum[q], third, load<4>(v + 8));
+          const lanes<T, 4> second = between(first, third);
+          sum[q] = multiply_add(sum[q], keep<Rows>(first, kept), load<4>(v));
+          sum[q] = multiply_add(sum[q], keep<Rows>(second, kept + 4), load<4>(v + 4));
+          sum[q] = multiply_add(sum[q], keep<Rows>(third, kept + 8), load<4>(v + 8));
         }
         place += 3;
         values += 12;
+        if (Rows == row_kind::ragged) kept += 12;
       } else {
         for (int q = 0; q < N; ++q) {
-          sum[q] =
-              multiply_add(sum[q], load<4>(at + q * b_step), load<4>(values + q * values_step));
+          sum[q] = multiply_add(sum[q], keep<Rows>(load<4>(at + q * b_step), kept),
+                                load<4>(values + q * values_step));
         }
         ++place;
         values += 4;
+        if (Rows == row_kind::ragged) kept += 4;
       }
     } while (++step < part.stop);
     for (int q = 0; q < N; ++q) {
@@ -186,8 +171,49 @@ NEVRAD_INLINE void update_block_group(const line_shape& shape,
   }
 }
 
+// Asks for entries that are used later, as many with each block as last for all of them: asked for
+// at once they would hold up the loads of what is used now.
+template <class T>
+class entries_ahead {
+ public:
+  // The `entries` from here on, within `steps` steps.
+  void begin(const T* values,
+             const std::int32_t* indices,
+             std::int64_t entries,
+             std::int64_t steps) {
+    values_ = values;
+    indices_ = indices;
+    left_ = (entries + index_line - 1) / index_line;
+    lines_a_step_ = steps == 0 ? 0 : (left_ + steps - 1) / steps;
+  }
+
+  // To level 2: with the lines of many columns they would push each other out of level 1.
+  NEVRAD_INLINE void ask(std::int64_t steps) {
+    if constexpr (fixed_hints) return;
+    std::int64_t lines = std::min(lines_a_step_ * steps, left_);
+    left_ -= lines;
+    for (; lines > 0; --lines) {
+      for (std::int64_t k = 0; k < index_line; k += value_line) {
+        prefetch<cache::level2>(values_ + k, 0);
+      }
+      prefetch<cache::level2>(indices_, 0);
+      values_ += index_line;
+      indices_ += index_line;
+    }
+  }
+
+ private:
+  static constexpr std::int64_t value_line = cache_line / sizeof(T);
+  static constexpr std::int64_t index_line = cache_line / sizeof(std::int32_t);
+
+  const T* values_ = nullptr;
+  const std::int32_t* indices_ = nullptr;
+  std::int64_t left_ = 0;  // lines of indices, and the values that belong to them
+  std::int64_t lines_a_step_ = 0;
+};
+
 // The rows go a segment at a time, all columns of one before those of the next: blocks of one shape
-// as long as there is room for their values, and rows between them that are in none.
+// as long as there is room for their values, ragged ones between them, and rows that are in none.
 template <class T>
 class moving_columns {
  public:
@@ -196,6 +222,7 @@ class moving_columns {
         a_(rows.shape()),
         o_(o),
         bounds_(a_.cols),
+        any_ragged_(o.n >= few_columns || !stay_in_cache<T>(a_.cols, o.n)),
         alpha_(broadcast<4>(to_lane(o.alpha))),
         beta_(broadcast<4>(to_lane(o.beta))) {}
 
@@ -203,6 +230,7 @@ class moving_columns {
   void multiply(std::int32_t lo, std::int32_t hi) {
     for (std::int32_t i = lo; i < hi;) {
       i = take_segment(i, hi);
+      look_ahead(i, hi);
       std::int32_t j = 0;
       for (; o_.n - j >= 8; j += 8) multiply_group<8>(j);
       if (o_.n - j >= 4) {
@@ -223,9 +251,9 @@ class moving_columns {
   static constexpr std::int32_t few_columns = 16;
   static constexpr std::int32_t most_pieces = 64;
 
-  // Bytes, to level 2: the lines of many columns would push each other out of level 1.
-  static constexpr int entries_ahead = 8192;
-  static constexpr int columns_ahead = 512;
+  static constexpr int columns_ahead = 512;          // bytes, to level 2
+  static constexpr std::int64_t few_ahead = 512;     // entries, where segments are short
+  static constexpr std::int64_t level2 = 512 << 10;  // bytes of it that hold what was met before
 
   // Blocks one behind the other, or a row.
   struct piece {
@@ -234,7 +262,34 @@ class moving_columns {
     std::int32_t done;    // rows of one more block that are among those before; none: no such block
     bool was_sorted;      // a row that is read from sorted_
     const T* values;      // of blocks
+    const ragged_block<T>* ragged;  // what the one block is; null: blocks of the shape
   };
+
+  // Makes this segment's blocks ask for the entries of the next one, which begins with row i.
+  void look_ahead(std::int32_t i, std::int32_t hi) {
+    if constexpr (!fixed_hints) {
+      ahead_ = {};
+      if (i >= hi) return;
+      std::int64_t blocks = 0;
+      for (std::int32_t t = 0; t < pieces_; ++t) blocks += piece_[t].blocks;
+      const std::int64_t passes = o_.n / 8 + (o_.n % 8) / 4 + o_.n % 4;
+      const std::int64_t first = a_.begin[i] - a_.base + (o_.n < few_columns ? few_ahead : 0);
+      ahead_.begin(a_.values + first, a_.indices + first, filled_, blocks * passes);
+    }
+  }
+
+  // The places at which rows of B are met that are not in level 2: no place met them before, or
+  // one so long ago that others have taken their place.
+  void find_leads() {
+    leads_ = 0;
+    const std::int64_t of_row = 2 * std::int64_t{sizeof(T)} * o_.n +
+                                std::int64_t{sizeof(T) + sizeof(std::int32_t)} * shape_.length;
+    for (std::int32_t k = 0; k + 1 < shape_.length && o_.n >= few_columns; ++k) {
+      const std::int64_t rows = shape_.places[k + 1] - shape_.places[k];
+      if (rows * of_row > level2) lead_[leads_++] = shape_.places[k];
+    }
+    lead_[leads_++] = shape_.places[shape_.length - 1];
+  }
 
   // Answers the row behind it.
   std::int32_t take_segment(std::int32_t i, std::int32_t hi) {
@@ -245,7 +300,8 @@ class moving_columns {
       if (i >= unshaped_ && has_shape(i, hi)) {
         if (i + lines_a_block > parts_.row_stop) {
           if (any_blocks) break;
-          parts_.find(shape_, bounds_, i);
+          parts_.find(shape_.places, shape_.length, bounds_, i);
+          find_leads();
         }
         if (i + lines_a_block <= parts_.row_stop) {
           i = take_blocks(i, hi);
@@ -254,12 +310,31 @@ class moving_columns {
         }
         unshaped_ = parts_.row_stop;
       }
+      const bool are_four = i + lines_a_block <= hi;
+      ragged_block<T>* const ragged = are_four ? ragged_.find(a_, i) : nullptr;
+      if (ragged != nullptr && ragged->is_inside(a_, i)) {
+        if (i + lines_a_block > ragged->parts.row_stop) {
+          if (pieces_ > 0) break;
+          ragged->find_parts(bounds_, i);
+        }
+        if (i + lines_a_block <= ragged->parts.row_stop) {
+          if (filled_ + lines_a_block * ragged->length > room) break;
+          take_ragged(*ragged, i);
+          i += lines_a_block;
+          any_blocks = true;
+          continue;
+        }
+      }
       if (may_be_learnt(i, hi)) {
         if (any_blocks) break;
         if (learn_line_shape(a_, i, a_.base, shape_)) {
           parts_.row_stop = 0;
           continue;
         }
+      }
+      if (ragged == nullptr && may_be_ragged(i, hi)) {
+        if (pieces_ > 0) break;
+        if (ragged_.learn(a_, i) != nullptr) continue;
       }
       take_row(i);
       ++i;
@@ -284,6 +359,19 @@ class moving_columns {
            may_have_shape(a_, i) && is_line_block(a_, i, a_.base);
   }
 
+  bool may_be_ragged(std::int32_t i, std::int32_t hi) const {
+    return any_ragged_ && i + lines_a_block <= hi && shape_.length > 0 && ragged_.may_be_learnt();
+  }
+
+  void take_ragged(const ragged_block<T>& block, std::int32_t i) {
+    T* const values = values_ + filled_;
+    const std::int32_t first = a_.begin[i] - a_.base;
+    hint_entries(a_.values + first, a_.indices + first);
+    block.spread(a_, i, values);
+    filled_ += lines_a_block * block.length;
+    piece_[pieces_++] = {i, 1, 0, false, values, &block};
+  }
+
   // Takes the blocks from row i on that have the shape and the parts, one at least, as one piece.
   // Answers the row behind them.
   std::int32_t take_blocks(std::int32_t i, std::int32_t hi) {
@@ -291,10 +379,10 @@ class moving_columns {
     const std::int64_t length = shape_.length;
     const std::int32_t most = most_filled();
     piece& taken = piece_[pieces_];
-    taken = {i, 0, 0, false, values_ + filled_};
+    taken = {i, 0, 0, false, values_ + filled_, nullptr};
     shaped_blocks<T> blocks(shape_, a_, i, a_.base);
     do {
-      hint_entries(blocks.values, blocks.indices, a_.end + i);
+      hint_entries(blocks.values, blocks.indices);
       turn_over(blocks.values);
       blocks.next();
       ++taken.blocks;
@@ -303,6 +391,9 @@ class moving_columns {
     ++pieces_;
     // Rows left over, if they have the shape, are taken with the last ones before them.
     if (filled_ > most) return i;
+    if (i + lines_a_block <= stop && (may_be_ragged(i, hi) || ragged_.find(a_, i) != nullptr)) {
+      return i;
+    }
     for (std::int32_t rest = lines_a_block - 1; rest > 0; --rest) {
       const std::int32_t first = i + rest - lines_a_block;
       if (i + rest > stop || a_.end[i + rest - 1] - a_.end[i - 1] != rest * length) continue;
@@ -326,11 +417,9 @@ class moving_columns {
     filled_ += lines_a_block * shape_.length;
   }
 
-  NEVRAD_INLINE void hint_entries(const T* values,
-                                  const std::int32_t* indices,
-                                  const std::int32_t* end) const {
-    const std::int64_t entries = std::int64_t{lines_a_block} * shape_.length;
+  NEVRAD_INLINE void hint_entries(const T* values, const std::int32_t* indices) const {
     if constexpr (fixed_hints) {
+      const std::int64_t entries = std::int64_t{lines_a_block} * shape_.length;
       constexpr panel_hints hints = default_panel_hints<T>;
       for (std::int64_t k = panel_group; k <= entries; k += panel_group) {
         prefetch<cache::level1>(indices + k, hints.indices_near);
@@ -338,23 +427,13 @@ class moving_columns {
         prefetch<cache::level2>(indices + k, hints.indices_far);
         prefetch<cache::level2>(values + k, hints.values_far);
       }
-    } else {
-      constexpr std::int64_t line = cache_line / sizeof(T);
-      constexpr std::int64_t index_line = cache_line / sizeof(std::int32_t);
-      for (std::int64_t k = 0; k < entries; k += line) {
-        prefetch<cache::level2>(values + k, entries_ahead);
-      }
-      for (std::int64_t k = 0; k < entries; k += index_line) {
-        prefetch<cache::level2>(indices + k, entries_ahead / 2);
-      }
-      prefetch<cache::level2>(end, entries_ahead / 4);
     }
   }
 
   void take_row(std::int32_t i) {
     const bool in_order = ascends(i);
     if (!in_order) sorted_ = rows_.take(i, i + 1);
-    piece_[pieces_++] = {i, 0, 0, !in_order, nullptr};
+    piece_[pieces_++] = {i, 0, 0, !in_order, nullptr, nullptr};
   }
 
   bool ascends(std::int32_t i) const {
@@ -363,6 +442,11 @@ class moving_columns {
       if (indices[p] < indices[p - 1]) return false;
     }
     return true;
+  }
+
+  block_form<T> form_of(const piece& taken) const {
+    if (taken.ragged == nullptr) return {shape_.places, &parts_, nullptr};
+    return {taken.ragged->places, &taken.ragged->parts, taken.ragged->kept};
   }
 
   row_entries<T> entries_of(const piece& row) const {
@@ -381,17 +465,24 @@ class moving_columns {
         continue;
       }
       block_group<T> group{taken.values, b + taken.row, c, 0, o_.ldb, o_.ldc};
+      const block_form<T> form = form_of(taken);
+      if (taken.ragged != nullptr) {
+        ahead_.ask(1);
+        hint_columns<N>(group, taken.row / lines_a_block);
+        update_ragged<N, gaps::left_alone>(form, group);
+        continue;
+      }
       for (std::int32_t block = 0; block < taken.blocks; ++block) {
+        ahead_.ask(1);
         hint_columns<N>(group, taken.row / lines_a_block + block);
-        update_block_group<N, gaps::left_alone>(shape_, parts_, group, alpha_, beta_);
+        update_block_group<N, gaps::left_alone>(form, group, alpha_, beta_);
         move_on(group, 1);
       }
-      if (taken.done > 0) update_rest<N, gaps::left_alone>(group, taken.done);
+      if (taken.done > 0) update_rest<N, gaps::left_alone>(form, group, taken.done);
     }
   }
 
-  // A line of each column lasts for two blocks or more: in turn, those of C and those of B, at the
-  // place where B is first met.
+  // A line of each column lasts for two blocks or more: in turn, those of C and those of B.
   template <int N>
   NEVRAD_INLINE void hint_columns(const block_group<T>& group, std::int32_t block) const {
     if constexpr (!fixed_hints) {
@@ -400,9 +491,11 @@ class moving_columns {
           prefetch<cache::level2>(group.c + q * group.c_step, columns_ahead);
         }
       } else {
-        const T* const lead = group.b + shape_.places[shape_.length - 1];
-        for (int q = 0; q < N; ++q) {
-          prefetch<cache::level2>(lead + q * group.b_step, columns_ahead);
+        for (std::int32_t k = 0; k < leads_; ++k) {
+          const T* const lead = group.b + lead_[k];
+          for (int q = 0; q < N; ++q) {
+            prefetch<cache::level2>(lead + q * group.b_step, columns_ahead);
+          }
         }
       }
     }
@@ -423,16 +516,23 @@ class moving_columns {
       }
       block_group<T> group{taken.values, b + taken.row, c,
                            block_values, lines_a_block, lines_a_block};
+      const block_form<T> form = form_of(taken);
+      if (taken.ragged != nullptr) {
+        ahead_.ask(1);
+        update_ragged<1, gaps::add_zero>(form, group);
+        continue;
+      }
       std::int32_t left = taken.blocks;
       for (; left >= 4; left -= 4) {
-        update_block_group<4, gaps::add_zero>(shape_, parts_, group, alpha_, beta_);
+        ahead_.ask(4);
+        update_block_group<4, gaps::add_zero>(form, group, alpha_, beta_);
         move_on(group, 4);
       }
       for (; left > 0; --left) {
-        update_block_group<1, gaps::add_zero>(shape_, parts_, group, alpha_, beta_);
+        update_block_group<1, gaps::add_zero>(form, group, alpha_, beta_);
         move_on(group, 1);
       }
-      if (taken.done > 0) update_rest<1, gaps::add_zero>(group, taken.done);
+      if (taken.done > 0) update_rest<1, gaps::add_zero>(form, group, taken.done);
     }
   }
 
@@ -442,9 +542,17 @@ class moving_columns {
     group.c += blocks * lines_a_block;
   }
 
+  template <int N, gaps Gaps>
+  [[gnu::noinline]] void update_ragged(const block_form<T>& form,
+                                       const block_group<T>& group) const {
+    update_block_group<N, Gaps, row_kind::ragged>(form, group, alpha_, beta_);
+  }
+
   // The last rows of a block, the first `done` of which lie before the group and have their result.
   template <int N, gaps Gaps>
-  NEVRAD_INLINE void update_rest(const block_group<T>& group, std::int32_t done) {
+  NEVRAD_INLINE void update_rest(const block_form<T>& form,
+                                 const block_group<T>& group,
+                                 std::int32_t done) {
     T block[N * lines_a_block];
     block_group<T> aside = group;
     aside.b -= done;
@@ -453,7 +561,7 @@ class moving_columns {
     for (int q = 0; q < N; ++q) {
       store(block + q * lines_a_block, load<4>(group.c + (q * group.c_step - done)));
     }
-    update_block_group<N, Gaps>(shape_, parts_, aside, alpha_, beta_);
+    update_block_group<N, Gaps>(form, aside, alpha_, beta_);
     for (int q = 0; q < N; ++q) {
       for (std::int32_t r = done; r < lines_a_block; ++r) {
         group.c[q * group.c_step + r - done] = block[q * lines_a_block + r];
@@ -488,12 +596,18 @@ class moving_columns {
   const compressed_matrix<T> a_;
   const mm_operands<T> o_;
   const block_bounds bounds_;
+  // Whether ragged blocks are looked for. It pays within many columns or on many rows.
+  const bool any_ragged_;
   const lanes<T, 4> alpha_;
   const lanes<T, 4> beta_;
   compressed_matrix<T> sorted_{};
   line_shape shape_;
+  ragged_blocks<T> ragged_;
   shape_parts parts_;
   std::int64_t unshaped_ = 0;  // in rows in front of it the parts differ within a block
+  std::int32_t leads_ = 0;
+  std::int32_t lead_[longest_shape];
+  entries_ahead<T> ahead_;
   std::int32_t pieces_ = 0;
   std::int32_t filled_ = 0;  // of values_
   piece piece_[most_pieces];

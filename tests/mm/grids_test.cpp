@@ -42,19 +42,24 @@ lines<T> stencil(generator& random, grid g, bool all) {
 }
 
 template <class T>
+void expect_model(const matrix<T>& a, T alpha, T beta, const panel<T>& b, const panel<T>& before) {
+  panel<T> c = before;
+  const auto pointers = a.pointers_in(true);
+  ASSERT_EQ(csrmm<T>(0, a.rows, static_cast<int>(b.cols()), a.cols, alpha, "G00F", a.values.data(),
+                     a.indices.data(), pointers.begin, pointers.end, b.data(), b.ld(), beta,
+                     c.data(), c.ld()),
+            0);
+  const panel<T> want = model_product(path::swept, a, 0, b, alpha, beta, before);
+  EXPECT_SAME_ARRAYS(c.elements(), want.elements());
+}
+template <class T>
 void expect_model(generator& random, const matrix<T>& a, int n, int budget, T alpha, T beta) {
   SCOPED_TRACE(testing::Message() << random << ", " << a.rows << " by " << a.cols << ", n = " << n
                                   << ", budget " << budget);
   const budget_scope scope(budget);
   const auto b = panel<T>::random(random, a.cols, n, layout::column_major, n % 2);
   const auto before = panel<T>::random(random, a.rows, n, layout::column_major, n % 3);
-  panel<T> c = before;
-  const auto pointers = a.pointers_in(true);
-  ASSERT_EQ(csrmm<T>(0, a.rows, n, a.cols, alpha, "G00F", a.values.data(), a.indices.data(),
-                     pointers.begin, pointers.end, b.data(), b.ld(), beta, c.data(), c.ld()),
-            0);
-  const panel<T> want = model_product(path::swept, a, 0, b, alpha, beta, before);
-  EXPECT_SAME_ARRAYS(c.elements(), want.elements());
+  expect_model(a, alpha, beta, b, before);
 }
 template <class T>
 void expect_model(generator& random, const lines<T>& source, int cols, int n, int budget) {
@@ -86,7 +91,7 @@ TYPED_TEST(mm_grids, end_a_sum_where_a_block_of_columns_ends) {
   generator random(30);
   for (const grid& g : {grid{30, 9, 4, 4500, 600}, grid{41, 5, 2, 10050, 5200},
                         grid{400, 2, 2, 2400, 1500}, grid{70, 5, 1, 0, 6000}}) {
-    for (const int n : {3, 13}) {
+    for (const int n : {3, 13, 19}) {
       expect_model(random, stencil<T>(random, g, g.z != 4), columns_of(g), n, 1 + n % 2);
     }
   }
@@ -129,7 +134,7 @@ TYPED_TEST(mm_grids, see_a_single_entry_that_differs) {
       }
       if (row.size() < 2) row = {{1, random.value<T>()}, {0, random.value<T>()}};
     }
-    expect_model(random, source, cols, 1 + fault % 10, 1 + fault % 3);
+    expect_model(random, source, cols, 1 + fault % 19, 1 + fault % 3);
   }
 }
 
@@ -153,6 +158,25 @@ TYPED_TEST(mm_grids, keep_what_is_not_finite_in_its_place) {
       expect_model(random, a, n, 1, random.value<T>(), make<T>(R{-0.0}));
       expect_model(random, sound, n, 1, huge, random.value<T>());
     }
+  }
+}
+
+// Where lines end, some rows have no entry at a place where their neighbours have one.
+TYPED_TEST(mm_grids, take_nothing_where_only_neighbours_have_entries) {
+  using T = TypeParam;
+  using R = real_of<T>;
+  const grid g{25, 4, 3};
+  const int n = 19;
+  for (const bool all : {false, true}) {
+    generator random(300);
+    const auto source = stencil<T>(random, g, all);
+    const auto b = panel<T>::random(random, columns_of(g), n, layout::column_major);
+    const auto c = panel<T>::random(random, columns_of(g), n, layout::column_major);
+    for (int i = 3; i < columns_of(g); i += 40) {
+      for (int j = 0; j < n; ++j) b(i, j) = make<T>(std::numeric_limits<R>::infinity());
+    }
+    expect_model(compress<T>(source, columns_of(g), compression::rows, 1), make<T>(1), make<T>(1),
+                 b, c);
   }
 }
 
