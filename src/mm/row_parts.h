@@ -156,6 +156,24 @@ NEVRAD_INLINE lanes<T, W> add_entries(lanes<T, W> sum,
   return sum;
 }
 
+// The same in two chunks side by side, each with its source. What both need of an entry is loaded
+// once, and their chains hide each other.
+template <class T, int W, class Source>
+NEVRAD_INLINE void add_entries_side_by_side(lanes<T, W>& left,
+                                            lanes<T, W>& right,
+                                            const Source& source,
+                                            const Source& beside,
+                                            std::int64_t p,
+                                            std::int64_t end) {
+#pragma clang loop unroll(disable)
+  for (; p + 1 < end; p += 2) {
+    left = add_two_entries(left, source, p);
+    right = add_two_entries(right, beside, p);
+  }
+  left = add_entries(left, source, p, end);
+  right = add_entries(right, beside, p, end);
+}
+
 // Entries p up to but excluding `middle` on top of `first`, those from there up to but excluding
 // `end` on top of `second`. The sums of one row are a chain, of which long rows leave hardware no
 // other to see; so both go in step.
@@ -230,34 +248,48 @@ bool meets_distant_rows(const compressed_matrix<T>& a) {
 }
 
 // Rows of a row-major B of which each row of A meets those next to what the row before it met: out
-// of cache, they and C are asked for some rows ahead.
+// of cache, they, C and the entries are asked for some rows ahead.
+//
+// Into the second level: the first has too few places for lines on their way from memory, and what
+// they have to wait for, all other lines wait for as well. From the second level hardware takes
+// them in time.
 template <int W, class T>
 struct passing_rows : strided_rows<W, T> {
-  bool with_entries;  // ask for those as well
+  bool first;  // of the chunks of a row: the one that asks for entries
 };
+
+// Rows of B in other columns.
+template <class Rows>
+NEVRAD_INLINE Rows columns_on(Rows rows, std::int32_t columns) {
+  rows.at += columns;
+  return rows;
+}
 
 // How rows of A meet those of a row-major B.
 template <class T>
 class row_meetings {
  public:
   row_meetings(const compressed_matrix<T>& a, const mm_operands<T>& o)
-      : indices_(a.indices), last_(std::int64_t{csr_entries(a)} - 1), n_(o.n) {
+      : indices_(a.indices), last_(std::int64_t{csr_entries(a)} - 1) {
     if (fixed_hints || stay_in_cache<T>(a.cols, o.ldb)) return;
     way_ = meets_distant_rows(a) ? way::distant : way::passing;
   }
 
   bool distant() const { return way_ == way::distant; }
 
-  // Calls body with the rows of W columns of B, `at` at the first, of the one kind or the other.
+  // Calls body with the rows of W columns of B from `column` on, of the one kind or the other.
   template <int W, class Body>
-  NEVRAD_INLINE std::int32_t with_rows(const T* at, std::int64_t ld, const Body& body) const {
+  NEVRAD_INLINE std::int32_t with_rows(const T* b,
+                                       std::int64_t ld,
+                                       std::int32_t column,
+                                       const Body& body) const {
+    const T* const at = b + column;
     if constexpr (!fixed_hints) {
-      if (way_ == way::distant)
+      if (way_ == way::distant) {
         return body(distant_rows<strided_rows<W, T>>{{at, ld}, indices_, last_});
+      }
       if constexpr (sizeof(T) * W >= cache_line) {
-        // Of many columns each chunk would ask again, for little of all that is moved.
-        const bool with_entries = n_ <= 2 * mm_chunk<T>;
-        if (way_ == way::passing) return body(passing_rows<W, T>{{at, ld}, with_entries});
+        if (way_ == way::passing) return body(passing_rows<W, T>{{at, ld}, column == 0});
       }
     }
     return body(strided_rows<W, T>{at, ld});
@@ -269,10 +301,10 @@ class row_meetings {
   way way_ = way::at_hand;
   const std::int32_t* indices_;
   std::int64_t last_;
-  std::int32_t n_;
 };
 
-// Asks for what comes behind entries p to end - 1 of a row and its part of C.
+// Asks for what comes behind entries p to end - 1 of a row and its part of C. Of B that is what the
+// last entry leads on to: all else was met by earlier rows.
 template <class T, class Rows>
 NEVRAD_INLINE void fetch_rows_behind(const Rows& /*rows*/,
                                      const std::int32_t* /*indices*/,
@@ -288,12 +320,11 @@ NEVRAD_INLINE void fetch_rows_behind(const passing_rows<W, T>& rows,
                                      const T* c,
                                      std::int64_t ldc) {
   constexpr std::int64_t size = sizeof(T);
-  constexpr std::int64_t on = std::max<std::int64_t>(8 * cache_line / (W * size), 1);
+  constexpr std::int64_t on = std::max<std::int64_t>(64 * cache_line / (W * size), 1);
   if (p >= end) return;
   for (std::int64_t j = 0; j < W; j += cache_line / size) {
-    prefetch<cache::level1>(rows.at + indices[p] * rows.ld, (on * rows.ld + j) * size);
-    prefetch<cache::level1>(rows.at + indices[end - 1] * rows.ld, (on * rows.ld + j) * size);
-    prefetch<cache::level1>(c, (on * ldc + j) * size);
+    prefetch<cache::level2>(rows.at + indices[end - 1] * rows.ld, (on * rows.ld + j) * size);
+    prefetch<cache::level2>(c, (on * ldc + j) * size);
   }
 }
 
@@ -310,15 +341,15 @@ NEVRAD_INLINE void fetch_entries_behind(const passing_rows<W, T>& rows,
                                         const std::int32_t* indices,
                                         std::int64_t p,
                                         std::int64_t end) {
-  constexpr int values_ahead = 2048;
+  constexpr int values_ahead = 8192;
   constexpr int size = sizeof(T);
   constexpr int in_line = cache_line / sizeof(std::int32_t);
-  if (!rows.with_entries) return;
+  if (!rows.first) return;
   for (; p < end; p += in_line) {
     for (int at = 0; at < in_line * size; at += cache_line) {
-      prefetch<cache::level1>(values + p, values_ahead + at);
+      prefetch<cache::level2>(values + p, values_ahead + at);
     }
-    prefetch<cache::level1>(indices + p, values_ahead / size * int{sizeof(std::int32_t)});
+    prefetch<cache::level2>(indices + p, values_ahead / size * int{sizeof(std::int32_t)});
   }
 }
 
@@ -406,9 +437,46 @@ NEVRAD_INLINE lanes_pair<T, W> multiply_part_pair(const row_entries<T>& a,
 // at the first that does not.
 enum class order : bool { known, looked_at };
 
+// Updates two chunks of W columns side by side in a row of C, of entries p to end - 1.
+template <int W, class T, class Rows>
+NEVRAD_INLINE void update_side_by_side(const row_entries<T>& a,
+                                       const block_bounds& bounds,
+                                       std::int64_t p,
+                                       std::int64_t end,
+                                       const Rows& rows,
+                                       T* c,
+                                       lanes<T, W> scale,
+                                       lanes<T, W> scale_c) {
+  using source = value_times_row<T, Rows>;
+  const source left_of_b{a.values, a.indices, rows};
+  const source right_of_b{a.values, a.indices, columns_on(rows, W)};
+  // Two chunks of C and two of sums do not fit in registers.
+  store(c, multiply_fused(load<W>(c), scale_c));
+  store(c + W, multiply_fused(load<W>(c + W), scale_c));
+  while (p < end) {
+    const std::int32_t stop = bounds.stop_of(a.indices[p] - a.base) + a.base;
+    lanes<T, W> left = zero_lanes<T, W>();
+    lanes<T, W> right = zero_lanes<T, W>();
+    if (a.indices[end - 1] < stop) {
+      add_entries_side_by_side(left, right, left_of_b, right_of_b, p, end);
+      p = end;
+    } else {
+#pragma clang loop unroll(disable)
+      do {
+        left = add_entries(left, left_of_b, p, p + 1);
+        right = add_entries(right, right_of_b, p, p + 1);
+        ++p;
+      } while (a.indices[p] < stop);
+    }
+    store(c, multiply_add(load<W>(c), left, scale));
+    store(c + W, multiply_add(load<W>(c + W), right, scale));
+  }
+}
+
 // Updates W columns of the rows of C, ldc apart: c * beta, then alpha times each part's sum in
-// turn. Parts without entries leave c alone. Answers with the number of rows done.
-template <int W, order Order = order::known, class T, class Rows>
+// turn. Parts without entries leave c alone. Of two chunks, the second is that of the next W
+// columns. Answers with the number of rows done.
+template <int W, order Order = order::known, int Chunks = 1, class T, class Rows>
 NEVRAD_INLINE std::int32_t update_rows(const row_entries<T>& entries,
                                        const block_bounds& block_bounds_of,
                                        const Rows& rows_of_b,
@@ -424,7 +492,7 @@ NEVRAD_INLINE std::int32_t update_rows(const row_entries<T>& entries,
   const lanes<T, W> scale_c = broadcast<W>(to_lane(beta));
   std::int64_t p = a.begin;
   std::int32_t i = 0;
-  if constexpr (sizeof(T) * W <= cache_line) {
+  if constexpr (Chunks == 1 && sizeof(T) * W <= cache_line) {
     if (a.are_long()) {
       for (; i + 1 < a.rows; i += 2, c += 2 * ldc) {
         const std::int64_t middle = a.end[i];
@@ -454,6 +522,13 @@ NEVRAD_INLINE std::int32_t update_rows(const row_entries<T>& entries,
       if (!ascent.ascends()) break;
     }
     fetch_rows_behind(rows, a.indices, p, end, c, ldc);
+    fetch_entries_behind(rows, a.values, a.indices, p, end);
+    if constexpr (Chunks == 2) {
+      fetch_rows_behind(columns_on(rows, W), a.indices, p, end, c + W, ldc);
+      update_side_by_side(a, bounds, p, end, rows, c, scale, scale_c);
+      p = end;
+      continue;
+    }
     lanes<T, W> row = multiply_fused(load<W>(c), scale_c);
     while (p < end) {
       const std::int32_t stop = bounds.stop_of(a.indices[p] - a.base) + a.base;

@@ -18,11 +18,24 @@
 
 namespace nevrad {
 
+// The widest chunk of columns in lanes. Where registers are, two of them go side by side.
+template <class T>
+inline constexpr int widest_lanes = 2 * mm_chunk<T>;
+template <class T>
+inline constexpr bool has_chunk_pairs = !is_complex<T> && !fixed_hints;
+
+// Whether to take them: where rows of B lie far apart, half of each at a time has hardware fetch
+// the other half meanwhile.
+template <class T>
+bool takes_chunk_pairs(const compressed_matrix<T>& a, const mm_operands<T>& o) {
+  return has_chunk_pairs<T> && o.n > widest_lanes<T> && !meets_distant_rows(a);
+}
+
 // Rows for which a chunk of columns is computed before the next one. Of wide rows of B that come
 // from memory unasked, all that an entry needs is fetched at once: it lies together.
 template <class T>
-std::int32_t rows_at_once(std::int32_t n, bool b_at_hand = false) {
-  if (n <= 2 * mm_chunk<T>) return mm_rows_at_once;
+std::int32_t rows_at_once(std::int32_t n, bool b_at_hand = false, bool pairs = false) {
+  if (n <= (pairs ? 2 : 1) * widest_lanes<T>) return mm_rows_at_once;
   return b_at_hand ? mm_rows_at_once / 4 : 1;
 }
 
@@ -33,9 +46,10 @@ NEVRAD_INLINE void for_rows_at_once(const rows_in_order<T>& rows,
                                     std::int32_t hi,
                                     const mm_operands<T>& o,
                                     const row_meetings<T>& meetings,
+                                    bool pairs,
                                     const Multiply& multiply) {
   const bool at_hand = stay_in_cache<T>(rows.shape().cols, o.ldb) || meetings.distant();
-  const std::int32_t at_once = rows_at_once<T>(o.n, at_hand);
+  const std::int32_t at_once = rows_at_once<T>(o.n, at_hand, pairs);
   std::int32_t stop = lo;
   for (std::int32_t r = lo; r < hi; r = stop) {
     stop = r + std::min(at_once, hi - r);
@@ -43,15 +57,17 @@ NEVRAD_INLINE void for_rows_at_once(const rows_in_order<T>& rows,
   }
 }
 
-// Rows r to stop - 1 for a chunk of columns at a time, and behind the first `in_chunks` for single
-// ones. kernel(order, width, column, record, first) computes a chunk from row `first` on and
-// answers with the row where it stopped; that of the first chunk looks at the order.
+// Rows r to stop - 1 for a chunk of columns or a pair of them at a time, and behind the first
+// `in_chunks` for single columns. kernel(order, width, column, record, first) computes a chunk from
+// row `first` on and answers with the row where it stopped; that of the first chunk looks at the
+// order.
 template <class T, class Kernel>
 NEVRAD_INLINE void multiply_chunks(const rows_in_order<T>& rows,
                                    std::int32_t r,
                                    std::int32_t stop,
                                    std::int32_t in_chunks,
                                    std::int32_t columns,
+                                   bool pairs,
                                    const Kernel& kernel) {
   const compressed_matrix<T>& shape = rows.shape();
   using looked_at = std::integral_constant<order, order::looked_at>;
@@ -68,7 +84,15 @@ NEVRAD_INLINE void multiply_chunks(const rows_in_order<T>& rows,
     }
     kernel(known{}, w, at, a, first);
   };
-  for_each_chunk<T>(in_chunks, multiply);
+  std::int32_t in_pairs = 0;
+  if constexpr (has_chunk_pairs<T>) {
+    constexpr int width = 2 * widest_lanes<T>;
+    for (; pairs && in_chunks - in_pairs >= width; in_pairs += width) {
+      multiply(panel_width<width>{}, in_pairs);
+    }
+  }
+  for_each_chunk<T>(in_chunks - in_pairs,
+                    [&](auto w, std::int32_t at) { multiply(w, in_pairs + at); });
   for (std::int32_t j = in_chunks; j < columns; ++j) multiply(panel_width<1>{}, j);
 }
 
@@ -82,6 +106,7 @@ void multiply_rows_in_place(const rows_in_order<T>& source,
   const row_meetings<T> meetings(source.shape(), o);
   const bool scattered = meetings.distant() && rows_are_scattered(source.shape(), bounds);
   part_ends<T> ends(bounds);
+  const bool pairs = takes_chunk_pairs(source.shape(), o);
   const auto multiply = [&](const rows_in_order<T>& rows, std::int32_t r, std::int32_t stop) {
     const auto kernel = [&](auto how, auto w, std::int32_t at, const compressed_matrix<T>& a,
                             std::int32_t first) {
@@ -92,18 +117,22 @@ void multiply_rows_in_place(const rows_in_order<T>& source,
         const auto x = [=](std::int32_t index) { return to_element(of_b(index)); };
         return first + update_column<how()>(entries, bounds, x, c, o.ldc, o.alpha, o.beta);
       } else {
-        return meetings.template with_rows<w()>(o.b + at, o.ldb, [&](const auto& of_b) {
-          if (scattered && ends.find(entries)) {
-            return first + update_scattered_rows<w(), how()>(entries, ends.at_positions(), of_b, c,
-                                                             o.ldc, o.alpha, o.beta);
+        constexpr int width = std::min(w(), widest_lanes<T>);
+        return meetings.template with_rows<width>(o.b, o.ldb, at, [&](const auto& of_b) {
+          if constexpr (w() == width) {
+            if (scattered && ends.find(entries)) {
+              return first + update_scattered_rows<w(), how()>(entries, ends.at_positions(), of_b,
+                                                               c, o.ldc, o.alpha, o.beta);
+            }
           }
-          return first + update_rows<w(), how()>(entries, bounds, of_b, c, o.ldc, o.alpha, o.beta);
+          return first + update_rows<width, how(), w() / width>(entries, bounds, of_b, c, o.ldc,
+                                                                o.alpha, o.beta);
         });
       }
     };
-    multiply_chunks(rows, r, stop, o.n / 4 * 4, o.n, kernel);
+    multiply_chunks(rows, r, stop, o.n / 4 * 4, o.n, pairs, kernel);
   };
-  for_rows_at_once(source, lo, hi, o, meetings, multiply);
+  for_rows_at_once(source, lo, hi, o, meetings, pairs, multiply);
 }
 
 // Direct: W columns, and how an element of C comes about.
@@ -139,8 +168,9 @@ struct direct_chunk {
   }
 };
 
-// Rows from `row` on, `c` at the chunk of the first one. Answers with the row where it stops.
-template <order Order, int W, class T, class Rows>
+// Rows from `row` on, `c` at the chunk of the first one, or the first of two chunks side by side.
+// Answers with the row where it stops.
+template <order Order, int Chunks, int W, class T, class Rows>
 std::int32_t direct_rows(const compressed_matrix<T>& a,
                          std::int32_t row,
                          std::int32_t hi,
@@ -159,7 +189,18 @@ std::int32_t direct_rows(const compressed_matrix<T>& a,
     }
     fetch_rows_behind(own.b, own.indices, p, stop, c, ldc);
     fetch_entries_behind(own.b, own.values, own.indices, p, stop);
-    own.finish(c, add_entries(own.start(c), own, p, stop));
+    if constexpr (Chunks == 2) {
+      direct_chunk<W, T, Rows> beside = own;
+      beside.b = columns_on(own.b, W);
+      fetch_rows_behind(beside.b, own.indices, p, stop, c + W, ldc);
+      lanes<T, W> left = own.start(c);
+      lanes<T, W> right = own.start(c + W);
+      add_entries_side_by_side(left, right, own, beside, p, stop);
+      own.finish(c, left);
+      own.finish(c + W, right);
+    } else {
+      own.finish(c, add_entries(own.start(c), own, p, stop));
+    }
     p = stop;
   }
   return row;
@@ -195,7 +236,7 @@ std::int32_t direct_long_rows(const compressed_matrix<T>& a,
     own.finish(c + ldc, lower);
     p = stop;
   }
-  return row < hi ? direct_rows<Order>(a, row, hi, chunk, c, ldc) : row;
+  return row < hi ? direct_rows<Order, 1>(a, row, hi, chunk, c, ldc) : row;
 }
 
 // One column of rows of C, `c` at it. Rows as in direct_rows.
@@ -245,6 +286,7 @@ void mm_rows_direct(const rows_in_order<T>& source,
   const compressed_matrix<T>& shape = source.shape();
   const bool are_long = row_entries<T>(shape, 0, shape.rows).are_long();
   const row_meetings<T> meetings(shape, o);
+  const bool pairs = takes_chunk_pairs(shape, o);
   // Real columns behind the last whole chunk round as those within, so narrower chunks take them.
   constexpr int widest = mm_chunk<T>;
   const std::int32_t in_chunks = is_complex<T> ? o.n / widest * widest : o.n / 4 * 4;
@@ -256,20 +298,21 @@ void mm_rows_direct(const rows_in_order<T>& source,
         const strided_rows<1, T> of_b{o.b + at, o.ldb};
         return direct_column<how()>(a, first, stop, of_b, c, o.ldc, o.alpha, o.beta);
       } else {
-        return meetings.template with_rows<w()>(o.b + at, o.ldb, [&](const auto& of_b) {
-          const direct_chunk<w(), T, std::decay_t<decltype(of_b)>> chunk{a.values, a.indices, of_b,
-                                                                         to_lane(o.alpha),
-                                                                         to_lane(o.beta)};
+        constexpr int width = std::min(w(), widest_lanes<T>);
+        return meetings.template with_rows<width>(o.b, o.ldb, at, [&](const auto& of_b) {
+          const direct_chunk<width, T, std::decay_t<decltype(of_b)>> chunk{a.values, a.indices,
+                                                                           of_b, to_lane(o.alpha),
+                                                                           to_lane(o.beta)};
           if constexpr (w() <= widest) {
             if (are_long) return direct_long_rows<how()>(a, first, stop, chunk, c, o.ldc);
           }
-          return direct_rows<how()>(a, first, stop, chunk, c, o.ldc);
+          return direct_rows<how(), w() / width>(a, first, stop, chunk, c, o.ldc);
         });
       }
     };
-    multiply_chunks(rows, r, stop, in_chunks, o.n, kernel);
+    multiply_chunks(rows, r, stop, in_chunks, o.n, pairs, kernel);
   };
-  for_rows_at_once(source, lo, hi, o, meetings, multiply);
+  for_rows_at_once(source, lo, hi, o, meetings, pairs, multiply);
 }
 
 }  // namespace nevrad

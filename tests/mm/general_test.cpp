@@ -409,6 +409,34 @@ TEST(part_ends, lie_where_blocks_change) {
   }
 }
 
+// Many columns, of which two chunks go side by side, with a B in cache and one that no cache holds.
+// Rows follow each other; blocks of columns end within them, and some do not ascend.
+TYPED_TEST(general_mm, adds_in_the_fixed_order_in_pairs_of_chunks) {
+  using T = TypeParam;
+  constexpr int chunk = 64 / static_cast<int>(sizeof(T));
+  constexpr int cols = 5400;
+  for (const bool dense : {false, true}) {
+    for (const int n : {4 * chunk, 5 * chunk + 5, 8 * chunk + 1}) {
+      generator random(static_cast<std::uint64_t>(550 + n));
+      lines<T> source(68);
+      for (std::size_t i = 0; i < source.size(); ++i) {
+        for (int p = 0; p < (dense ? 48 + static_cast<int>(i % 7) : static_cast<int>(i % 19)); ++p)
+          source[i].emplace_back(5000 + static_cast<int>(i) + 3 * p, random.value<T>());
+        if (i > 40 && i % 9 > 6) std::swap(source[i].front(), source[i].back());
+      }
+      const int extra = !is_native ? 0 : 1600 / static_cast<int>(sizeof(T)) - n;
+      for (const int beyond : {0, extra}) {
+        const problem<T> p(random, compress<T>(source, cols, compression::rows, 0), 0,
+                           layout::row_major, n, beyond);
+        const panel<T> want = p.model(dense ? path::swept : path::direct);
+        for (const int budget : {1, 2})
+          EXPECT_SAME_ARRAYS(p.run(budget).elements(), want.elements());
+        if (extra == 0) break;
+      }
+    }
+  }
+}
+
 // Signs of zero, infinities and NaN go through every path as its operations make them: panels leave
 // rows and blocks without entries alone, the last columns add alpha * 0.
 TYPED_TEST(general_mm, keeps_special_values) {
