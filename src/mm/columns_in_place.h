@@ -146,13 +146,13 @@ void multiply_panel_in_place(rows_of_part<T>& part,
       if (!panels.shared() && !window.hold(used)) {
         return update_by(gathered_rows<W, T>{b - base, o.ldb});
       }
-      if constexpr (!fixed_hints) {
+      if constexpr (!fixed_hints && how() == order::known) {
         const distant_rows<packed_rows<W, T>> later{packed, part.shape().indices - base,
                                                     std::int64_t{csr_entries(part.shape())} - 1 +
                                                         base};
         if (scattered && ends.find(entries)) {
-          return first + update_scattered_rows<W, how()>(entries, ends.at_positions(), later,
-                                                         c_rows, W, o.alpha, o.beta);
+          update_scattered_rows<W>(entries, ends.at_positions(), later, c_rows, W, o.alpha, o.beta);
+          return stop;
         }
         if (distant) return update_by(later);
       }
@@ -162,7 +162,7 @@ void multiply_panel_in_place(rows_of_part<T>& part,
     using looked_at = std::integral_constant<order, order::looked_at>;
     using known = std::integral_constant<order, order::known>;
     std::int32_t first = r;
-    if (part.look(stop)) first = update(looked_at{}, part.shape(), first);
+    if (!distant && part.look(stop)) first = update(looked_at{}, part.shape(), first);
     if (first < stop) update(known{}, part.take(first, stop), first);
     store_tile_of_c<W>(tile, c, o.ldc, stop - r);
   }

@@ -96,6 +96,10 @@ struct distant_rows : Rows {
   const std::int32_t* indices;  // of all entries
   std::int64_t last;            // the last one of them
 };
+template <class Rows>
+inline constexpr bool are_distant = false;
+template <class Rows>
+inline constexpr bool are_distant<distant_rows<Rows>> = true;
 
 // Asks for what an entry some way behind position p meets.
 template <class Rows>
@@ -278,15 +282,18 @@ class row_meetings {
   bool distant() const { return way_ == way::distant; }
 
   // Calls body with the rows of W columns of B from `column` on, of the one kind or the other.
-  template <int W, class Body>
+  // MayBeDistant: of kernels that are called for distant rows as well.
+  template <int W, bool MayBeDistant, class Body>
   NEVRAD_INLINE std::int32_t with_rows(const T* b,
                                        std::int64_t ld,
                                        std::int32_t column,
                                        const Body& body) const {
     const T* const at = b + column;
     if constexpr (!fixed_hints) {
-      if (way_ == way::distant) {
-        return body(distant_rows<strided_rows<W, T>>{{at, ld}, indices_, last_});
+      if constexpr (MayBeDistant) {
+        if (way_ == way::distant) {
+          return body(distant_rows<strided_rows<W, T>>{{at, ld}, indices_, last_});
+        }
       }
       if constexpr (sizeof(T) * W >= cache_line) {
         if (way_ == way::passing) return body(passing_rows<W, T>{{at, ld}, column == 0});

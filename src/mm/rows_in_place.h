@@ -60,7 +60,7 @@ NEVRAD_INLINE void for_rows_at_once(const rows_in_order<T>& rows,
 // Rows r to stop - 1 for a chunk of columns or a pair of them at a time, and behind the first
 // `in_chunks` for single columns. kernel(order, width, column, record, first) computes a chunk from
 // row `first` on and answers with the row where it stopped; that of the first chunk looks at the
-// order.
+// order, but for distant rows, next to which a look of its own costs nothing.
 template <class T, class Kernel>
 NEVRAD_INLINE void multiply_chunks(const rows_in_order<T>& rows,
                                    std::int32_t r,
@@ -68,12 +68,13 @@ NEVRAD_INLINE void multiply_chunks(const rows_in_order<T>& rows,
                                    std::int32_t in_chunks,
                                    std::int32_t columns,
                                    bool pairs,
+                                   bool distant,
                                    const Kernel& kernel) {
   const compressed_matrix<T>& shape = rows.shape();
   using looked_at = std::integral_constant<order, order::looked_at>;
   using known = std::integral_constant<order, order::known>;
-  const bool look =
-      !rows.known() && shape.end[stop - 1] <= shape.end[shape.rows - 1] - ascent_check::reach;
+  const bool look = !rows.known() && !distant &&
+                    shape.end[stop - 1] <= shape.end[shape.rows - 1] - ascent_check::reach;
   compressed_matrix<T> a = look ? shape : rows.take(r, stop);
   const auto multiply = [&](auto w, std::int32_t at) {
     std::int32_t first = r;
@@ -118,11 +119,13 @@ void multiply_rows_in_place(const rows_in_order<T>& source,
         return first + update_column<how()>(entries, bounds, x, c, o.ldc, o.alpha, o.beta);
       } else {
         constexpr int width = std::min(w(), widest_lanes<T>);
-        return meetings.template with_rows<width>(o.b, o.ldb, at, [&](const auto& of_b) {
-          if constexpr (w() == width) {
+        constexpr bool may_be_distant = w() == width && how() == order::known;
+        return meetings.template with_rows<width, may_be_distant>(o.b, o.ldb, at, [&](auto of_b) {
+          if constexpr (are_distant<decltype(of_b)>) {
             if (scattered && ends.find(entries)) {
-              return first + update_scattered_rows<w(), how()>(entries, ends.at_positions(), of_b,
-                                                               c, o.ldc, o.alpha, o.beta);
+              update_scattered_rows<w()>(entries, ends.at_positions(), of_b, c, o.ldc, o.alpha,
+                                         o.beta);
+              return stop;
             }
           }
           return first + update_rows<width, how(), w() / width>(entries, bounds, of_b, c, o.ldc,
@@ -130,7 +133,7 @@ void multiply_rows_in_place(const rows_in_order<T>& source,
         });
       }
     };
-    multiply_chunks(rows, r, stop, o.n / 4 * 4, o.n, pairs, kernel);
+    multiply_chunks(rows, r, stop, o.n / 4 * 4, o.n, pairs, meetings.distant(), kernel);
   };
   for_rows_at_once(source, lo, hi, o, meetings, pairs, multiply);
 }
@@ -299,10 +302,10 @@ void mm_rows_direct(const rows_in_order<T>& source,
         return direct_column<how()>(a, first, stop, of_b, c, o.ldc, o.alpha, o.beta);
       } else {
         constexpr int width = std::min(w(), widest_lanes<T>);
-        return meetings.template with_rows<width>(o.b, o.ldb, at, [&](const auto& of_b) {
-          const direct_chunk<width, T, std::decay_t<decltype(of_b)>> chunk{a.values, a.indices,
-                                                                           of_b, to_lane(o.alpha),
-                                                                           to_lane(o.beta)};
+        constexpr bool may_be_distant = w() == width && how() == order::known;
+        return meetings.template with_rows<width, may_be_distant>(o.b, o.ldb, at, [&](auto of_b) {
+          const direct_chunk<width, T, decltype(of_b)> chunk{a.values, a.indices, of_b,
+                                                             to_lane(o.alpha), to_lane(o.beta)};
           if constexpr (w() <= widest) {
             if (are_long) return direct_long_rows<how()>(a, first, stop, chunk, c, o.ldc);
           }
@@ -310,7 +313,7 @@ void mm_rows_direct(const rows_in_order<T>& source,
         });
       }
     };
-    multiply_chunks(rows, r, stop, in_chunks, o.n, pairs, kernel);
+    multiply_chunks(rows, r, stop, in_chunks, o.n, pairs, meetings.distant(), kernel);
   };
   for_rows_at_once(source, lo, hi, o, meetings, pairs, multiply);
 }

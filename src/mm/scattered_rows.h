@@ -112,15 +112,15 @@ struct open_row {
   lanes<T, W> sum;  // of the part
 };
 
-// As update_rows, `ends` telling at each position whether it ends a part.
-template <int W, order Order, class T, class Rows>
-NEVRAD_INLINE std::int32_t update_scattered_rows(const row_entries<T>& entries,
-                                                 const choice<T>* ends_of_parts,
-                                                 const Rows& rows_of_b,
-                                                 T* c,
-                                                 std::int64_t ldc,
-                                                 T alpha,
-                                                 T beta) {
+// As update_rows for ascending rows, `ends` telling at each position whether it ends a part.
+template <int W, class T, class Rows>
+NEVRAD_INLINE void update_scattered_rows(const row_entries<T>& entries,
+                                         const choice<T>* ends_of_parts,
+                                         const Rows& rows_of_b,
+                                         T* c,
+                                         std::int64_t ldc,
+                                         T alpha,
+                                         T beta) {
   // In registers, whatever is stored.
   const row_entries<T> a = entries;
   const choice<T>* const ends = ends_of_parts;
@@ -140,13 +140,6 @@ NEVRAD_INLINE std::int32_t update_scattered_rows(const row_entries<T>& entries,
 #pragma clang loop unroll(disable)
     for (; p < end; ++p) add_entry(to, p);
   };
-  const auto ascend = [&](std::int64_t p, std::int64_t middle, std::int64_t end) {
-    if (Order == order::known) return true;
-    ascent_check ascent;
-    ascent.look_at(a.indices, p, middle);
-    ascent.look_at(a.indices, middle, end);
-    return ascent.ascends();
-  };
   std::int64_t p = a.begin;
   std::int32_t i = 0;
   // A row is a chain; two go in step where there is room for both.
@@ -154,9 +147,6 @@ NEVRAD_INLINE std::int32_t update_scattered_rows(const row_entries<T>& entries,
     for (; i + 1 < a.rows; i += 2, c += 2 * ldc) {
       const std::int64_t middle = a.end[i];
       const std::int64_t end = a.end[i + 1];
-      if (!ascend(p, middle, end)) break;
-      fetch_rows_behind(rows, a.indices, p, middle, c, ldc);
-      fetch_rows_behind(rows, a.indices, middle, end, c + ldc, ldc);
       open_row<W, T> first = start(c);
       open_row<W, T> second = start(c + ldc);
       const std::int64_t both = std::min(middle - p, end - middle);
@@ -174,14 +164,11 @@ NEVRAD_INLINE std::int32_t update_scattered_rows(const row_entries<T>& entries,
   }
   for (; i < a.rows; ++i, c += ldc) {
     const std::int64_t end = a.end[i];
-    if (!ascend(p, end, end)) break;
-    fetch_rows_behind(rows, a.indices, p, end, c, ldc);
     open_row<W, T> only = start(c);
     add_entries(only, p, end);
     store(c, only.row);
     p = end;
   }
-  return i;
 }
 
 }  // namespace nevrad

@@ -180,5 +180,33 @@ TYPED_TEST(mm_grids, take_nothing_where_only_neighbours_have_entries) {
   }
 }
 
+// A sum may be -0, by underflow, when the row ends and its neighbours do not.
+TYPED_TEST(mm_grids, keep_the_sign_of_zero_where_rows_end_before_their_neighbours) {
+  using T = TypeParam;
+  using R = real_of<T>;
+  constexpr int line = 26;
+  constexpr int lines_of_all = 12;
+  const R tiny = std::numeric_limits<R>::min();
+  lines<T> source;
+  for (int i = 0; i < line * lines_of_all; ++i) {
+    auto& row = source.emplace_back();
+    for (const int step : {-line, -1, 0, 1}) {
+      const bool leaves_line = (i % line == 0 && step == -1) || (i % line == line - 1 && step == 1);
+      if (i + step >= 0 && !leaves_line) row.emplace_back(i + step, make<T>(-tiny));
+    }
+  }
+  const int n = 19;
+  panel<T> b(line * lines_of_all, n, layout::column_major);
+  panel<T> c(line * lines_of_all, n, layout::column_major);
+  for (int j = 0; j < n; ++j) {
+    for (int i = 0; i < line * lines_of_all; ++i) {
+      b(i, j) = make<T>(tiny);
+      c(i, j) = make<T>(R{-0.0}, R{-0.0});
+    }
+  }
+  expect_model(compress<T>(source, line * lines_of_all, compression::rows, 1), make<T>(1),
+               make<T>(1), b, c);
+}
+
 }  // namespace
 }  // namespace nevrad_test
