@@ -90,15 +90,15 @@ NEVRAD_INLINE lanes<float, 4> between(lanes<float, 4> before, lanes<float, 4> be
 // Whether each row of a block has an entry at each of its places.
 enum class row_kind : bool { whole, ragged };
 
-// The elements that the mask keeps, zero elsewhere.
-template <row_kind Rows, class T, class Mask>
-NEVRAD_INLINE lanes<T, 4> keep(lanes<T, 4> a, const Mask* mask) {
+// The elements that the mask of a place keeps, zero elsewhere.
+template <row_kind Rows, int Place = 0, class T, class Mask>
+NEVRAD_INLINE lanes<T, 4> keep(lanes<T, 4> a, const Mask* masks_of_places) {
   if constexpr (Rows == row_kind::whole) {
     return a;
   } else {
     using masks = typename detail::vector_of<Mask, 4>::type;
     masks kept;
-    __builtin_memcpy(&kept, mask, sizeof kept);
+    __builtin_memcpy(&kept, masks_of_places + Place * lines_a_block, sizeof kept);
     return {
         __builtin_bit_cast(typename lanes<T, 4>::storage, __builtin_bit_cast(masks, a.v) & kept)};
   }
@@ -141,8 +141,8 @@ NEVRAD_INLINE void update_block_group(const block_form<T>& form,
           const lanes<T, 4> third = load<4>(at + q * b_step + 2);
           const lanes<T, 4> second = between(first, third);
           sum[q] = multiply_add(sum[q], keep<Rows>(first, kept), load<4>(v));
-          sum[q] = multiply_add(sum[q], keep<Rows>(second, kept + 4), load<4>(v + 4));
-          sum[q] = multiply_add(sum[q], keep<Rows>(third, kept + 8), load<4>(v + 8));
+          sum[q] = multiply_add(sum[q], keep<Rows, 1>(second, kept), load<4>(v + 4));
+          sum[q] = multiply_add(sum[q], keep<Rows, 2>(third, kept), load<4>(v + 8));
         }
         place += 3;
         values += 12;
@@ -482,7 +482,8 @@ class moving_columns {
     }
   }
 
-  // A line of each column lasts for two blocks or more: in turn, those of C and those of B.
+  // A line of each column lasts for two blocks or more: in turn, those of C and those of B, at the
+  // places where the shape meets rows of B first.
   template <int N>
   NEVRAD_INLINE void hint_columns(const block_group<T>& group, std::int32_t block) const {
     if constexpr (!fixed_hints) {

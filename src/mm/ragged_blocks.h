@@ -84,7 +84,7 @@ class ragged_block {
 
   // Whether no place lies outside of the columns.
   bool is_inside(const compressed_matrix<T>& a, std::int32_t i) const {
-    return i + places[0] >= 0 && i + places[length - 1] + lines_a_block <= a.cols;
+    return i + places[0] >= 0 && places[length - 1] <= a.cols - lines_a_block - i;
   }
 
   // Finds the parts from row i on. A row that has nothing of a part would need a sum of its own:
