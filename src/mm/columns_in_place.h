@@ -66,11 +66,13 @@ template <class T>
 class rows_of_part {
  public:
   rows_of_part(const rows_in_order<T>& rows, std::int32_t lo, std::int32_t hi)
-      : rows_(rows), lo_(lo), hi_(hi) {}
+      : rows_(rows), source_(rows.shape()), lo_(lo), hi_(hi) {}
 
   std::int32_t lo() const { return lo_; }
   std::int32_t hi() const { return hi_; }
   const compressed_matrix<T>& shape() const { return rows_.shape(); }
+  // All rows as they came: a sorted copy has those of other parts while others write them.
+  const compressed_matrix<T>& source() const { return source_; }
   // Whether a kernel is to look at the order of rows up to but excluding `stop`, and can.
   bool look(std::int32_t stop) const {
     return !rows_.known() &&
@@ -86,6 +88,7 @@ class rows_of_part {
 
  private:
   rows_in_order<T> rows_;
+  compressed_matrix<T> source_;
   std::int32_t lo_;
   std::int32_t hi_;
 };
@@ -126,9 +129,9 @@ void multiply_panel_in_place(rows_of_part<T>& part,
   const T* const b = line_at(o.b, j, o.ldb);
   auto window = panels.template window<W>(b, o.ldb, base);
   const packed_rows<W, T> packed = panels.template packed<W>(j, base);
-  const bool distant =
-      panels.whole() && !stay_in_cache<T>(part.shape().cols, W) && meets_distant_rows(part.shape());
-  const bool scattered = distant && rows_are_scattered(part.shape(), bounds);
+  const bool distant = panels.whole() && !stay_in_cache<T>(part.shape().cols, W) &&
+                       meets_distant_rows(part.source());
+  const bool scattered = distant && rows_are_scattered(part.source(), bounds);
   part_ends<T> ends(bounds);
   std::int32_t stop = part.lo();
   for (std::int32_t r = stop; r < hi; r = stop) {
@@ -147,7 +150,7 @@ void multiply_panel_in_place(rows_of_part<T>& part,
         return update_by(gathered_rows<W, T>{b - base, o.ldb});
       }
       if constexpr (!fixed_hints && how() == order::known) {
-        const distant_rows<packed_rows<W, T>> later{packed, part.shape().indices - base,
+        const distant_rows<packed_rows<W, T>> later{packed, part.source().indices - base,
                                                     std::int64_t{csr_entries(part.shape())} - 1 +
                                                         base};
         if (scattered && ends.find(entries)) {

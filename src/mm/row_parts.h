@@ -257,10 +257,23 @@ bool meets_distant_rows(const compressed_matrix<T>& a) {
 // Into the second level: the first has too few places for lines on their way from memory, and what
 // they have to wait for, all other lines wait for as well. From the second level hardware takes
 // them in time.
+//
+// Where rows are not whole lines, or too wide, that loses up to a third: there less is asked for,
+// near and into the first level.
 template <int W, class T>
 struct passing_rows : strided_rows<W, T> {
-  bool first;  // of the chunks of a row: the one that asks for entries
+  bool far;
+  bool with_entries;  // ask for those as well
 };
+
+template <class T>
+bool rows_are_whole_lines(const mm_operands<T>& o) {
+  constexpr int line = static_cast<int>(cache_line / sizeof(T));
+  constexpr int widest = 2 * line;
+  constexpr int most = 256 * line;
+  const bool in_chunks = o.n < 2 * widest ? o.n % line == 0 : o.n % widest == 0;
+  return in_chunks && o.n <= most && o.ldb % line == 0 && o.ldc % line == 0;
+}
 
 // Rows of B in other columns.
 template <class Rows>
@@ -274,7 +287,10 @@ template <class T>
 class row_meetings {
  public:
   row_meetings(const compressed_matrix<T>& a, const mm_operands<T>& o)
-      : indices_(a.indices), last_(std::int64_t{csr_entries(a)} - 1) {
+      : indices_(a.indices),
+        last_(std::int64_t{csr_entries(a)} - 1),
+        n_(o.n),
+        far_(rows_are_whole_lines(o)) {
     if (fixed_hints || stay_in_cache<T>(a.cols, o.ldb)) return;
     way_ = meets_distant_rows(a) ? way::distant : way::passing;
   }
@@ -296,7 +312,9 @@ class row_meetings {
         }
       }
       if constexpr (sizeof(T) * W >= cache_line) {
-        if (way_ == way::passing) return body(passing_rows<W, T>{{at, ld}, column == 0});
+        // Of many columns each chunk would ask again.
+        const bool with_entries = far_ ? column == 0 : n_ <= 2 * mm_chunk<T>;
+        if (way_ == way::passing) return body(passing_rows<W, T>{{at, ld}, far_, with_entries});
       }
     }
     return body(strided_rows<W, T>{at, ld});
@@ -308,6 +326,8 @@ class row_meetings {
   way way_ = way::at_hand;
   const std::int32_t* indices_;
   std::int64_t last_;
+  std::int32_t n_;
+  bool far_;
 };
 
 // Asks for what comes behind entries p to end - 1 of a row and its part of C. Of B that is what the
@@ -327,11 +347,18 @@ NEVRAD_INLINE void fetch_rows_behind(const passing_rows<W, T>& rows,
                                      const T* c,
                                      std::int64_t ldc) {
   constexpr std::int64_t size = sizeof(T);
-  constexpr std::int64_t on = std::max<std::int64_t>(64 * cache_line / (W * size), 1);
+  constexpr std::int64_t near = std::max<std::int64_t>(8 * cache_line / (W * size), 1);
   if (p >= end) return;
   for (std::int64_t j = 0; j < W; j += cache_line / size) {
-    prefetch<cache::level2>(rows.at + indices[end - 1] * rows.ld, (on * rows.ld + j) * size);
-    prefetch<cache::level2>(c, (on * ldc + j) * size);
+    const T* const last = rows.at + indices[end - 1] * rows.ld;
+    if (rows.far) {
+      prefetch<cache::level2>(last, (8 * near * rows.ld + j) * size);
+      prefetch<cache::level2>(c, (8 * near * ldc + j) * size);
+    } else {
+      prefetch<cache::level1>(rows.at + indices[p] * rows.ld, (near * rows.ld + j) * size);
+      prefetch<cache::level1>(last, (near * rows.ld + j) * size);
+      prefetch<cache::level1>(c, (near * ldc + j) * size);
+    }
   }
 }
 
@@ -348,15 +375,24 @@ NEVRAD_INLINE void fetch_entries_behind(const passing_rows<W, T>& rows,
                                         const std::int32_t* indices,
                                         std::int64_t p,
                                         std::int64_t end) {
-  constexpr int values_ahead = 8192;
+  constexpr int near = 2048;
+  constexpr int far = 8192;
   constexpr int size = sizeof(T);
   constexpr int in_line = cache_line / sizeof(std::int32_t);
-  if (!rows.first) return;
+  if (!rows.with_entries) return;
   for (; p < end; p += in_line) {
     for (int at = 0; at < in_line * size; at += cache_line) {
-      prefetch<cache::level2>(values + p, values_ahead + at);
+      if (rows.far) {
+        prefetch<cache::level2>(values + p, far + at);
+      } else {
+        prefetch<cache::level1>(values + p, near + at);
+      }
     }
-    prefetch<cache::level2>(indices + p, values_ahead / size * int{sizeof(std::int32_t)});
+    if (rows.far) {
+      prefetch<cache::level2>(indices + p, far / size * int{sizeof(std::int32_t)});
+    } else {
+      prefetch<cache::level1>(indices + p, near / size * int{sizeof(std::int32_t)});
+    }
   }
 }
 

@@ -25,10 +25,11 @@ template <class T>
 inline constexpr bool has_chunk_pairs = !is_complex<T> && !fixed_hints;
 
 // Whether to take them: where rows of B lie far apart, half of each at a time has hardware fetch
-// the other half meanwhile.
+// the other half meanwhile. Out of cache they gain only with what is asked for far ahead.
 template <class T>
 bool takes_chunk_pairs(const compressed_matrix<T>& a, const mm_operands<T>& o) {
-  return has_chunk_pairs<T> && o.n > widest_lanes<T> && !meets_distant_rows(a);
+  return has_chunk_pairs<T> && o.n > widest_lanes<T> &&
+         (stay_in_cache<T>(a.cols, o.ldb) || rows_are_whole_lines(o)) && !meets_distant_rows(a);
 }
 
 // Rows for which a chunk of columns is computed before the next one. Of wide rows of B that come

@@ -66,7 +66,8 @@ class part_ends {
     for (std::int64_t k = p; k < last; ++k) rest[k - p] = a.indices[k];
     set(p, rest, a.base);
     for (std::int32_t i = 0; i < a.rows; ++i) {
-      if (a.end[i] > a.begin) ends_[a.end[i] - a.begin - 1] = chosen<T>;
+      const std::int64_t end = a.end[i];
+      if (end > a.begin && end <= last) ends_[end - a.begin - 1] = chosen<T>;
     }
     return true;
   }
