@@ -70,7 +70,9 @@ template <int W, class T>
 struct packed_rows {
   const T* panel;
   NEVRAD_INLINE lanes<T, W> operator()(std::int64_t row) const { return load<W>(panel + row * W); }
-  NEVRAD_INLINE void ask_for(std::int64_t row) const { prefetch_row<W>(panel + row * W); }
+  NEVRAD_INLINE void ask_for(std::int64_t row, std::int64_t /*last*/) const {
+    prefetch_row<W>(panel + row * W);
+  }
 };
 
 // The part of a panel that is in use, in a ring of mask + 1 rows.
@@ -89,7 +91,17 @@ struct strided_rows {
   const T* at;
   std::int64_t ld;
   NEVRAD_INLINE lanes<T, W> operator()(std::int64_t row) const { return load<W>(at + row * ld); }
-  NEVRAD_INLINE void ask_for(std::int64_t row) const { prefetch_row<W>(at + row * ld); }
+  // Up to the last element of interest, if that may lie in a line behind.
+  NEVRAD_INLINE void ask_for(std::int64_t row, std::int64_t last) const {
+    constexpr int line = static_cast<int>(cache_line / sizeof(T));
+    const T* const first = at + row * ld;
+    prefetch_row<W>(first);
+    if (last == 0) return;
+    for (std::int64_t i = std::max(W, line); i < last; i += line) {
+      prefetch<cache::level2>(first + i, 0);
+    }
+    prefetch<cache::level2>(first + last, 0);
+  }
 };
 
 // A column-major matrix as it is, element by element.

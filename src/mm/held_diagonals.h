@@ -195,6 +195,11 @@ class told_runs {
   std::int32_t lines() const { return lines_; }
   std::int32_t lines_of(int run) const { return run_[run] / most_kinds + 1; }
   std::uint32_t word_of(int run) const { return kind_[run_[run] % most_kinds]; }
+  // Whether most of these lines have the same word.
+  bool are_mostly_alike() const {
+    const auto* const most = std::max_element(lines_of_kind_, lines_of_kind_ + kinds_);
+    return kinds_ > 0 && *most > lines_ / 4 * 3;
+  }
   // The word of most of these lines; 0 when there are none.
   std::uint32_t usual_word() const {
     const auto* const most = std::max_element(lines_of_kind_, lines_of_kind_ + kinds_);

@@ -105,7 +105,7 @@ bool columns_meet(std::int32_t ld) {
 }
 
 // Whether a product, column-major, goes by diagonals, by cases measured: where those of a lower
-// triangle are many and B and C stay in cache, a ring takes less.
+// triangle are many, or most of its lines differ, and B and C stay in cache, a ring takes less.
 template <class T>
 bool goes_by_diagonals(const held_lines<T>& held,
                        const mm_operands<T>& o,
@@ -121,7 +121,10 @@ bool goes_by_diagonals(const held_lines<T>& held,
   const std::int32_t most = lower && cached && !single ? few : held_diagonals::most;
   // Single columns go row by row where neighbours differ.
   const std::int32_t least_run = single ? 15 : 8;
-  return find_diagonals(held.lines, side, most, least_run, diagonals, told);
+  if (!find_diagonals(held.lines, side, most, least_run, diagonals, told)) return false;
+  const bool are_few = cached ? o.n < 2 * mm_chunk<T> : diagonals.count <= few;
+  const bool in_ring = lower && !single && !are_few;
+  return !in_ring || told.are_mostly_alike();
 }
 
 // False, and nothing done, where the copy would be too small for what is needed.

@@ -93,8 +93,9 @@ struct row_entries {
 // for entry by entry, as bursts would leave the memory idle in between.
 template <class Rows>
 struct distant_rows : Rows {
-  const std::int32_t* indices;  // of all entries
-  std::int64_t last;            // the last one of them
+  const std::int32_t* indices;    // of all entries
+  std::int64_t last;              // the last one of them
+  std::int64_t last_element = 0;  // of a row, where no other chunk asks for it
 };
 template <class Rows>
 inline constexpr bool are_distant = false;
@@ -107,7 +108,7 @@ NEVRAD_INLINE void ask_for_later(const Rows& /*rows*/, std::int64_t /*p*/) {}
 template <class Rows>
 NEVRAD_INLINE void ask_for_later(const distant_rows<Rows>& rows, std::int64_t p) {
   constexpr std::int64_t entries_ahead = 128;
-  rows.ask_for(rows.indices[std::min(p + entries_ahead, rows.last)]);
+  rows.ask_for(rows.indices[std::min(p + entries_ahead, rows.last)], rows.last_element);
 }
 
 // Two values by turns in R lanes, and the first or second of them in W lanes.
@@ -285,9 +286,14 @@ NEVRAD_INLINE Rows columns_on(Rows rows, std::int32_t columns) {
 // How rows of A meet those of a row-major B.
 template <class T>
 class row_meetings {
+  static constexpr std::int32_t long_row_lines = 16;
+
  public:
-  row_meetings(const compressed_matrix<T>& a, const mm_operands<T>& o)
-      : indices_(a.indices),
+  // Chunks have the first `in_chunks` columns, single ones follow.
+  row_meetings(const compressed_matrix<T>& a, const mm_operands<T>& o, std::int32_t in_chunks)
+      : in_chunks_(in_chunks),
+        first_asks_(first_asks(o.n, in_chunks)),
+        indices_(a.indices),
         last_(std::int64_t{csr_entries(a)} - 1),
         n_(o.n),
         far_(rows_are_whole_lines(o)) {
@@ -296,9 +302,14 @@ class row_meetings {
   }
 
   bool distant() const { return way_ == way::distant; }
+  // Distant, and asked for chunk by chunk.
+  bool by_chunks() const {
+    return distant() && n_ < long_row_lines * static_cast<std::int32_t>(cache_line / sizeof(T));
+  }
 
   // Calls body with the rows of W columns of B from `column` on, of the one kind or the other.
-  // MayBeDistant: of kernels that are called for distant rows as well.
+  // MayBeDistant: of kernels that are called for distant rows as well. The last chunk asks for the
+  // single columns behind it too.
   template <int W, bool MayBeDistant, class Body>
   NEVRAD_INLINE std::int32_t with_rows(const T* b,
                                        std::int64_t ld,
@@ -307,8 +318,11 @@ class row_meetings {
     const T* const at = b + column;
     if constexpr (!fixed_hints) {
       if constexpr (MayBeDistant) {
-        if (way_ == way::distant) {
-          return body(distant_rows<strided_rows<W, T>>{{at, ld}, indices_, last_});
+        if (way_ == way::distant && (column == 0 || !first_asks_)) {
+          const bool is_last = first_asks_ || column + W >= in_chunks_;
+          const bool is_whole = n_ == column + W && ends_with_line(at + W, ld);
+          const std::int64_t last_element = is_last && !is_whole ? n_ - 1 - column : 0;
+          return body(distant_rows<strided_rows<W, T>>{{at, ld}, indices_, last_, last_element});
         }
       }
       if constexpr (sizeof(T) * W >= cache_line) {
@@ -323,7 +337,22 @@ class row_meetings {
  private:
   enum class way : std::uint8_t { at_hand, passing, distant };
 
+  static bool ends_with_line(const T* end, std::int64_t ld) {
+    constexpr std::int64_t line = cache_line / sizeof(T);
+    return reinterpret_cast<std::uintptr_t>(end) % cache_line == 0 && ld % line == 0;
+  }
+  // Whether the first chunk asks for the whole row, by cases measured: where little is behind it,
+  // and where the row is so long that memory gives it faster in one piece.
+  static bool first_asks(std::int32_t n, std::int32_t in_chunks) {
+    constexpr std::int32_t line = cache_line / sizeof(T);
+    std::int32_t width = 2 * line;
+    while (width > in_chunks) width /= 2;
+    return n <= width + line || n >= long_row_lines * line;
+  }
+
   way way_ = way::at_hand;
+  std::int32_t in_chunks_;
+  bool first_asks_;
   const std::int32_t* indices_;
   std::int64_t last_;
   std::int32_t n_;

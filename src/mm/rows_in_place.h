@@ -49,7 +49,7 @@ NEVRAD_INLINE void for_rows_at_once(const rows_in_order<T>& rows,
                                     const row_meetings<T>& meetings,
                                     bool pairs,
                                     const Multiply& multiply) {
-  const bool at_hand = stay_in_cache<T>(rows.shape().cols, o.ldb) || meetings.distant();
+  const bool at_hand = stay_in_cache<T>(rows.shape().cols, o.ldb) || meetings.by_chunks();
   const std::int32_t at_once = rows_at_once<T>(o.n, at_hand, pairs);
   std::int32_t stop = lo;
   for (std::int32_t r = lo; r < hi; r = stop) {
@@ -105,7 +105,8 @@ void multiply_rows_in_place(const rows_in_order<T>& source,
                             std::int32_t hi,
                             const mm_operands<T>& o) {
   const block_bounds bounds(source.shape().cols);
-  const row_meetings<T> meetings(source.shape(), o);
+  const std::int32_t in_chunks = o.n / 4 * 4;
+  const row_meetings<T> meetings(source.shape(), o, in_chunks);
   const bool scattered = meetings.distant() && rows_are_scattered(source.shape(), bounds);
   part_ends<T> ends(bounds);
   const bool pairs = takes_chunk_pairs(source.shape(), o);
@@ -134,7 +135,7 @@ void multiply_rows_in_place(const rows_in_order<T>& source,
         });
       }
     };
-    multiply_chunks(rows, r, stop, o.n / 4 * 4, o.n, pairs, meetings.distant(), kernel);
+    multiply_chunks(rows, r, stop, in_chunks, o.n, pairs, meetings.distant(), kernel);
   };
   for_rows_at_once(source, lo, hi, o, meetings, pairs, multiply);
 }
@@ -244,11 +245,11 @@ std::int32_t direct_long_rows(const compressed_matrix<T>& a,
 }
 
 // One column of rows of C, `c` at it. Rows as in direct_rows.
-template <order Order, class T>
+template <order Order, class T, class Rows>
 std::int32_t direct_column(const compressed_matrix<T>& a,
                            std::int32_t row,
                            std::int32_t hi,
-                           const strided_rows<1, T>& rows,
+                           const Rows& rows,
                            T* c,
                            std::int64_t ldc,
                            T alpha,
@@ -257,7 +258,7 @@ std::int32_t direct_column(const compressed_matrix<T>& a,
   const T* const values = a.values;
   const std::int32_t* const indices = a.indices;
   const std::int32_t* const end = a.end;
-  const strided_rows<1, T> of_b = rows;
+  const Rows of_b = rows;
   std::int64_t p = a.begin[row];
   for (; row < hi; ++row, c += ldc) {
     const std::int64_t stop = end[row];
@@ -268,6 +269,7 @@ std::int32_t direct_column(const compressed_matrix<T>& a,
     }
     T sum = multiply_fused(beta, *c);
     for (; p < stop; ++p) {
+      ask_for_later(of_b, p);
       const T v = multiply_fused(alpha, values[p]);
       const T x = to_element(of_b(indices[p]));
       if constexpr (is_complex<T>) {
@@ -289,18 +291,20 @@ void mm_rows_direct(const rows_in_order<T>& source,
                     const mm_operands<T>& o) {
   const compressed_matrix<T>& shape = source.shape();
   const bool are_long = row_entries<T>(shape, 0, shape.rows).are_long();
-  const row_meetings<T> meetings(shape, o);
   const bool pairs = takes_chunk_pairs(shape, o);
   // Real columns behind the last whole chunk round as those within, so narrower chunks take them.
   constexpr int widest = mm_chunk<T>;
   const std::int32_t in_chunks = is_complex<T> ? o.n / widest * widest : o.n / 4 * 4;
+  const row_meetings<T> meetings(shape, o, in_chunks);
   const auto multiply = [&](const rows_in_order<T>& rows, std::int32_t r, std::int32_t stop) {
     const auto kernel = [&](auto how, auto w, std::int32_t at, const compressed_matrix<T>& a,
                             std::int32_t first) {
       T* const c = line_at(o.c, first, o.ldc) + at;
       if constexpr (w() == 1) {
-        const strided_rows<1, T> of_b{o.b + at, o.ldb};
-        return direct_column<how()>(a, first, stop, of_b, c, o.ldc, o.alpha, o.beta);
+        constexpr bool may_be_distant = is_complex<T> && how() == order::known;
+        return meetings.template with_rows<1, may_be_distant>(o.b, o.ldb, at, [&](auto of_b) {
+          return direct_column<how()>(a, first, stop, of_b, c, o.ldc, o.alpha, o.beta);
+        });
       } else {
         constexpr int width = std::min(w(), widest_lanes<T>);
         constexpr bool may_be_distant = w() == width && how() == order::known;
