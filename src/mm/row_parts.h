@@ -261,9 +261,9 @@ bool meets_distant_rows(const compressed_matrix<T>& a) {
 //
 // Where rows are not whole lines, or too wide, that loses up to a third: there less is asked for,
 // near and into the first level.
-template <int W, class T>
+enum class hints : bool { near, far };
+template <int W, hints Hints, class T>
 struct passing_rows : strided_rows<W, T> {
-  bool far;
   bool with_entries;  // ask for those as well
 };
 
@@ -310,7 +310,8 @@ class row_meetings {
   // Calls body with the rows of W columns of B from `column` on, of the one kind or the other.
   // MayBeDistant: of kernels that are called for distant rows as well. The last chunk asks for the
   // single columns behind it too.
-  template <int W, bool MayBeDistant, class Body>
+  // Pair: of kernels for two chunks, which near hints do not gain by.
+  template <int W, bool MayBeDistant, bool Pair, class Body>
   NEVRAD_INLINE std::int32_t with_rows(const T* b,
                                        std::int64_t ld,
                                        std::int32_t column,
@@ -327,8 +328,14 @@ class row_meetings {
       }
       if constexpr (sizeof(T) * W >= cache_line) {
         // Of many columns each chunk would ask again.
-        const bool with_entries = far_ ? column == 0 : n_ <= 2 * mm_chunk<T>;
-        if (way_ == way::passing) return body(passing_rows<W, T>{{at, ld}, far_, with_entries});
+        if (way_ == way::passing) {
+          if constexpr (!Pair) {
+            if (!far_) {
+              return body(passing_rows<W, hints::near, T>{{at, ld}, n_ <= 2 * mm_chunk<T>});
+            }
+          }
+          return body(passing_rows<W, hints::far, T>{{at, ld}, column == 0});
+        }
       }
     }
     return body(strided_rows<W, T>{at, ld});
@@ -368,8 +375,8 @@ NEVRAD_INLINE void fetch_rows_behind(const Rows& /*rows*/,
                                      std::int64_t /*end*/,
                                      const T* /*c*/,
                                      std::int64_t /*ldc*/) {}
-template <int W, class T>
-NEVRAD_INLINE void fetch_rows_behind(const passing_rows<W, T>& rows,
+template <int W, hints Hints, class T>
+NEVRAD_INLINE void fetch_rows_behind(const passing_rows<W, Hints, T>& rows,
                                      const std::int32_t* indices,
                                      std::int64_t p,
                                      std::int64_t end,
@@ -380,7 +387,7 @@ NEVRAD_INLINE void fetch_rows_behind(const passing_rows<W, T>& rows,
   if (p >= end) return;
   for (std::int64_t j = 0; j < W; j += cache_line / size) {
     const T* const last = rows.at + indices[end - 1] * rows.ld;
-    if (rows.far) {
+    if constexpr (Hints == hints::far) {
       prefetch<cache::level2>(last, (8 * near * rows.ld + j) * size);
       prefetch<cache::level2>(c, (8 * near * ldc + j) * size);
     } else {
@@ -398,8 +405,8 @@ NEVRAD_INLINE void fetch_entries_behind(const Rows& /*rows*/,
                                         const std::int32_t* /*indices*/,
                                         std::int64_t /*p*/,
                                         std::int64_t /*end*/) {}
-template <int W, class T>
-NEVRAD_INLINE void fetch_entries_behind(const passing_rows<W, T>& rows,
+template <int W, hints Hints, class T>
+NEVRAD_INLINE void fetch_entries_behind(const passing_rows<W, Hints, T>& rows,
                                         const T* values,
                                         const std::int32_t* indices,
                                         std::int64_t p,
@@ -411,13 +418,13 @@ NEVRAD_INLINE void fetch_entries_behind(const passing_rows<W, T>& rows,
   if (!rows.with_entries) return;
   for (; p < end; p += in_line) {
     for (int at = 0; at < in_line * size; at += cache_line) {
-      if (rows.far) {
+      if constexpr (Hints == hints::far) {
         prefetch<cache::level2>(values + p, far + at);
       } else {
         prefetch<cache::level1>(values + p, near + at);
       }
     }
-    if (rows.far) {
+    if constexpr (Hints == hints::far) {
       prefetch<cache::level2>(indices + p, far / size * int{sizeof(std::int32_t)});
     } else {
       prefetch<cache::level1>(indices + p, near / size * int{sizeof(std::int32_t)});

@@ -121,18 +121,20 @@ void multiply_rows_in_place(const rows_in_order<T>& source,
         return first + update_column<how()>(entries, bounds, x, c, o.ldc, o.alpha, o.beta);
       } else {
         constexpr int width = std::min(w(), widest_lanes<T>);
-        constexpr bool may_be_distant = w() == width && how() == order::known;
-        return meetings.template with_rows<width, may_be_distant>(o.b, o.ldb, at, [&](auto of_b) {
-          if constexpr (are_distant<decltype(of_b)>) {
-            if (scattered && ends.find(entries)) {
-              update_scattered_rows<w()>(entries, ends.at_positions(), of_b, c, o.ldc, o.alpha,
-                                         o.beta);
-              return stop;
-            }
-          }
-          return first + update_rows<width, how(), w() / width>(entries, bounds, of_b, c, o.ldc,
-                                                                o.alpha, o.beta);
-        });
+        constexpr bool is_pair = w() != width;
+        constexpr bool may_be_distant = !is_pair && how() == order::known;
+        return meetings.template with_rows<width, may_be_distant, is_pair>(
+            o.b, o.ldb, at, [&](auto of_b) {
+              if constexpr (are_distant<decltype(of_b)>) {
+                if (scattered && ends.find(entries)) {
+                  update_scattered_rows<w()>(entries, ends.at_positions(), of_b, c, o.ldc, o.alpha,
+                                             o.beta);
+                  return stop;
+                }
+              }
+              return first + update_rows<width, how(), w() / width>(entries, bounds, of_b, c, o.ldc,
+                                                                    o.alpha, o.beta);
+            });
       }
     };
     multiply_chunks(rows, r, stop, in_chunks, o.n, pairs, meetings.distant(), kernel);
@@ -302,20 +304,23 @@ void mm_rows_direct(const rows_in_order<T>& source,
       T* const c = line_at(o.c, first, o.ldc) + at;
       if constexpr (w() == 1) {
         constexpr bool may_be_distant = is_complex<T> && how() == order::known;
-        return meetings.template with_rows<1, may_be_distant>(o.b, o.ldb, at, [&](auto of_b) {
-          return direct_column<how()>(a, first, stop, of_b, c, o.ldc, o.alpha, o.beta);
-        });
+        return meetings.template with_rows<1, may_be_distant, false>(
+            o.b, o.ldb, at, [&](auto of_b) {
+              return direct_column<how()>(a, first, stop, of_b, c, o.ldc, o.alpha, o.beta);
+            });
       } else {
         constexpr int width = std::min(w(), widest_lanes<T>);
-        constexpr bool may_be_distant = w() == width && how() == order::known;
-        return meetings.template with_rows<width, may_be_distant>(o.b, o.ldb, at, [&](auto of_b) {
-          const direct_chunk<width, T, decltype(of_b)> chunk{a.values, a.indices, of_b,
-                                                             to_lane(o.alpha), to_lane(o.beta)};
-          if constexpr (w() <= widest) {
-            if (are_long) return direct_long_rows<how()>(a, first, stop, chunk, c, o.ldc);
-          }
-          return direct_rows<how(), w() / width>(a, first, stop, chunk, c, o.ldc);
-        });
+        constexpr bool is_pair = w() != width;
+        constexpr bool may_be_distant = !is_pair && how() == order::known;
+        return meetings.template with_rows<width, may_be_distant, is_pair>(
+            o.b, o.ldb, at, [&](auto of_b) {
+              const direct_chunk<width, T, decltype(of_b)> chunk{a.values, a.indices, of_b,
+                                                                 to_lane(o.alpha), to_lane(o.beta)};
+              if constexpr (w() <= widest) {
+                if (are_long) return direct_long_rows<how()>(a, first, stop, chunk, c, o.ldc);
+              }
+              return direct_rows<how(), w() / width>(a, first, stop, chunk, c, o.ldc);
+            });
       }
     };
     multiply_chunks(rows, r, stop, in_chunks, o.n, pairs, meetings.distant(), kernel);
