@@ -151,7 +151,7 @@ void multiply_panel_in_place(rows_of_part<T>& part,
       }
       if constexpr (!fixed_hints && how() == order::known) {
         const distant_rows<packed_rows<W, T>> later{packed, part.source().indices - base,
-                                                    std::int64_t{csr_entries(part.shape())} - 1 +
+                                                    std::int64_t{csr_entries(part.source())} - 1 +
                                                         base};
         if (scattered && ends.find(entries)) {
           update_scattered_rows<W>(entries, ends.at_positions(), later, c_rows, W, o.alpha, o.beta);

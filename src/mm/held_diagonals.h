@@ -157,7 +157,7 @@ class word_walk {
 };
 
 // The words of the first lines, by runs, so that their indices need not be read again: of all lines
-// of a grid of a million or so.
+// of a grid of some hundred thousand.
 class told_runs {
  public:
   void clear() {

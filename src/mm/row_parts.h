@@ -245,8 +245,8 @@ bool meets_distant_rows(const compressed_matrix<T>& a) {
     entries += last - first;
     if (r + 1 == a.rows || a.end[r + 1] - a.base <= last) continue;
     const std::int64_t next_last = a.end[r + 1] - a.base;
-    step += std::abs(a.indices[last] - a.indices[first]) +
-            std::abs(a.indices[next_last - 1] - a.indices[last - 1]);
+    step += std::abs(std::int64_t{a.indices[last]} - a.indices[first]) +
+            std::abs(std::int64_t{a.indices[next_last - 1]} - a.indices[last - 1]);
     pairs += 2;
   }
   return reach / entries > far_apart && step / pairs > long_step;

@@ -7,8 +7,8 @@
 
 namespace nevrad {
 
-// Loads from the middle of a cache line, which on x86-64 often take two, bound the loop below:
-// there, three neighbours in a row take two loads and a move between registers.
+// Loads from the middle of a cache line, which on x86-64 often take two, bound the loop over
+// blocks: there, three neighbours in a row take two loads and a move between registers.
 inline constexpr bool take_threes = !fixed_hints;
 
 // The parts of the rows of a block, by their entries, and up to which row they are the same.
