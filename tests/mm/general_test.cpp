@@ -388,6 +388,7 @@ TEST(part_ends, lie_where_blocks_change) {
       }
     }
     constexpr int most = 2000;
+    std::vector<double> values(most);
     for (std::size_t first = 0; first < indices.size(); first += most) {
       const int count = static_cast<int>(std::min<std::size_t>(most, indices.size() - first));
       std::int32_t begin[] = {base};
@@ -396,6 +397,7 @@ TEST(part_ends, lie_where_blocks_change) {
       a.begin = begin;
       a.end = end;
       a.indices = indices.data() + first;
+      a.values = values.data();
       a.rows = 1;
       a.cols = cols;
       a.base = base;
