@@ -59,6 +59,7 @@ class ragged_block {
     const std::int32_t* const indices = a.indices + (first - a.base);
     for (std::int32_t k = 0; k < entries_; ++k) met_[k] = indices[k] - (i + a.base);
     std::int32_t found = 0;
+    lacking_ = 0;
     for (std::int32_t done = 0; done < entries_; ++found) {
       if (found == longest) return false;
       std::int32_t place = INT32_MAX;
@@ -69,10 +70,14 @@ class ragged_block {
       places[found] = place;
       for (std::int32_t r = 0; r < lines_a_block; ++r) {
         const bool has = next[r] < stop_of(r) && met_[next[r]] - r == place;
-        kept[found * lines_a_block + r] = has ? ~mask{0} : mask{0};
-        sources_[found * lines_a_block + r] = has ? next[r] : 0;
-        next[r] += has ? 1 : 0;
-        done += has ? 1 : 0;
+        const std::int32_t slot = found * lines_a_block + r;
+        kept[slot] = has ? ~mask{0} : mask{0};
+        if (has) {
+          slots_[next[r]++] = static_cast<std::int16_t>(slot);
+          ++done;
+        } else {
+          lacking_slots_[lacking_++] = static_cast<std::int16_t>(slot);
+        }
       }
     }
     const std::int32_t all = found * lines_a_block;
@@ -111,24 +116,19 @@ class ragged_block {
   // The values of the block that begins with row i, by places.
   void spread(const compressed_matrix<T>& a, std::int32_t i, T* to) const {
     const T* const values = a.values + (a.begin[i] - a.base);
-    using masks = typename detail::vector_of<mask, lines_a_block>::type;
-    const masks none = __builtin_bit_cast(masks, -zero_lanes<T, lines_a_block>().v);
-    for (std::int32_t k = 0; k < length * lines_a_block; k += lines_a_block) {
-      masks has;
-      __builtin_memcpy(&has, kept + k, sizeof has);
-      const auto value = __builtin_bit_cast(masks, gather(values, sources_ + k).v);
-      const masks taken = (value & has) | (none & ~has);
-      __builtin_memcpy(to + k, &taken, sizeof taken);
-    }
+    for (std::int32_t k = 0; k < entries_; ++k) to[slots_[k]] = values[k];
+    for (std::int32_t k = 0; k < lacking_; ++k) to[lacking_slots_[k]] = -T{};
   }
 
  private:
   std::int32_t stop_of(std::int32_t r) const { return static_cast<std::int32_t>(ends_[r]); }
 
   std::int32_t entries_ = 0;
-  std::int32_t met_[lines_a_block * longest];      // by all entries, from the block's number on
-  std::int32_t sources_[lines_a_block * longest];  // the entry of each place
-  detail::four_unsigned begins_;                   // of the rows, from the first entry
+  std::int32_t met_[lines_a_block * longest];    // by all entries, from the block's number on
+  std::int16_t slots_[lines_a_block * longest];  // among the values by places, of all entries
+  std::int32_t lacking_ = 0;
+  std::int16_t lacking_slots_[lines_a_block * longest];
+  detail::four_unsigned begins_;  // of the rows, from the first entry
   detail::four_unsigned ends_;
 };
 

@@ -172,7 +172,8 @@ TYPED_TEST(mm_grids, take_nothing_where_only_neighbours_have_entries) {
     const auto source = stencil<T>(random, g, all);
     const auto b = panel<T>::random(random, columns_of(g), n, layout::column_major);
     const auto c = panel<T>::random(random, columns_of(g), n, layout::column_major);
-    for (int i = 3; i < columns_of(g); i += 40) {
+    // Within lines, the first of one and the last of another.
+    for (const int i : {3, 43, 125, 224, 243}) {
       for (int j = 0; j < n; ++j) b(i, j) = make<T>(std::numeric_limits<R>::infinity());
     }
     expect_model(compress<T>(source, columns_of(g), compression::rows, 1), make<T>(1), make<T>(1),
@@ -180,7 +181,8 @@ TYPED_TEST(mm_grids, take_nothing_where_only_neighbours_have_entries) {
   }
 }
 
-// A sum may be -0, by underflow, when the row ends and its neighbours do not.
+// A sum may be -0, by underflow, when the row ends and its neighbours do not. What these meet at
+// the beginning of the next line would turn its sign.
 TYPED_TEST(mm_grids, keep_the_sign_of_zero_where_rows_end_before_their_neighbours) {
   using T = TypeParam;
   using R = real_of<T>;
@@ -200,7 +202,7 @@ TYPED_TEST(mm_grids, keep_the_sign_of_zero_where_rows_end_before_their_neighbour
   panel<T> c(line * lines_of_all, n, layout::column_major);
   for (int j = 0; j < n; ++j) {
     for (int i = 0; i < line * lines_of_all; ++i) {
-      b(i, j) = make<T>(tiny);
+      b(i, j) = make<T>(i % line == 0 ? -tiny : tiny);
       c(i, j) = make<T>(R{-0.0}, R{-0.0});
     }
   }
