@@ -74,7 +74,7 @@ TYPED_TEST_SUITE(mm_grids, all_types, type_names);
 
 TYPED_TEST(mm_grids, add_in_the_fixed_order_at_every_width) {
   using T = TypeParam;
-  for (int n = 1; n <= 20; ++n) {
+  for (int n = 1; n <= 29; ++n) {
     generator random(static_cast<std::uint64_t>(n));
     // Lines that end with each number of rows left over.
     const grid g{21 + n % 4, 3, 2};
@@ -91,7 +91,7 @@ TYPED_TEST(mm_grids, end_a_sum_where_a_block_of_columns_ends) {
   generator random(30);
   for (const grid& g : {grid{30, 9, 4, 4500, 600}, grid{41, 5, 2, 10050, 5200},
                         grid{400, 2, 2, 2400, 1500}, grid{70, 5, 1, 0, 6000}}) {
-    for (const int n : {3, 13, 19}) {
+    for (const int n : {3, 13, 19, 28}) {
       expect_model(random, stencil<T>(random, g, g.z != 4), columns_of(g), n, 1 + n % 2);
     }
   }
@@ -166,7 +166,7 @@ TYPED_TEST(mm_grids, take_nothing_where_only_neighbours_have_entries) {
   using T = TypeParam;
   using R = real_of<T>;
   const grid g{25, 4, 3};
-  const int n = 19;
+  const int n = 29;
   for (const bool all : {false, true}) {
     generator random(300);
     const auto source = stencil<T>(random, g, all);
