@@ -25,6 +25,13 @@ void advise_large_pages(void* p, std::uint64_t size) {
 #endif
 }
 
+// Gives memory back. A compiler would take out both calls of a pair that nothing comes between.
+bool give_back(void* p) {
+  asm volatile("" : "+r"(p));
+  free(p);
+  return p != nullptr;
+}
+
 }  // namespace
 
 void* rounded_aligned_alloc(std::uint64_t alignment, std::uint64_t size, memory_use use) {
@@ -33,6 +40,12 @@ void* rounded_aligned_alloc(std::uint64_t alignment, std::uint64_t size, memory_
   if (p != nullptr && use == memory_use::filled && size >= large_block) advise_large_pages(p, size);
   return p;
 }
+
+bool probe_memory(std::uint64_t alignment, std::uint64_t size) {
+  return give_back(rounded_aligned_alloc(alignment, size, memory_use::set_aside));
+}
+
+bool probe_plain_memory(std::uint64_t size) { return give_back(plain_alloc(size)); }
 
 void* zeroed_aligned_alloc(std::uint64_t alignment, std::uint64_t size) {
   void* const p = rounded_aligned_alloc(alignment, size);

@@ -7,7 +7,7 @@ namespace nevrad {
 
 inline constexpr std::uint64_t cache_line = 64;
 
-// What memory is asked for: to be filled, or to have it, mostly not to be used. Large pages are
+// What memory is asked for: to be filled, or to have it should it be needed. Large pages are
 // cleared whole at the first touch, and the allocator itself touches the places between its blocks:
 // memory that is only set aside is not asked for in such pages.
 enum class memory_use : bool { filled, set_aside };
@@ -18,7 +18,13 @@ void* rounded_aligned_alloc(std::uint64_t alignment,
                             std::uint64_t size,
                             memory_use use = memory_use::filled);
 
-// The same, cleared over the whole rounded size.
+// Whether rounded_aligned_alloc and plain_alloc would give memory: it is asked for and given back.
+// For scratch without which a call fails, though the way it goes does not use it. Held, it would
+// have the heap grow and shrink at every call.
+bool probe_memory(std::uint64_t alignment, std::uint64_t size);
+bool probe_plain_memory(std::uint64_t size);
+
+// The same as rounded_aligned_alloc, cleared over the whole rounded size.
 void* zeroed_aligned_alloc(std::uint64_t alignment, std::uint64_t size);
 
 // malloc, calloc and free; release_memory takes null.

@@ -24,11 +24,15 @@ std::int32_t first_not_below(const I* array,
   return low;
 }
 
+// Up to here the searches take less than waking a team.
+constexpr std::int32_t parts_cut_alone = 32;
+
 // Sets the inner boundaries, one cut an item of a static loop.
 template <class Cut>
 void set_cuts(std::int32_t parts, std::int32_t* bounds, const Cut& cut) {
   if (parts < 2) return;
-  for_static_blocks_on_team(parts, parts - 1, [&](std::int32_t first, std::int32_t last) {
+  const int team = parts <= parts_cut_alone ? 1 : parts;
+  for_static_blocks_on_team(team, parts - 1, [&](std::int32_t first, std::int32_t last) {
     for (std::int32_t t = first; t < last; ++t) bounds[t + 1] = cut(t + 1);
   });
 }

@@ -33,7 +33,7 @@ std::int32_t lower_bound_wide(const std::int64_t* array,
 // Cuts n lines into parts of about equal entry count. cumulative[i] counts the entries of lines 0
 // to i, plus a constant. Where the cuts must not depend on it, it is told as `base`. A line on a
 // cut goes to the part behind it; a part may be empty; the remainder of the division goes to the
-// last part. Called from serial code: opens a region.
+// last part. Called from serial code: may open a region.
 void partition_by_nnz(const std::int32_t* cumulative,
                       std::int32_t n,
                       std::int32_t parts,

@@ -25,9 +25,13 @@ void init_view(compressed_view<T>& view,
 }
 
 template <class T>
+std::uint64_t array_bytes(std::int64_t count) {
+  return sizeof(T) * static_cast<std::uint64_t>(count);
+}
+
+template <class T>
 scratch<T> aligned_array(std::int64_t count, memory_use use) {
-  return scratch<T>(
-      rounded_aligned_alloc(cache_line, sizeof(T) * static_cast<std::uint64_t>(count), use));
+  return scratch<T>(rounded_aligned_alloc(cache_line, array_bytes<T>(count), use));
 }
 
 template <class T>
@@ -76,24 +80,22 @@ struct caller_arrays {
   std::int32_t entries(compression kind) const { return pntre[major(kind) - 1] - pntrb[0]; }
 };
 
-// Checks the arguments and allocates. Only compressed rows refuse a matrix without entries.
+// Only compressed rows refuse a matrix without entries.
 template <class T>
-status room_for_copy(const caller_arrays<T>& from,
-                     compression kind,
-                     owned_matrix<T>** out,
-                     memory_use use = memory_use::filled) {
-  if (from.invalid()) return invalid_value;
-  const std::int32_t nnz = from.entries(kind);
-  if (kind == compression::rows && nnz < 1) return invalid_value;
-  return alloc_owned(from.major(kind), from.rows, from.cols, nnz, out, use);
+status check_arrays(const caller_arrays<T>& from, compression kind) {
+  const bool refused = from.invalid() || (kind == compression::rows && from.entries(kind) < 1);
+  return refused ? invalid_value : success;
 }
 
-// nnz may be below 1.
+// Checked arrays into an owned matrix; nnz may be below 1.
 template <class T>
-void copy_arrays(owned_matrix<T>& a, const caller_arrays<T>& from, compression kind) {
+status copy_arrays(const caller_arrays<T>& from, compression kind, owned_matrix<T>** out) {
   const auto base = static_cast<std::int32_t>(from.one_based);
   const std::int32_t major = from.major(kind);
   const std::int32_t nnz = from.entries(kind);
+  const status made = alloc_owned(major, from.rows, from.cols, nnz, out, memory_use::filled);
+  if (made != success) return made;
+  owned_matrix<T>& a = **out;
   a.begin[0] = from.pntrb[0] - base;
   for (std::int32_t i = 0; i < major; ++i) a.end[i] = from.pntre[i] - base;
   for (std::int32_t j = 0; j < nnz; ++j) {
@@ -102,15 +104,16 @@ void copy_arrays(owned_matrix<T>& a, const caller_arrays<T>& from, compression k
   }
   a.base = 0;
   a.sorted = 0;
+  return success;
 }
 
 template <class T>
 status copied_matrix(matrix_handle<T>* handle, compression kind, const caller_arrays<T>& from) {
   if (handle == nullptr) return invalid_value;
   owned_matrix<T>* matrix = nullptr;
-  const status result = room_for_copy(from, kind, &matrix);
+  status result = check_arrays(from, kind);
+  if (result == success) result = copy_arrays(from, kind, &matrix);
   if (result != success) return result;
-  copy_arrays(*matrix, from, kind);
   *handle = {matrix, kind};
   return success;
 }
@@ -167,6 +170,15 @@ status owned_csc_alloc(std::int32_t rows,
   return alloc_owned(cols, rows, cols, nnz, out, memory_use::filled);
 }
 
+// As alloc_owned asks.
+template <class T>
+bool probe_owned(std::int32_t major, std::int32_t nnz) {
+  return probe_plain_memory(sizeof(owned_matrix<T>)) &&
+         probe_memory(cache_line, array_bytes<std::int32_t>(std::int64_t{major} + 2)) &&
+         probe_memory(cache_line, array_bytes<std::int32_t>(nnz)) &&
+         probe_memory(cache_line, array_bytes<T>(nnz));
+}
+
 template <class T>
 status owned_csr_from_arrays(matrix_handle<T>* handle,
                              unsigned one_based,
@@ -203,18 +215,17 @@ status matrix_operand<T>::take(compression kind,
                                const T* val) {
   const caller_arrays<T> from{one_based, rows, cols, pntrb, pntre, indx, val};
   const auto base = static_cast<std::int32_t>(one_based);
-  const bool packed = !from.invalid() && pntre == pntrb + 1 && pntrb[0] == base;
-  const status result =
-      room_for_copy(from, kind, memory_.out(), packed ? memory_use::set_aside : memory_use::filled);
-  if (result != success) return result;
-  if (packed) {
+  const status checked = check_arrays(from, kind);
+  if (checked != success) return checked;
+  if (pntre == pntrb + 1 && pntrb[0] == base) {
+    if (!probe_owned<T>(from.major(kind), from.entries(kind))) return alloc_failed;
     init_view(record_, val, pntrb, pntre, indx, rows, cols, base);
     record_.sorted = 0;
-  } else {
-    copy_arrays(*memory_, from, kind);
-    record_ = *memory_;
+    return success;
   }
-  return success;
+  const status copied = copy_arrays(from, kind, memory_.out());
+  if (copied == success) record_ = *memory_;
+  return copied;
 }
 
 template <class T>
@@ -237,6 +248,7 @@ void owned_csc_free(owned_matrix<T>* matrix) {
   template status owned_csr_alloc(std::int32_t, std::int32_t, std::int32_t, owned_matrix<T>**,   \
                                   memory_use);                                                   \
   template status owned_csc_alloc(std::int32_t, std::int32_t, std::int32_t, owned_matrix<T>**);  \
+  template bool probe_owned<T>(std::int32_t, std::int32_t);                                      \
   template status owned_csr_from_arrays(matrix_handle<T>*, unsigned, std::int32_t, std::int32_t, \
                                         const std::int32_t*, const std::int32_t*,                \
                                         const std::int32_t*, const T*);                          \

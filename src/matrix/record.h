@@ -83,6 +83,10 @@ status owned_csc_alloc(std::int32_t rows,
                        std::int32_t nnz,
                        owned_matrix<T>** out);
 
+// Whether they would give one, as probe_memory tells of its arrays.
+template <class T>
+bool probe_owned(std::int32_t major, std::int32_t nnz);
+
 // Copies the caller's arrays to base 0, sorted 0. Lines are taken as packed: of pntrb only the
 // first entry is read, and each line begins where the one before it ended. Answers 2, or 3 for a
 // null, a bad base or a dimension below 1. A CSR matrix without entries gives 3; a CSC matrix
@@ -137,10 +141,10 @@ class scoped_matrix {
   owned_matrix<T>* matrix_ = nullptr;
 };
 
-// The caller's matrix where it lies, for a call that is to work on an owned copy. Asks for the
-// copy's memory, so that the call fails where copying would, but leaves it untouched, which costs
-// nothing, when the lines are packed and their pointers are one array, as three-array callers have
-// them: then the record is a view in the caller's base. Else it is the copy. Both have sorted 0.
+// The caller's matrix where it lies, for a call that is to work on an owned copy. Where the lines
+// are packed and their pointers are one array, as three-array callers have them, the record is a
+// view in the caller's base, and memory for a copy is only probed, so that the call fails where
+// copying would. Else it is the copy. Both have sorted 0.
 template <class T>
 class matrix_operand {
  public:

@@ -6,17 +6,15 @@ namespace nevrad {
 
 namespace {
 
-// Asks for what transposing `source` takes.
+// What transposing takes beside its result.
+bool probe_counts(std::int32_t cols) {
+  return probe_memory(cache_line, sizeof(std::int32_t) * static_cast<std::uint64_t>(cols));
+}
+
+// What transposing to a matrix of `rows` rows takes.
 template <class T>
-status reserve_transpose(std::int32_t rows,
-                         std::int32_t cols,
-                         std::int32_t nnz,
-                         scoped_matrix<T>& result) {
-  const std::uint64_t count_size = sizeof(std::int32_t) * static_cast<std::uint64_t>(cols);
-  const scratch<std::int32_t> count(
-      rounded_aligned_alloc(cache_line, count_size, memory_use::set_aside));
-  if (!count) return alloc_failed;
-  return owned_csr_alloc(cols, rows, nnz, result.out(), memory_use::set_aside);
+bool probe_transpose(std::int32_t rows, std::int32_t nnz) {
+  return probe_counts(rows) && probe_owned<T>(rows, nnz);
 }
 
 // Up to here counting what goes before each entry is faster than moving entries about.
@@ -109,14 +107,21 @@ status sorted_rows<T>::sort(const compressed_matrix<T>& source, bool ascending) 
     if (sorted == success) record_ = *copy_;
     return sorted;
   }
-  scoped_matrix<T> transposed;
-  const status there = reserve_transpose(source.rows, source.cols, nnz, transposed);
-  if (there != success) return there;
-  const status back = reserve_transpose(source.cols, source.rows, nnz, copy_);
-  if (back != success) return back;
+  const bool there = probe_transpose<T>(source.cols, nnz) && probe_transpose<T>(source.rows, nnz);
+  if (!there) return alloc_failed;
   record_ = source;
   record_.sorted = 1;
   return success;
+}
+
+template <class T>
+status sorted_rows<T>::sort_when_taken(const compressed_matrix<T>& source) {
+  const std::int32_t nnz = csr_entries(source);
+  if (nnz < 1 || source.begin[0] != source.base) return sort(source, false);
+  if (!probe_transpose<T>(source.cols, nnz) || !probe_counts(source.rows)) return alloc_failed;
+  record_ = source;
+  record_.sorted = 1;
+  return owned_csr_alloc(source.rows, source.cols, nnz, copy_.out(), memory_use::set_aside);
 }
 
 #define NEVRAD_INSTANTIATE(letter, T)                                                 \

@@ -65,8 +65,8 @@ class rows_in_order {
 };
 
 // Sorts by csr_sort_by_double_transpose, unless the rows ascend already: then `get` is the source
-// itself, in its base, flagged as sorted, and only the memory that sorting takes is asked for, so
-// that a call fails where sorting would fail. That memory is never touched, which costs nothing.
+// itself, in its base, flagged as sorted, and the memory that sorting takes is only probed, so that
+// a call fails where sorting would fail.
 template <class T>
 class sorted_rows {
  public:
@@ -78,11 +78,9 @@ class sorted_rows {
   }
   const owned_matrix<T>& get() const { return record_; }
 
-  // For users that take ranges of rows: asks for the memory now, as above, and leaves looking at
-  // the order to `in_order`.
-  status sort_when_taken(const compressed_matrix<T>& source) {
-    return sort(source, csr_entries(source) > 0 && source.begin[0] == source.base);
-  }
+  // For users that take ranges of rows: sets the memory aside now and leaves looking at the order
+  // to `in_order`.
+  status sort_when_taken(const compressed_matrix<T>& source);
   rows_in_order<T> in_order() const {
     return reads_copy() ? rows_in_order<T>(record_) : rows_in_order<T>(record_, copy_.get());
   }

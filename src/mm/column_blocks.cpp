@@ -2,27 +2,45 @@
 
 namespace nevrad {
 
+namespace {
+
+struct block_bytes {
+  std::uint64_t cursor;
+  std::uint64_t indices;
+  std::uint64_t values;
+  std::uint64_t pointers;
+  std::uint64_t records;
+
+  // False when those of the pointers are too many to count.
+  template <class T>
+  bool set(std::int32_t rows, std::int32_t nnz, std::int32_t count) {
+    const auto entries = static_cast<std::uint64_t>(static_cast<std::int64_t>(nnz));
+    const auto blocks = static_cast<std::uint64_t>(count);
+    cursor = static_cast<std::uint64_t>(rows) * sizeof(std::int32_t);
+    indices = entries * sizeof(std::int32_t);
+    values = entries * sizeof(T);
+    records = blocks * sizeof(column_block<T>);
+    return checked_multiply(blocks * sizeof(std::int32_t), static_cast<std::uint64_t>(rows) + 2,
+                            &pointers) == success;
+  }
+};
+
+}  // namespace
+
 template <class T>
 status column_blocks_alloc(std::int32_t rows,
                            std::int32_t nnz,
                            std::int32_t count,
-                           column_block<T>** result,
-                           memory_use use) {
-  const auto entries = static_cast<std::uint64_t>(static_cast<std::int64_t>(nnz));
-  scratch<std::int32_t> indices(
-      rounded_aligned_alloc(cache_line, entries * sizeof(std::int32_t), use));
+                           column_block<T>** result) {
+  block_bytes bytes;
+  const bool fits = bytes.set<T>(rows, nnz, count);
+  scratch<std::int32_t> indices(rounded_aligned_alloc(cache_line, bytes.indices));
   if (!indices) return alloc_failed;
-  scratch<T> values(rounded_aligned_alloc(cache_line, entries * sizeof(T), use));
-  if (!values) return alloc_failed;
-  std::uint64_t pointer_bytes = 0;
-  const auto blocks = static_cast<std::uint64_t>(count);
-  if (checked_multiply(blocks * sizeof(std::int32_t), static_cast<std::uint64_t>(rows) + 2,
-                       &pointer_bytes) != success) {
-    return alloc_failed;
-  }
-  scratch<std::int32_t> pointers(rounded_aligned_alloc(cache_line, pointer_bytes, use));
+  scratch<T> values(rounded_aligned_alloc(cache_line, bytes.values));
+  if (!values || !fits) return alloc_failed;
+  scratch<std::int32_t> pointers(rounded_aligned_alloc(cache_line, bytes.pointers));
   if (!pointers) return alloc_failed;
-  scratch<column_block<T>> records(plain_alloc(blocks * sizeof(column_block<T>)));
+  scratch<column_block<T>> records(plain_alloc(bytes.records));
   if (!records) return alloc_failed;
 
   for (std::int32_t b = 0; b < count; ++b) {
@@ -89,10 +107,20 @@ status column_blocks_build(const owned_matrix<T>& a,
   return success;
 }
 
-#define NEVRAD_INSTANTIATE(letter, T)                                                              \
-  template status column_blocks_alloc(std::int32_t, std::int32_t, std::int32_t, column_block<T>**, \
-                                      memory_use);                                                 \
-  template status column_blocks_build(const owned_matrix<T>&, std::int32_t, std::int32_t,          \
+template <class T>
+bool probe_column_blocks(std::int32_t rows, std::int32_t nnz, std::int32_t count) {
+  block_bytes bytes;
+  const bool fits = bytes.set<T>(rows, nnz, count);
+  return probe_memory(cache_line, bytes.cursor) && probe_memory(cache_line, bytes.indices) &&
+         probe_memory(cache_line, bytes.values) && fits &&
+         probe_memory(cache_line, bytes.pointers) && probe_plain_memory(bytes.records);
+}
+
+#define NEVRAD_INSTANTIATE(letter, T)                                                     \
+  template status column_blocks_alloc(std::int32_t, std::int32_t, std::int32_t,           \
+                                      column_block<T>**);                                 \
+  template bool probe_column_blocks<T>(std::int32_t, std::int32_t, std::int32_t);         \
+  template status column_blocks_build(const owned_matrix<T>&, std::int32_t, std::int32_t, \
                                       std::int32_t, column_block<T>**, std::int32_t*);
 NEVRAD_FOR_EACH_TYPE(NEVRAD_INSTANTIATE)
 #undef NEVRAD_INSTANTIATE

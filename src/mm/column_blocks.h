@@ -35,8 +35,7 @@ template <class T>
 status column_blocks_alloc(std::int32_t rows,
                            std::int32_t nnz,
                            std::int32_t count,
-                           column_block<T>** result,
-                           memory_use use = memory_use::filled);
+                           column_block<T>** result);
 
 // Cuts rows lo up to but excluding hi of a matrix with ascending rows. Rows without any entry give
 // a null result and leave count_out. Answers 2 when memory is short.
@@ -47,5 +46,10 @@ status column_blocks_build(const owned_matrix<T>& a,
                            std::int32_t width,
                            column_block<T>** result,
                            std::int32_t* count_out);
+
+// Whether column_blocks_build would get the memory for `nnz` entries of `rows` rows, for the paths
+// that leave the entries in place and fail where blocks fail.
+template <class T>
+bool probe_column_blocks(std::int32_t rows, std::int32_t nnz, std::int32_t count);
 
 }  // namespace nevrad

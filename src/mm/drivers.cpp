@@ -2,7 +2,6 @@
 
 #include "arith/dense.h"
 #include "frame/regions.h"
-#include "mm/block_room.h"
 #include "mm/columns_in_place.h"
 #include "mm/panels.h"
 #include "mm/rows_in_place.h"
@@ -24,9 +23,12 @@ bool rows_are_long(const compressed_matrix<T>& a) {
   return csr_entries(a) >= blocks_from_mean_row * pairs;
 }
 
-memory_use use_if(bool needed) { return needed ? memory_use::filled : memory_use::set_aside; }
+template <class T>
+std::int32_t entries_between(const compressed_matrix<T>& a, std::int32_t lo, std::int32_t hi) {
+  return hi > lo ? a.end[hi - 1] - a.begin[lo] : 0;
+}
 
-// Runs body(part, first row, last row) for each part of the rows, cut by entries, on a team of the
+// Runs body(first row, last row) for each part of the rows, cut by entries, on a team of the
 // budget; answers with a failure of one of them, if any.
 template <class T, class Body>
 status for_row_parts(const compressed_matrix<T>& a, int budget, const Body& body) {
@@ -34,7 +36,7 @@ status for_row_parts(const compressed_matrix<T>& a, int budget, const Body& body
   partition_by_nnz(a.end, a.rows, budget, part.at, a.base);
   std::atomic<status> failure{success};
   for_each_part_on_team(budget, [&](int t) {
-    const status result = body(t, part.at[t], part.at[t + 1]);
+    const status result = body(part.at[t], part.at[t + 1]);
     if (result != success) failure.store(result, std::memory_order_relaxed);
   });
   return failure.load(std::memory_order_relaxed);
@@ -71,23 +73,49 @@ status failed_with(status result, const Scale& scale) {
   return result;
 }
 
-// Column-major, rows lo to hi - 1 on one thread, with the entries in place.
-template <class T>
-status mm_cols_part(const rows_in_order<T>& a,
-                    const mm_operands<T>& o,
-                    const column_panels<T>& panels,
-                    std::int32_t lo,
-                    std::int32_t hi) {
-  block_room<T> room;
-  const std::int32_t entries = entries_between(a.shape(), lo, hi);
-  const bool any = entries != 0;
-  const status taken = any ? room.take(hi - lo, entries, a.shape().cols) : success;
-  if (!any || taken != success) {
-    scale_rows_of_columns(o, lo, hi);
-    return taken;
+// Runs multiply(part, first row, last row) for each part of the rows, with the entries in place,
+// and scale(first row, last row) where there are none or memory for blocks of them is short. It is
+// probed beforehand: the allocator's locks and pages are not for a team to share.
+template <class T, class Multiply, class Scale>
+status for_row_parts_in_place(const compressed_matrix<T>& a,
+                              int budget,
+                              const Multiply& multiply,
+                              const Scale& scale) {
+  part_bounds part;
+  partition_by_nnz(a.end, a.rows, budget, part.at, a.base);
+  bool multiplied[max_thread_budget];
+  status result = success;
+  for (int t = 0; t < budget; ++t) {
+    const std::int32_t rows = part.at[t + 1] - part.at[t];
+    const std::int32_t entries = entries_between(a, part.at[t], part.at[t + 1]);
+    const bool any = entries != 0;
+    const bool there =
+        any && probe_column_blocks<T>(rows, entries, block_count(a.cols, mm_block_cols));
+    if (any && !there) result = alloc_failed;
+    multiplied[t] = there;
   }
-  multiply_columns_in_place(a, lo, hi, o, panels);
-  return success;
+  for_each_part_on_team(budget, [&](int t) {
+    if (multiplied[t]) {
+      multiply(t, part.at[t], part.at[t + 1]);
+    } else {
+      scale(part.at[t], part.at[t + 1]);
+    }
+  });
+  return result;
+}
+
+// Column-major on parts of the rows, with the entries in place.
+template <class T>
+status mm_cols_in_place(const rows_in_order<T>& a,
+                        const mm_operands<T>& o,
+                        const column_panels<T>& panels,
+                        int budget) {
+  return for_row_parts_in_place(
+      a.shape(), budget,
+      [&](int t, std::int32_t lo, std::int32_t hi) {
+        multiply_columns_in_place(a, lo, hi, o, panels.of_part(t));
+      },
+      [&](std::int32_t lo, std::int32_t hi) { scale_rows_of_columns(o, lo, hi); });
 }
 
 // Column-major over blocks: C is scaled and B packed.
@@ -104,22 +132,13 @@ status mm_cols_blocked(const rows_in_order<T>& a,
   });
 }
 
-// Row-major, rows lo to hi - 1 on one thread, B and the entries in place.
+// Row-major on parts of the rows, B and the entries in place.
 template <class T>
-status mm_rows_part(const rows_in_order<T>& a,
-                    const mm_operands<T>& o,
-                    std::int32_t lo,
-                    std::int32_t hi) {
-  block_room<T> room;
-  const std::int32_t entries = entries_between(a.shape(), lo, hi);
-  const bool any = entries != 0;
-  const status taken = any ? room.take(hi - lo, entries, a.shape().cols) : success;
-  if (!any || taken != success) {
-    scale_rows(o, lo, hi);
-    return taken;
-  }
-  multiply_rows_in_place(a, lo, hi, o);
-  return success;
+status mm_rows_in_place(const rows_in_order<T>& a, const mm_operands<T>& o, int budget) {
+  return for_row_parts_in_place(
+      a.shape(), budget,
+      [&](int /*part*/, std::int32_t lo, std::int32_t hi) { multiply_rows_in_place(a, lo, hi, o); },
+      [&](std::int32_t lo, std::int32_t hi) { scale_rows(o, lo, hi); });
 }
 
 template <class T>
@@ -139,15 +158,19 @@ status mm_rows_blocked(const rows_in_order<T>& a,
 template <class T>
 status mm_rows_packed(const rows_in_order<T>& a, const mm_operands<T>& o, int budget) {
   const compressed_matrix<T>& shape = a.shape();
-  const bool blocked = rows_are_long(shape);
-  const scratch<T> store = panel_store<T>(shape.cols, o.n, use_if(blocked));
-  if (!store) {
+  const auto scaled = [&](status result) {
     dense_scale_lines(shape.rows, o.n, o.beta, o.c, o.ldc);
-    return alloc_failed;
+    return result;
+  };
+  if (!rows_are_long(shape)) {
+    const bool room = probe_panel_store<T>(shape.cols, o.n);
+    return room ? mm_rows_in_place(a, o, budget) : scaled(alloc_failed);
   }
-  if (blocked) pack_rows_all(shape.cols, o.b, o.n, o.ldb, store.get());
-  return for_row_parts(shape, budget, [&](int /*part*/, std::int32_t lo, std::int32_t hi) {
-    return blocked ? mm_rows_blocked(a, o, store.get(), lo, hi) : mm_rows_part(a, o, lo, hi);
+  const scratch<T> store = panel_store<T>(shape.cols, o.n);
+  if (!store) return scaled(alloc_failed);
+  pack_rows_all(shape.cols, o.b, o.n, o.ldb, store.get());
+  return for_row_parts(shape, budget, [&](std::int32_t lo, std::int32_t hi) {
+    return mm_rows_blocked(a, o, store.get(), lo, hi);
   });
 }
 
@@ -158,13 +181,13 @@ status mm_rows_serial_chunked(const rows_in_order<T>& a, const mm_operands<T>& o
   constexpr std::int32_t chunk = mm_chunk<T>;
   const std::int32_t rows = a.shape().rows;
   const std::int32_t cols = a.shape().cols;
-  const bool packed = rows_are_long(a.shape());
-  const scratch<T> store = panel_store<T>(cols, chunk, use_if(packed));
-  if (!store) return alloc_failed;
-  if (!packed) {
+  if (!rows_are_long(a.shape())) {
+    if (!probe_panel_store<T>(cols, chunk)) return alloc_failed;
     multiply_rows_in_place(a, 0, rows, o);
     return success;
   }
+  const scratch<T> store = panel_store<T>(cols, chunk);
+  if (!store) return alloc_failed;
   const compressed_matrix<T> block = a.take(0, rows);
   if constexpr (is_complex<T>) dense_scale_lines(rows, o.n, o.beta, o.c, o.ldc);
   for (std::int32_t j = 0; j < o.n; j += std::min(chunk, o.n - j)) {
@@ -206,9 +229,9 @@ status mm_cols_parallel(const rows_in_order<T>& a, const mm_operands<T>& o) {
     const auto pack = blocked ? pack_cols_all<T> : pack_cols_chunks<T>;
     pack(shape.cols, o.b, o.n, o.ldb, store.get());
   }
-  return for_row_parts(shape, budget, [&](int part, std::int32_t lo, std::int32_t hi) {
-    return blocked ? mm_cols_blocked(a, o, store.get(), lo, hi)
-                   : mm_cols_part(a, o, panels.of_part(part), lo, hi);
+  if (!blocked) return mm_cols_in_place(a, o, panels, budget);
+  return for_row_parts(shape, budget, [&](std::int32_t lo, std::int32_t hi) {
+    return mm_cols_blocked(a, o, store.get(), lo, hi);
   });
 }
 
@@ -225,7 +248,7 @@ status mm_cols_serial(const rows_in_order<T>& a, const mm_operands<T>& o) {
     multiply_columns_in_place(a, 0, shape.rows, o, panels);
     return success;
   }
-  if (!rows_are_long(shape)) return mm_cols_part(a, o, panels, 0, shape.rows);
+  if (!rows_are_long(shape)) return mm_cols_in_place(a, o, panels, 1);
   pack_cols_all(shape.cols, o.b, o.n, o.ldb, store.get());
   return mm_cols_blocked(a, o, store.get(), 0, shape.rows);
 }
@@ -243,7 +266,7 @@ status mm_rows_parallel(const rows_in_order<T>& a, const mm_operands<T>& o) {
   if (!rows_go_direct(shape.rows, shape.cols, csr_entries(shape), budget)) {
     return mm_rows_packed(a, o, budget);
   }
-  return for_row_parts(shape, budget, [&](int /*part*/, std::int32_t lo, std::int32_t hi) {
+  return for_row_parts(shape, budget, [&](std::int32_t lo, std::int32_t hi) {
     mm_rows_direct(a, lo, hi, o);
     return status{success};
   });

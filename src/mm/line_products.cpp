@@ -1,7 +1,7 @@
 #include "mm/line_products.h"
 
 #include "frame/regions.h"
-#include "mm/block_room.h"
+#include "mm/column_blocks.h"
 #include "mm/direct_lines.h"
 #include "mm/drivers.h"
 #include "mm/ring_lines.h"
@@ -87,11 +87,10 @@ status multiply_swept(const held_lines<T>& held,
   };
   const scratch<T> store = panel_store<T>(cols, chunked ? mm_chunk<T> : o.n);
   if (!store) return chunked ? alloc_failed : scaled(alloc_failed);
-  block_room<T> blocks;
   if (!one_block) {
     if (nnz == 0) return scaled(success);
-    const status taken = blocks.take(rows, nnz, cols);
-    if (taken != success) return scaled(taken);
+    const std::int32_t blocks = block_count(cols, mm_block_cols);
+    if (!probe_column_blocks<T>(rows, nnz, blocks)) return scaled(alloc_failed);
   }
   multiply(store.get());
   return success;

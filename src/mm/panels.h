@@ -58,10 +58,16 @@ NEVRAD_INLINE T* panel_at(T* store, std::int32_t j, std::int32_t h) {
 
 // Room for all panels of n columns; not cleared, as every element that a sweep reads is written.
 template <class T>
-scratch<T> panel_store(std::int32_t h, std::int32_t n, memory_use use = memory_use::filled) {
-  const std::int64_t elements = static_cast<std::int64_t>(h) * n;
-  return scratch<T>(
-      rounded_aligned_alloc(cache_line, static_cast<std::uint64_t>(elements) * sizeof(T), use));
+constexpr std::uint64_t panel_store_bytes(std::int32_t h, std::int32_t n) {
+  return static_cast<std::uint64_t>(static_cast<std::int64_t>(h) * n) * sizeof(T);
+}
+template <class T>
+scratch<T> panel_store(std::int32_t h, std::int32_t n) {
+  return scratch<T>(rounded_aligned_alloc(cache_line, panel_store_bytes<T>(h, n)));
+}
+template <class T>
+bool probe_panel_store(std::int32_t h, std::int32_t n) {
+  return probe_memory(cache_line, panel_store_bytes<T>(h, n));
 }
 
 // Fill the panels of `width` columns of B, `first` at their element (0, 0), each panel in a region

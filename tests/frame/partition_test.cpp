@@ -35,6 +35,13 @@ TEST(partition, cuts_at_the_first_line_that_reaches_a_share) {
   EXPECT_SAME_ARRAYS(cut_by_nnz({9}, 4), (array<int>{0, 0, 0, 0, 1}));
   EXPECT_SAME_ARRAYS(cut_by_nnz({5, 6, 9}, 1), (array<int>{0, 3}));
   EXPECT_SAME_ARRAYS(cut_by_nnz({2, 4}, 5), (array<int>{0, 0, 0, 0, 0, 2}));
+  // Cuts of small teams and of large ones.
+  for (const int parts : {2, 3, 31, 32, 33, 34, 90}) {
+    std::vector<int> twos(91);
+    for (int i = 0; i < 91; ++i) twos[static_cast<std::size_t>(i)] = 2 * (i + 1);
+    const array<int> bounds = cut_by_nnz(twos, parts);
+    for (int t = 1; t < parts; ++t) EXPECT_EQ(bounds[t], (t * (182 / parts) + 1) / 2 - 1) << parts;
+  }
   // Three long lines in a row make empty parts.
   EXPECT_SAME_ARRAYS(cut_by_nnz({100, 101, 102}, 4), (array<int>{0, 0, 0, 0, 3}));
 }
