@@ -17,9 +17,16 @@ class ascent_check {
   // Looks at the line of positions first to last - 1.
   NEVRAD_INLINE void look_at(const std::int32_t* indices, std::int64_t first, std::int64_t last) {
     const std::int32_t* at = indices + first;
-    auto count = static_cast<std::int32_t>(last - first);
-    for (; count > at_once; count -= at_once, at += at_once) steps_down_ |= all_of(pairs_down(at));
-    steps_down_ |= first_of(pairs_down(at), count - 1);
+    const auto count = static_cast<std::int32_t>(last - first);
+    if (count <= at_once) {
+      steps_down_ |= first_of(pairs_down(at), count - 1);
+      return;
+    }
+    // The last lanes may look at pairs once more.
+    const std::int32_t* const rest = indices + last - at_once - 1;
+    index_lanes down = pairs_down(at);
+    for (at += at_once; at < rest; at += at_once) down |= pairs_down(at);
+    steps_down_ |= all_of(down | pairs_down(rest));
   }
 
  private:

@@ -104,6 +104,17 @@ struct strided_rows {
   }
 };
 
+// The same where rows are a power of two bytes apart: a shift leaves the multiplier, and with it a
+// port of multiply-adds, to the elements.
+template <int W, class T>
+struct shifted_rows {
+  const T* at;
+  std::uint32_t shift;
+  NEVRAD_INLINE lanes<T, W> operator()(std::int64_t row) const {
+    return load<W>(reinterpret_cast<const T*>(reinterpret_cast<const char*>(at) + (row << shift)));
+  }
+};
+
 // A column-major matrix as it is, element by element.
 template <int W, class T>
 struct gathered_rows {

@@ -296,7 +296,8 @@ class row_meetings {
         indices_(a.indices),
         last_(std::int64_t{csr_entries(a)} - 1),
         n_(o.n),
-        far_(rows_are_whole_lines(o)) {
+        far_(rows_are_whole_lines(o)),
+        shift_(shift_of(std::int64_t{o.ldb} * std::int64_t{sizeof(T)})) {
     if (fixed_hints || stay_in_cache<T>(a.cols, o.ldb)) return;
     way_ = meets_distant_rows(a) ? way::distant : way::passing;
   }
@@ -337,6 +338,9 @@ class row_meetings {
           return body(passing_rows<W, hints::far, T>{{at, ld}, column == 0});
         }
       }
+      if constexpr (W > 1) {
+        if (shift_ >= 0) return body(shifted_rows<W, T>{at, static_cast<std::uint32_t>(shift_)});
+      }
     }
     return body(strided_rows<W, T>{at, ld});
   }
@@ -344,6 +348,9 @@ class row_meetings {
  private:
   enum class way : std::uint8_t { at_hand, passing, distant };
 
+  static int shift_of(std::int64_t bytes) {
+    return (bytes & (bytes - 1)) == 0 ? __builtin_ctzll(static_cast<std::uint64_t>(bytes)) : -1;
+  }
   static bool ends_with_line(const T* end, std::int64_t ld) {
     constexpr std::int64_t line = cache_line / sizeof(T);
     return reinterpret_cast<std::uintptr_t>(end) % cache_line == 0 && ld % line == 0;
@@ -364,6 +371,7 @@ class row_meetings {
   std::int64_t last_;
   std::int32_t n_;
   bool far_;
+  int shift_;  // by which a row becomes bytes of B, or -1
 };
 
 // Asks for what comes behind entries p to end - 1 of a row and its part of C. Of B that is what the
