@@ -406,6 +406,21 @@ NEVRAD_INLINE void fetch_rows_behind(const passing_rows<W, Hints, T>& rows,
   }
 }
 
+// Of distant rows each entry asks for its own. Next to them hardware loses the rows of C as well.
+template <int W, class T>
+NEVRAD_INLINE void fetch_rows_behind(const distant_rows<strided_rows<W, T>>& /*rows*/,
+                                     const std::int32_t* /*indices*/,
+                                     std::int64_t /*p*/,
+                                     std::int64_t /*end*/,
+                                     const T* c,
+                                     std::int64_t ldc) {
+  constexpr std::int64_t size = sizeof(T);
+  constexpr std::int64_t rows_ahead = 32;
+  for (std::int64_t j = 0; j < W; j += cache_line / size) {
+    prefetch<cache::level1>(c, (rows_ahead * ldc + j) * size);
+  }
+}
+
 // Asks for entries behind p to end - 1: next to the many streams of B hardware loses theirs.
 template <class T, class Rows>
 NEVRAD_INLINE void fetch_entries_behind(const Rows& /*rows*/,
@@ -437,6 +452,24 @@ NEVRAD_INLINE void fetch_entries_behind(const passing_rows<W, Hints, T>& rows,
     } else {
       prefetch<cache::level1>(indices + p, near / size * int{sizeof(std::int32_t)});
     }
+  }
+}
+
+template <class Rows, class T>
+NEVRAD_INLINE void fetch_entries_behind(const distant_rows<Rows>& /*rows*/,
+                                        const T* values,
+                                        const std::int32_t* indices,
+                                        std::int64_t p,
+                                        std::int64_t end) {
+  // Indices are looked at before the rows that they are of.
+  constexpr int values_ahead = 2048;
+  constexpr int indices_ahead = 4096;
+  constexpr int in_line = cache_line / sizeof(std::int32_t);
+  for (; p < end; p += in_line) {
+    for (int at = 0; at < in_line * static_cast<int>(sizeof(T)); at += cache_line) {
+      prefetch<cache::level1>(values + p, values_ahead + at);
+    }
+    prefetch<cache::level1>(indices + p, indices_ahead);
   }
 }
 

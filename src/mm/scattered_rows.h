@@ -148,6 +148,9 @@ NEVRAD_INLINE void update_scattered_rows(const row_entries<T>& entries,
     for (; i + 1 < a.rows; i += 2, c += 2 * ldc) {
       const std::int64_t middle = a.end[i];
       const std::int64_t end = a.end[i + 1];
+      fetch_rows_behind(rows, a.indices, p, middle, c, ldc);
+      fetch_rows_behind(rows, a.indices, middle, end, c + ldc, ldc);
+      fetch_entries_behind(rows, a.values, a.indices, p, end);
       open_row<W, T> first = start(c);
       open_row<W, T> second = start(c + ldc);
       const std::int64_t both = std::min(middle - p, end - middle);
@@ -165,6 +168,8 @@ NEVRAD_INLINE void update_scattered_rows(const row_entries<T>& entries,
   }
   for (; i < a.rows; ++i, c += ldc) {
     const std::int64_t end = a.end[i];
+    fetch_rows_behind(rows, a.indices, p, end, c, ldc);
+    fetch_entries_behind(rows, a.values, a.indices, p, end);
     open_row<W, T> only = start(c);
     add_entries(only, p, end);
     store(c, only.row);
