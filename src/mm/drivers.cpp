@@ -66,13 +66,6 @@ void scale_rows(const mm_operands<T>& o, std::int32_t lo, std::int32_t hi) {
   for (std::int32_t i = lo; i < hi; ++i) dense_scale(o.n, line_at(o.c, i, o.ldc), o.beta);
 }
 
-// A failure leaves C scaled, so it is scaled now where no kernel has done so on its way.
-template <class Scale>
-status failed_with(status result, const Scale& scale) {
-  scale();
-  return result;
-}
-
 // Runs multiply(part, first row, last row) for each part of the rows, with the entries in place,
 // and scale(first row, last row) where there are none or memory for blocks of them is short. It is
 // probed beforehand: the allocator's locks and pages are not for a team to share.

@@ -421,6 +421,23 @@ NEVRAD_INLINE void fetch_rows_behind(const distant_rows<strided_rows<W, T>>& /*r
   }
 }
 
+// Asks for as many entries as p to end - 1 are, so many bytes ahead of them.
+template <cache Level, class T>
+NEVRAD_INLINE void fetch_entries(const T* values,
+                                 const std::int32_t* indices,
+                                 std::int64_t p,
+                                 std::int64_t end,
+                                 int values_ahead,
+                                 int indices_ahead) {
+  constexpr int in_line = cache_line / sizeof(std::int32_t);
+  for (; p < end; p += in_line) {
+    for (int at = 0; at < in_line * static_cast<int>(sizeof(T)); at += cache_line) {
+      prefetch<Level>(values + p, values_ahead + at);
+    }
+    prefetch<Level>(indices + p, indices_ahead);
+  }
+}
+
 // Asks for entries behind p to end - 1: next to the many streams of B hardware loses theirs.
 template <class T, class Rows>
 NEVRAD_INLINE void fetch_entries_behind(const Rows& /*rows*/,
@@ -434,25 +451,11 @@ NEVRAD_INLINE void fetch_entries_behind(const passing_rows<W, Hints, T>& rows,
                                         const std::int32_t* indices,
                                         std::int64_t p,
                                         std::int64_t end) {
-  constexpr int near = 2048;
-  constexpr int far = 8192;
-  constexpr int size = sizeof(T);
-  constexpr int in_line = cache_line / sizeof(std::int32_t);
-  if (!rows.with_entries) return;
-  for (; p < end; p += in_line) {
-    for (int at = 0; at < in_line * size; at += cache_line) {
-      if constexpr (Hints == hints::far) {
-        prefetch<cache::level2>(values + p, far + at);
-      } else {
-        prefetch<cache::level1>(values + p, near + at);
-      }
-    }
-    if constexpr (Hints == hints::far) {
-      prefetch<cache::level2>(indices + p, far / size * int{sizeof(std::int32_t)});
-    } else {
-      prefetch<cache::level1>(indices + p, near / size * int{sizeof(std::int32_t)});
-    }
-  }
+  constexpr bool far = Hints == hints::far;
+  constexpr int ahead = far ? 8192 : 2048;
+  constexpr auto level = far ? cache::level2 : cache::level1;
+  constexpr int indices_ahead = ahead / int{sizeof(T)} * int{sizeof(std::int32_t)};
+  if (rows.with_entries) fetch_entries<level>(values, indices, p, end, ahead, indices_ahead);
 }
 
 template <class Rows, class T>
@@ -462,15 +465,7 @@ NEVRAD_INLINE void fetch_entries_behind(const distant_rows<Rows>& /*rows*/,
                                         std::int64_t p,
                                         std::int64_t end) {
   // Indices are looked at before the rows that they are of.
-  constexpr int values_ahead = 2048;
-  constexpr int indices_ahead = 4096;
-  constexpr int in_line = cache_line / sizeof(std::int32_t);
-  for (; p < end; p += in_line) {
-    for (int at = 0; at < in_line * static_cast<int>(sizeof(T)); at += cache_line) {
-      prefetch<cache::level1>(values + p, values_ahead + at);
-    }
-    prefetch<cache::level1>(indices + p, indices_ahead);
-  }
+  fetch_entries<cache::level1>(values, indices, p, end, 2048, 4096);
 }
 
 // Calls add_next(), which moves p on by one, for the entries from p on that lie in front of `end`
