@@ -122,8 +122,9 @@ NEVRAD_INLINE lanes<T, sizeof...(I)> spread_of_pair(lanes<T, R> a,
   return {__builtin_shufflevector(a.v, a.v, (I % R & ~1) + Second...)};
 }
 
-// Entries p and p + 1, in turn, on top of a sum: loads bound these loops, and two entries need less
-// of them. `source` has the entries, what becomes of their values first, and what one adds.
+// Entries p and p + 1, in turn, on top of a sum: loads bound these loops, and entries taken
+// together need less of them. `source` has the entries, what becomes of their values first, and
+// what one adds.
 template <class T, int W, class Source>
 NEVRAD_INLINE lanes<T, W> add_two_entries(lanes<T, W> sum, const Source& source, std::int64_t p) {
   source.look_ahead(p);
@@ -144,13 +145,28 @@ NEVRAD_INLINE lanes<T, W> add_two_entries(lanes<T, W> sum, const Source& source,
   }
 }
 
+// Entries p to p + 3 likewise, of real values: four complex ones would fill too many registers.
+template <class T, int W, class Source>
+NEVRAD_INLINE lanes<T, W> add_four_entries(lanes<T, W> sum, const Source& source, std::int64_t p) {
+  for (std::int64_t q = p; q < p + 4; ++q) source.look_ahead(q);
+  const auto v = source.prepare(load<4>(source.values + p));
+  sum = source.add(sum, broadcast<W>(lane_at<0>(v)), source.indices[p]);
+  sum = source.add(sum, broadcast<W>(lane_at<1>(v)), source.indices[p + 1]);
+  sum = source.add(sum, broadcast<W>(lane_at<2>(v)), source.indices[p + 2]);
+  return source.add(sum, broadcast<W>(lane_at<3>(v)), source.indices[p + 3]);
+}
+
 // Entries p up to but excluding `end`.
 template <class T, int W, class Source>
 NEVRAD_INLINE lanes<T, W> add_entries(lanes<T, W> sum,
                                       const Source& source,
                                       std::int64_t p,
                                       std::int64_t end) {
-  // Most rows are short: unrolled, their ends cost more than the entries.
+  // Most rows are short: unrolled further, their ends cost more than the entries.
+  if constexpr (!is_complex<T>) {
+#pragma clang loop unroll(disable)
+    for (; p + 3 < end; p += 4) sum = add_four_entries(sum, source, p);
+  }
 #pragma clang loop unroll(disable)
   for (; p + 1 < end; p += 2) sum = add_two_entries(sum, source, p);
   if (p < end) {
@@ -190,8 +206,16 @@ NEVRAD_INLINE void add_entries_in_step(lanes<T, W>& first,
                                        std::int64_t middle,
                                        std::int64_t end) {
   std::int64_t q = middle;
+  std::int64_t both = std::min(middle - p, end - q);
+  if constexpr (!is_complex<T>) {
 #pragma clang loop unroll(disable)
-  for (std::int64_t both = std::min(middle - p, end - q); both > 1; both -= 2, p += 2, q += 2) {
+    for (; both > 3; both -= 4, p += 4, q += 4) {
+      first = add_four_entries(first, source, p);
+      second = add_four_entries(second, source, q);
+    }
+  }
+#pragma clang loop unroll(disable)
+  for (; both > 1; both -= 2, p += 2, q += 2) {
     first = add_two_entries(first, source, p);
     second = add_two_entries(second, source, q);
   }
