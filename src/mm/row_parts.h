@@ -145,7 +145,7 @@ NEVRAD_INLINE lanes<T, W> add_two_entries(lanes<T, W> sum, const Source& source,
   }
 }
 
-// Entries p to p + 3 likewise, of real values: four complex ones would fill too many registers.
+// Entries p to p + 3 likewise, of real values: two complex doubles fill a register already.
 template <class T, int W, class Source>
 NEVRAD_INLINE lanes<T, W> add_four_entries(lanes<T, W> sum, const Source& source, std::int64_t p) {
   for (std::int64_t q = p; q < p + 4; ++q) source.look_ahead(q);
